@@ -1,0 +1,311 @@
+#include <util/exceptions.h>
+#include <util/pstring.h>
+
+#include <platform/msgbox.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using ::testing::ExitedWithCode;
+constexpr int kFatalStatus = kDeadFocc & 0xFF;
+
+std::string Text(CPString& s) { return s.GetBuffer(); }
+
+} // namespace
+
+TEST(CPStringTest, SharingAndCopyOnWrite) {
+    CPString a("abc");
+    CPString b(a);
+    EXPECT_EQ(a._get_pdybuf(), b._get_pdybuf());
+    EXPECT_EQ(a._get_pdybuf()->_get_nRefCount(), 2);
+
+    // A character is appended to the shared buffer: both see it.
+    b += 'd';
+    EXPECT_EQ(Text(a), "abcd");
+    EXPECT_EQ(Text(b), "abcd");
+
+    // A text is appended to a private copy: only one sees it.
+    b += "ef";
+    EXPECT_EQ(Text(a), "abcd");
+    EXPECT_EQ(Text(b), "abcdef");
+    EXPECT_NE(a._get_pdybuf(), b._get_pdybuf());
+
+    // GetBuffer and operator[] reach every sharer too.
+    CPString c(a);
+    c[0] = 'X';
+    EXPECT_EQ(Text(a), "Xbcd");
+    EXPECT_EQ(c[99], '\0');
+    c[99] = 'q'; // the dummy
+    EXPECT_EQ(c[4], '\0');
+
+    // Self-assignment releases before sharing: the string ends empty.
+    a = a;
+    EXPECT_EQ(a._get_pdybuf(), nullptr);
+    EXPECT_EQ(a.Length(), 0);
+    EXPECT_EQ(Text(c), "Xbcd"); // the other holder kept the buffer
+
+    CPString s("self");
+    s += s;
+    EXPECT_EQ(Text(s), "selfself");
+}
+
+TEST(CPStringTest, ComparisonRules) {
+    CPString never1, never2;
+    EXPECT_FALSE(never1 == never2);
+    EXPECT_TRUE(never1 != never2);
+    EXPECT_FALSE(never1 == "");
+    EXPECT_FALSE(CPString("a") == static_cast<char const*>(nullptr));
+
+    CPString abc("abc"), abcd("abcd"), abd("abd"), b("b"), empty("");
+    EXPECT_TRUE(abc == "abc");
+    EXPECT_TRUE("abc" == abc);
+    EXPECT_TRUE(abc == CPString("abc"));
+    EXPECT_TRUE(empty == CPString(""));
+
+    // Less is "proper prefix of", case counting.
+    EXPECT_TRUE(abc < abcd);
+    EXPECT_FALSE(abc < abd);
+    EXPECT_FALSE(b < abcd);
+    EXPECT_FALSE(abcd < abc);
+    EXPECT_FALSE(abc < abc);
+    EXPECT_FALSE(CPString("ABC") < abcd);
+    EXPECT_TRUE(empty < b);
+    EXPECT_TRUE(never1 < b);
+
+    EXPECT_EQ(never1.StrCmp("x"), -1);
+    EXPECT_LT(abc.StrCmp("abd"), 0);
+    EXPECT_EQ(abc.StrCmp("abc"), 0);
+}
+
+TEST(CPStringTest, ConcatenationAndNumbers) {
+    CPString s("n=");
+    s += 42;
+    s += ' ';
+    s += 3L;
+    s += static_cast<short>(-7);
+    s += ' ';
+    s += 1.5f;
+    s += ' ';
+    s += 2.25;
+    EXPECT_EQ(Text(s), "n=42 3-7 1.50000 2.250000");
+
+    CPString t;
+    t = 'c';
+    EXPECT_EQ(Text(t), "c");
+    t = 1.0;
+    EXPECT_EQ(Text(t), "1.000000");
+    CPString u = t + 5;
+    EXPECT_EQ(Text(u), "1.0000005");
+    EXPECT_EQ(Text(t), "1.000000");
+
+    CPString none, word("w");
+    CPString r1 = none + word;
+    CPString r2 = static_cast<char const*>(nullptr) + word;
+    CPString r3 = word + "x";
+    CPString r4 = "x" + word;
+    EXPECT_EQ(Text(r1), "w");
+    EXPECT_EQ(Text(r2), "w");
+    EXPECT_EQ(Text(r3), "wx");
+    EXPECT_EQ(Text(r4), "xw");
+}
+
+TEST(CPStringTest, SearchAndCharacterTests) {
+    CPString s("abcabc");
+    std::int32_t pos = -1;
+    EXPECT_EQ(s.ContainsSubString("bc", &pos), 1);
+    EXPECT_EQ(pos, 1);
+    EXPECT_EQ(s.ContainsSubString("bc", &pos, 1), 1);
+    EXPECT_EQ(pos, 4);
+    EXPECT_EQ(s.ContainsSubString("zz", &pos), 0);
+    EXPECT_EQ(s.ContainsSubString(nullptr), 0);
+    EXPECT_EQ(CPString("").ContainsSubString("a"), 0);
+    EXPECT_EQ(s.ContainsChar('c', &pos), 1);
+    EXPECT_EQ(pos, 2);
+
+    // From the end, index 0 is never tested.
+    EXPECT_EQ(s.FindChar('a', 1), 3);
+    EXPECT_EQ(CPString("ab").FindChar('a', 1), -1);
+    EXPECT_EQ(s.FindChar('a', 0), 0);
+    EXPECT_EQ(CPString().FindChar('a', 1), -1);
+
+    for (char const* numeric : {"", "1e5", " 12 ", "1-2+3", "-1.5^2", "12"}) {
+        EXPECT_EQ(CPString(numeric).IsNumeric(), 1) << numeric;
+    }
+    for (char const* other : {"1E5", "1.2.3", "1+2+3-4", "^2^3", "12a"}) {
+        EXPECT_EQ(CPString(other).IsNumeric(), 0) << other;
+    }
+    EXPECT_EQ(CPString(" \t\n").IsWhitespace(), 1);
+    EXPECT_EQ(CPString().IsWhitespace(), 1);
+    EXPECT_EQ(CPString(" x ").IsWhitespace(), 0);
+    EXPECT_EQ(CPString(" 42abc").AsInt(), 42);
+    EXPECT_EQ(CPString("abc").AsInt(), 0);
+    EXPECT_DOUBLE_EQ(CPString("2.5e1").AsFloat(), 25.0);
+}
+
+TEST(CPStringDeathTest, ForwardFindCharMissEndsInsteadOfHanging) {
+    EXPECT_EXIT(CPString("ab").FindChar('b', 0), ExitedWithCode(kFatalStatus), "FindChar");
+}
+
+TEST(CPStringTest, ExtractionAndSplitting) {
+    CPString s("Hello, world");
+    CPString dest("old");
+    EXPECT_EQ(s.ExtractSubString(&dest, 7, 100), 1); // end clamped
+    EXPECT_EQ(Text(dest), "world");
+    EXPECT_EQ(s.ExtractSubString(&dest, 3, 2), 1); // end before start: empty
+    EXPECT_EQ(dest.Length(), 0);
+    dest = "kept";
+    EXPECT_EQ(s.ExtractSubString(&dest, 20, 30), 0);
+    EXPECT_EQ(Text(dest), "kept");
+
+    // Fewer than two characters between the delimiters count as none.
+    EXPECT_EQ(CPString("(a)").ExtractBetweenDelimiters(&dest, '(', ')'), 0);
+    EXPECT_EQ(CPString("x(ab)y").ExtractBetweenDelimiters(&dest, '(', ')'), 1);
+    EXPECT_EQ(Text(dest), "ab");
+
+    CPString tagged("name = \"Pump 1\" size=\"big");
+    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "name", '=', '"'), 1);
+    EXPECT_EQ(Text(dest), "Pump 1");
+    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "size", '=', '"'), 1); // unclosed is accepted
+    EXPECT_EQ(Text(dest), "big");
+    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "size", ':', '"'), 0);
+    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "mass", '=', '"'), 0);
+    EXPECT_EQ(tagged.ExtractTaggedValue(nullptr, "name", '=', '"'), 0);
+
+    short positions[8];
+    EXPECT_EQ(CPString("a,b,c").Split(',', positions, 1), 3);
+    EXPECT_EQ(positions[0], 0);
+    EXPECT_EQ(positions[1], 2);
+    EXPECT_EQ(positions[2], 4);
+    EXPECT_EQ(positions[3], 5);
+
+    CPString a, b, c;
+    EXPECT_EQ(CPString("a,b,c").Split(',', &a, &b, &c), 3);
+    EXPECT_EQ(Text(a), "a");
+    EXPECT_EQ(Text(b), ",b"); // fields keep their leading separator
+    EXPECT_EQ(Text(c), ",c");
+    CPString first, rest;
+    EXPECT_EQ(CPString("1;2;3;4").Split(';', &first, &rest), 4); // the rest piles up
+    EXPECT_EQ(Text(first), "1");
+    EXPECT_EQ(Text(rest), ";2;3;4");
+}
+
+TEST(CPStringTest, ReplacementAndItsLimit) {
+    CPString s("a/b/c");
+    EXPECT_EQ(s.ReplaceSubString("/", "::", 1), 1);
+    EXPECT_EQ(Text(s), "a/b::c");
+    s.MassagePathSeparators(0);
+    EXPECT_EQ(Text(s), "a\\b::c");
+    s.MassagePathSeparators(1);
+    EXPECT_EQ(Text(s), "a/b::c");
+    EXPECT_EQ(s.Substitute("::", CPString("-")), 1);
+    EXPECT_EQ(Text(s), "a/b-c");
+    EXPECT_EQ(s.TerminateAfterSubString("b"), 1);
+    EXPECT_EQ(Text(s), "a/b");
+    EXPECT_EQ(s.TerminateAfterSubString("q"), 0);
+
+    // Shrinking a short text wraps the unsigned length check and is refused.
+    CPString tiny("ab");
+    EXPECT_EQ(tiny.ReplaceSubString("abc", "", 0), 0);
+
+    // Too long: refused with a log message, and the loop stops at once.
+    std::string const longPath(2000, '/');
+    CPString big(longPath.c_str());
+    big.MassagePathSeparators(0);
+    EXPECT_EQ(Text(big), longPath);
+}
+
+TEST(CPStringDeathTest, WorkAreasEndTheProcessWhereTheyWouldOverrun) {
+    std::string const text(1023, 'a');
+    EXPECT_EXIT(CPString(text.c_str()).ReplaceSubString("a", "bb", 0), ExitedWithCode(kFatalStatus),
+                "");
+    std::string const huge(5000, 'x');
+    CPString dest;
+    EXPECT_EXIT(CPString(huge.c_str()).ExtractSubString(&dest, 0, 4200), ExitedWithCode(kFatalStatus),
+                "");
+    EXPECT_EXIT(CPString(huge.c_str()).TerminateAfterSubString("x"), ExitedWithCode(kFatalStatus), "");
+    EXPECT_EXIT(CPString("1,2,3,4,5,6,7,8,9").Split(',', &dest), ExitedWithCode(kFatalStatus), "");
+    EXPECT_EXIT(CPString().SPrintF("%5000d", 1), ExitedWithCode(kFatalStatus), "");
+}
+
+TEST(CPStringTest, FilterModes) {
+    struct Case {
+        char const* in;
+        std::int32_t flags;
+        char const* out;
+    };
+    Case const cases[] = {
+        {"  Heat  Exchanger  ", 7, "HeatExchanger"},
+        {"HeatExchanger", 0x1000, "Heat Exchanger"},
+        {"HEAT", 0x1000, "HEAT"},
+        {"  heat exCHANGER  ", 0x0040, "Heat Exchanger  "},
+        {"...pump, big!!", 0x0100 | 0x0200, "pump, big"},
+        {"a, b; c", 0x0400 | 0x0004, "abc"},
+        {"Mixed Case", 0x0010, "mixed case"},
+        {"Mixed Case", 0x0020, "MIXED CASE"},
+        {"(lead", 0x0040, "(Lead"},
+        {" !?", 0x0002 | 0x0200, ""},
+    };
+    for (Case const& c : cases) {
+        CPString s(c.in);
+        EXPECT_EQ(s.Filter(c.flags), 0);
+        EXPECT_EQ(Text(s), c.out) << c.in << " / " << c.flags;
+        EXPECT_EQ(s.Length(), static_cast<std::int32_t>(std::string(c.out).size()));
+    }
+    CPString crc("abc");
+    std::uint16_t const before = crc._get_nCRC();
+    crc.UpperCase();
+    EXPECT_NE(crc._get_nCRC(), before); // the cached CRC was dropped
+    crc.Reverse();
+    EXPECT_EQ(Text(crc), "CBA");
+    crc.LowerCase();
+    EXPECT_EQ(Text(crc), "cba");
+    EXPECT_EQ(crc.MatchRegularExpression("c.*"), 0);
+}
+
+TEST(CPStringTest, CStyleAccessAndFormatting) {
+    CPString s("abcdef");
+    char out[16] = "zz";
+    s.StrCpy(out, 4);
+    EXPECT_STREQ(out, "abc");
+    s.StrCpy(out, 0xFFFFFFFF);
+    EXPECT_STREQ(out, "abcdef");
+    CPString().StrCpy(out, 16);
+    EXPECT_STREQ(out, "");
+    std::strcpy(out, "x-");
+    s.StrCat(out);
+    EXPECT_STREQ(out, "x-abcdef");
+
+    CPString f;
+    EXPECT_EQ(f.SPrintF("%s=%d", "n", 5), 3);
+    EXPECT_EQ(Text(f), "n=5");
+    EXPECT_EQ(f.Length(), 3);
+    EXPECT_GE(f.Size(), 4096);
+
+    CPString sized(100u);
+    EXPECT_EQ(DynaBuffer::_get_nDeltaSize(), 64);
+    EXPECT_EQ(sized.Size(), 128); // grown with the step of 32, then the step set to 64
+}
+
+TEST(CPStringTest, StreamsRoundTrip) {
+    CPString s("round trip");
+    std::stringstream io;
+    io << s;
+    CPString none;
+    io << none;
+    CPString back, empty("x");
+    io >> back >> empty;
+    EXPECT_TRUE(back == s);
+    EXPECT_EQ(empty.Length(), 0);
+
+    std::istringstream raw("abcdef");
+    CPString read;
+    EXPECT_EQ(read.ReadIStream(raw), 6);
+    // The count is the raw length, so the last character is not counted.
+    EXPECT_EQ(read.Length(), 5);
+    EXPECT_STREQ(read.GetBuffer(), "abcdef");
+}
