@@ -259,9 +259,10 @@ void PrintRatios(CollectingReporter const& reporter) {
         std::printf("%-14s %14.1f %16.1f %8.2f  %s\n", pair.operation.c_str(), ours, alternative,
                     ours / alternative, pair.alternative.substr(pair.operation.size() + 1).c_str());
     }
-    std::printf("\nappend: the string's buffer grows by a fixed process-wide step (32 or 64 bytes),\n"
-                "not geometrically, so a long string built piece by piece is copied again and\n"
-                "again; that growth rule is part of the string's contract, not a fault here.\n");
+    std::printf(
+        "\nappend: the string's buffer grows by a fixed process-wide step (32 or 64 bytes),\n"
+        "not geometrically, so a long string built piece by piece is copied again and\n"
+        "again; that growth rule is part of the string's contract, not a fault here.\n");
 }
 
 } // namespace

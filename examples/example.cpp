@@ -20,7 +20,8 @@ int main() {
     std::printf("length : %d\n", greeting.Length());
     std::printf("crc16  : 0x%04X\n", greeting._get_nCRC());
     std::printf("stream : %zu bytes:", form.size());
-    for (unsigned char c : form) std::printf(" %02X", c);
+    for (unsigned char c : form)
+        std::printf(" %02X", c);
     std::printf("\n");
 
     std::istringstream in(form);

@@ -20,6 +20,8 @@ Seam<DebugOutputService>& DebugOutputSeam() {
     return seam;
 }
 
-void OutputDebugStringA(char const* text) { DebugOutputSeam().Get().Write(text); }
+void OutputDebugStringA(char const* text) {
+    DebugOutputSeam().Get().Write(text);
+}
 
 } // namespace platform

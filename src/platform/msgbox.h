@@ -8,7 +8,12 @@
 
 namespace platform {
 
-enum : unsigned { MB_OK = 0x0, MB_ICONSTOP = 0x10, MB_ICONINFORMATION = 0x40, MB_TOPMOST = 0x40000 };
+enum : unsigned {
+    MB_OK = 0x0,
+    MB_ICONSTOP = 0x10,
+    MB_ICONINFORMATION = 0x40,
+    MB_TOPMOST = 0x40000
+};
 enum : int { IDOK = 1 };
 
 class SORVANE_API MessageBoxService {

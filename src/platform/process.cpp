@@ -4,6 +4,8 @@
 
 namespace platform {
 
-void ExitProcess(std::uint32_t code) { std::exit(static_cast<int>(code)); }
+void ExitProcess(std::uint32_t code) {
+    std::exit(static_cast<int>(code));
+}
 
 } // namespace platform

@@ -24,7 +24,8 @@ private:
 // Puts a stand-in in place for one scope.
 template <class Service> class ScopedSeam {
 public:
-    ScopedSeam(Seam<Service>& seam, Service& standIn) : seam_(seam), prev_(seam.Replace(&standIn)) {}
+    ScopedSeam(Seam<Service>& seam, Service& standIn)
+        : seam_(seam), prev_(seam.Replace(&standIn)) {}
     ~ScopedSeam() { seam_.Replace(prev_); }
     ScopedSeam(ScopedSeam const&) = delete;
     ScopedSeam& operator=(ScopedSeam const&) = delete;

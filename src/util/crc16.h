@@ -16,7 +16,8 @@ constexpr std::array<std::uint16_t, 256> MakeTable() {
     for (unsigned i = 0; i < 256; ++i) {
         auto bit = [i](unsigned n) { return (i >> n) & 1u; };
         unsigned p = 0;
-        for (unsigned n = 0; n < 7; ++n) p ^= bit(n);
+        for (unsigned n = 0; n < 7; ++n)
+            p ^= bit(n);
         unsigned const b7p = bit(7) ^ p;
         unsigned entry = b7p << 15 | p << 14 | (bit(7) ^ bit(6)) << 13 | (bit(6) ^ bit(5)) << 12 |
                          (bit(5) ^ bit(4)) << 11 | (bit(4) ^ bit(3)) << 10 |

@@ -4,9 +4,13 @@ std::uint32_t Createable::ulInstanceCount = 0;
 unsigned char Createable::bHeapCheck = 0;
 unsigned char Createable::bHeapMark = 0;
 
-Createable::~Createable() { --ulInstanceCount; }
+Createable::~Createable() {
+    --ulInstanceCount;
+}
 
-std::uint16_t Createable::AddRef() { return ++nRefCount; }
+std::uint16_t Createable::AddRef() {
+    return ++nRefCount;
+}
 
 std::uint16_t Createable::Release() {
     std::uint16_t const remaining = --nRefCount;

@@ -36,10 +36,13 @@ void RequireCapacity(std::uint64_t size) {
 }
 
 void PutLE(std::ostream& out, std::uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
+    for (int i = 0; i < bytes; ++i)
+        out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
-[[noreturn]] void BadStream() { throw kDeadFocc; }
+[[noreturn]] void BadStream() {
+    throw kDeadFocc;
+}
 
 unsigned char GetByte(std::istream& in) {
     int const c = in.get();
@@ -49,7 +52,8 @@ unsigned char GetByte(std::istream& in) {
 
 std::uint32_t GetLE(std::istream& in, int bytes) {
     std::uint32_t value = 0;
-    for (int i = 0; i < bytes; ++i) value |= std::uint32_t{GetByte(in)} << (8 * i);
+    for (int i = 0; i < bytes; ++i)
+        value |= std::uint32_t{GetByte(in)} << (8 * i);
     return value;
 }
 
@@ -70,9 +74,13 @@ std::string GetBytes(std::istream& in, std::uint32_t length) {
 
 } // namespace
 
-DynaBuffer::DynaBuffer() { nDeltaSize = 32; }
+DynaBuffer::DynaBuffer() {
+    nDeltaSize = 32;
+}
 
-DynaBuffer::DynaBuffer(char const* data, std::uint32_t length) : DynaBuffer() { Copy(data, length); }
+DynaBuffer::DynaBuffer(char const* data, std::uint32_t length) : DynaBuffer() {
+    Copy(data, length);
+}
 
 // Two owners of one block would free it twice, so the copy borrows it.
 DynaBuffer::DynaBuffer(DynaBuffer const& other)
@@ -110,15 +118,15 @@ void DynaBuffer::GrowTo(std::uint32_t size) {
     SV_ASSERT(nDeltaSize > 0, "nDeltaSize > 0");
     SV_ASSERT(nDeltaSize < 0xFFFF, "nDeltaSize < 0xFFFF");
     // Always at least one step past what was asked.
-    std::uint64_t const newSize =
-        old + std::uint64_t{nDeltaSize} * ((size - old) / nDeltaSize + 1);
+    std::uint64_t const newSize = old + std::uint64_t{nDeltaSize} * ((size - old) / nDeltaSize + 1);
     RequireCapacity(newSize);
     Reallocate(static_cast<std::uint32_t>(newSize));
 }
 
 void DynaBuffer::GrowBy(std::uint32_t count) {
     if (count == 0) count = nDeltaSize;
-    std::uint64_t const newSize = std::uint64_t(static_cast<std::uint32_t>(nBufferSize)) + count + 1;
+    std::uint64_t const newSize =
+        std::uint64_t(static_cast<std::uint32_t>(nBufferSize)) + count + 1;
     RequireCapacity(newSize);
     Reallocate(static_cast<std::uint32_t>(newSize));
 }
@@ -132,7 +140,9 @@ void DynaBuffer::Adopt(char* block, std::int32_t size, std::uint32_t length, cha
     bCRCValid = 0;
 }
 
-char* DynaBuffer::GetBuffer() { return pcBuffer != nullptr ? pcBuffer : gcEmpty; }
+char* DynaBuffer::GetBuffer() {
+    return pcBuffer != nullptr ? pcBuffer : gcEmpty;
+}
 
 void DynaBuffer::Copy(char const* source, std::uint32_t length) {
     if (source == nullptr) return;
@@ -196,7 +206,8 @@ DynaBuffer* DynaBuffer::Unique(std::uint32_t size) {
 
 char& DynaBuffer::operator[](std::uint32_t index) {
     // The capacity bound also holds when a raw length was set past the block.
-    if (pcBuffer == nullptr || index > nLength || index >= static_cast<std::uint32_t>(nBufferSize)) {
+    if (pcBuffer == nullptr || index > nLength ||
+        index >= static_cast<std::uint32_t>(nBufferSize)) {
         gcDummy = '\0';
         return gcDummy;
     }
@@ -241,10 +252,12 @@ std::ostream& operator<<(std::ostream& out, DynaBuffer& buffer) {
     // A raw length set past the block writes zeros for what is not there.
     std::uint32_t const have =
         buffer.pcBuffer != nullptr
-            ? std::min<std::uint32_t>(buffer.nLength, static_cast<std::uint32_t>(buffer.nBufferSize))
+            ? std::min<std::uint32_t>(buffer.nLength,
+                                      static_cast<std::uint32_t>(buffer.nBufferSize))
             : 0;
     out.write(buffer.pcBuffer != nullptr ? buffer.pcBuffer : gcEmpty, have);
-    for (std::uint32_t i = have; i < buffer.nLength; ++i) out.put('\0');
+    for (std::uint32_t i = have; i < buffer.nLength; ++i)
+        out.put('\0');
     PutLE(out, buffer.nCRC, 2);
     return out;
 }

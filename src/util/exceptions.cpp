@@ -41,7 +41,9 @@ constexpr CheckText kCheckTexts[] = {
      "Sorvane Exception: Crit Assertion Failed: File:: %s  Line %ld : %s\n"},
 };
 
-char const* OrEmpty(char const* text) { return text != nullptr ? text : ""; }
+char const* OrEmpty(char const* text) {
+    return text != nullptr ? text : "";
+}
 
 // The report buffer is bounded here where the original ran past it.
 void AppendReport(char* report, std::size_t size, char const* text) {
@@ -55,7 +57,9 @@ void FormatNumber(char (&out)[48], std::int32_t n) {
 
 } // namespace
 
-Exceptions::Exceptions() { ++nInstanceCount; }
+Exceptions::Exceptions() {
+    ++nInstanceCount;
+}
 
 Exceptions::~Exceptions() {
     if (--nInstanceCount != 0) return;
@@ -147,13 +151,17 @@ void Exceptions::WriteMessage(std::int32_t const* n, char const* text) {
     *plogThe << "\n";
 }
 
-void Exceptions::Message(char const* text) { WriteMessage(nullptr, text); }
+void Exceptions::Message(char const* text) {
+    WriteMessage(nullptr, text);
+}
 
 void Exceptions::OPMessage(short bEnabled, char const* text) {
     if (bEnabled != 0) WriteMessage(nullptr, text);
 }
 
-void Exceptions::MessageN(std::int32_t n, char const* text) { WriteMessage(&n, text); }
+void Exceptions::MessageN(std::int32_t n, char const* text) {
+    WriteMessage(&n, text);
+}
 
 void Exceptions::OPMessageN(short bEnabled, std::int32_t n, char const* text) {
     if (bEnabled != 0) WriteMessage(&n, text);
@@ -208,8 +216,12 @@ FWError::FWError(char const* text, char const* file, int line) {
     nNumber = -1;
 }
 
-char const* FWError::ErrorString() { return szText; }
-int FWError::ErrorNumber() { return nNumber; }
+char const* FWError::ErrorString() {
+    return szText;
+}
+int FWError::ErrorNumber() {
+    return nNumber;
+}
 void FWError::Reset() {
     szText[0] = '\0';
     nNumber = 0;

@@ -97,9 +97,11 @@ private:
 #define SV_CRIT_ASSERT(cond, text)                                                                 \
     ((cond) ? (void)0 : ::Exceptions::_get_gexeptnsThe().CritAssert(__FILE__, __LINE__, text))
 #define SV_FAIL_IF_NIL(ptr, text)                                                                  \
-    ((ptr) != nullptr ? (void)0 : ::Exceptions::_get_gexeptnsThe().FailIfNIL(__FILE__, __LINE__, text))
+    ((ptr) != nullptr ? (void)0                                                                    \
+                      : ::Exceptions::_get_gexeptnsThe().FailIfNIL(__FILE__, __LINE__, text))
 #define SV_FAIL_IF_NOT_NIL(ptr, text)                                                              \
     ((ptr) == nullptr ? (void)0                                                                    \
                       : ::Exceptions::_get_gexeptnsThe().FailIfNotNIL(__FILE__, __LINE__, text))
 #define SV_WARN_IF_NIL(ptr, text)                                                                  \
-    ((ptr) != nullptr ? (void)0 : ::Exceptions::_get_gexeptnsThe().WarnIfNIL(__FILE__, __LINE__, text))
+    ((ptr) != nullptr ? (void)0                                                                    \
+                      : ::Exceptions::_get_gexeptnsThe().WarnIfNIL(__FILE__, __LINE__, text))

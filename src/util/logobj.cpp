@@ -41,21 +41,45 @@ template <class T> LogObj& LogObj::Put(T const& item) {
     return *this;
 }
 
-LogObj& LogObj::operator<<(char c) { return Put(c); }
-LogObj& LogObj::operator<<(signed char c) { return Put(c); }
-LogObj& LogObj::operator<<(unsigned char c) { return Put(c); }
-LogObj& LogObj::operator<<(short n) { return Put(n); }
-LogObj& LogObj::operator<<(unsigned short n) { return Put(n); }
-LogObj& LogObj::operator<<(int n) { return Put(n); }
-LogObj& LogObj::operator<<(unsigned int n) { return Put(n); }
-LogObj& LogObj::operator<<(long n) { return Put(n); }
-LogObj& LogObj::operator<<(unsigned long n) { return Put(n); }
-LogObj& LogObj::operator<<(float x) { return Put(x); }
-LogObj& LogObj::operator<<(double x) { return Put(x); }
+LogObj& LogObj::operator<<(char c) {
+    return Put(c);
+}
+LogObj& LogObj::operator<<(signed char c) {
+    return Put(c);
+}
+LogObj& LogObj::operator<<(unsigned char c) {
+    return Put(c);
+}
+LogObj& LogObj::operator<<(short n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(unsigned short n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(int n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(unsigned int n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(long n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(unsigned long n) {
+    return Put(n);
+}
+LogObj& LogObj::operator<<(float x) {
+    return Put(x);
+}
+LogObj& LogObj::operator<<(double x) {
+    return Put(x);
+}
 LogObj& LogObj::operator<<(unsigned char const* text) {
     return *this << reinterpret_cast<char const*>(text);
 }
-LogObj& LogObj::operator<<(char* text) { return *this << static_cast<char const*>(text); }
+LogObj& LogObj::operator<<(char* text) {
+    return *this << static_cast<char const*>(text);
+}
 LogObj& LogObj::operator<<(char const* text) {
     // A null text would be undefined for the stream; it writes nothing.
     return text != nullptr ? Put(text) : *this;

@@ -17,13 +17,22 @@ namespace {
 constexpr std::uint32_t kNoLength = 0xFFFFFFFF; // -1: measure the text
 char gcDummy = '\0';
 
-bool IsSpace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
-bool IsPunct(char c) { return std::ispunct(static_cast<unsigned char>(c)) != 0; }
-char ToUpper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
-char ToLower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
+bool IsSpace(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+bool IsPunct(char c) {
+    return std::ispunct(static_cast<unsigned char>(c)) != 0;
+}
+char ToUpper(char c) {
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+}
+char ToLower(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
 
 // A number's text has a fixed block; a longer one would run past it.
-template <class T> void FormatNumber(char (&out)[CPString::kNumberText], char const* format, T value) {
+template <class T>
+void FormatNumber(char (&out)[CPString::kNumberText], char const* format, T value) {
     int const length = std::snprintf(out, sizeof out, format, value);
     SV_CRIT_ASSERT(length >= 0 && length < static_cast<int>(sizeof out), "nLength < 32");
 }
@@ -76,7 +85,9 @@ DynaBuffer* CPString::MakeUnique(std::uint32_t size) {
     return pdybuf;
 }
 
-short CPString::Copy(CPString const& other) { return nvCopy(other); }
+short CPString::Copy(CPString const& other) {
+    return nvCopy(other);
+}
 
 short CPString::nvCopy(CPString const& other) {
     // Released first: when other is this string, its handle is null by the
@@ -114,11 +125,17 @@ void CPString::Adopt(char* block, std::int32_t size, char bOwner) {
     MakeUnique()->Adopt(block, size, kNoLength, bOwner);
 }
 
-void CPString::Clear() { ReleaseBuffer(); }
+void CPString::Clear() {
+    ReleaseBuffer();
+}
 
-void CPString::GrowBy(std::int32_t count) { MakeUnique()->GrowBy(static_cast<std::uint32_t>(count)); }
+void CPString::GrowBy(std::int32_t count) {
+    MakeUnique()->GrowBy(static_cast<std::uint32_t>(count));
+}
 
-void CPString::GrowTo(std::int32_t size) { MakeUnique()->GrowTo(static_cast<std::uint32_t>(size)); }
+void CPString::GrowTo(std::int32_t size) {
+    MakeUnique()->GrowTo(static_cast<std::uint32_t>(size));
+}
 
 void CPString::_set_nDeltaSize(short size) {
     MakeUnique();
@@ -138,7 +155,9 @@ void CPString::_set_nLength(std::uint32_t length) {
     if (pdybuf != nullptr) pdybuf->_set_nLength(length);
 }
 
-std::uint16_t CPString::_get_nCRC() const { return pdybuf != nullptr ? pdybuf->_get_nCRC() : 0; }
+std::uint16_t CPString::_get_nCRC() const {
+    return pdybuf != nullptr ? pdybuf->_get_nCRC() : 0;
+}
 
 char* CPString::GetBuffer() {
     AllocBuffer();
@@ -181,9 +200,8 @@ int CPString::SPrintF(char const* szFormat, ...) {
     va_list args;
     va_start(args, szFormat);
     // Bounded by the block; the original checked the limit only after writing.
-    int const retValue = std::vsnprintf(buffer->GetBuffer(),
-                                        static_cast<std::size_t>(buffer->_get_nBufferSize()),
-                                        szFormat, args);
+    int const retValue = std::vsnprintf(
+        buffer->GetBuffer(), static_cast<std::size_t>(buffer->_get_nBufferSize()), szFormat, args);
     va_end(args);
     SV_ASSERT(retValue >= 0 && static_cast<std::uint32_t>(retValue) < lMaxSprintfSize,
               "retValue < lMaxSprintfSize");
@@ -341,7 +359,8 @@ short CPString::TerminateAfterSubString(char const* pattern) {
     SV_CRIT_ASSERT(length < static_cast<std::int32_t>(kTerminateArea), "nLength < 1024");
     std::int32_t at = 0;
     if (ContainsSubString(pattern, &at) == 0) return 0;
-    std::string const kept(pdybuf->GetBuffer(), static_cast<std::size_t>(at) + std::strlen(pattern));
+    std::string const kept(pdybuf->GetBuffer(),
+                           static_cast<std::size_t>(at) + std::strlen(pattern));
     *this = kept.c_str();
     return 1;
 }
@@ -430,7 +449,8 @@ namespace {
 
 template <class Fn> void TransformBytes(DynaBuffer* buffer, std::int32_t length, Fn fn) {
     char* text = buffer->GetBuffer();
-    for (std::int32_t i = 0; i < length; ++i) text[i] = fn(text[i]);
+    for (std::int32_t i = 0; i < length; ++i)
+        text[i] = fn(text[i]);
     buffer->_set_nLength(buffer->_get_nLength()); // the content changed: the CRC is stale
 }
 
@@ -474,7 +494,8 @@ short CPString::Filter(std::int32_t flags) {
         std::string split;
         split.reserve(static_cast<std::size_t>(length) * 2);
         for (std::int32_t i = 0; i < length; ++i) {
-            if (i > 0 && text[i] >= 'A' && text[i] <= 'Z' && text[i - 1] >= 'a' && text[i - 1] <= 'z') {
+            if (i > 0 && text[i] >= 'A' && text[i] <= 'Z' && text[i - 1] >= 'a' &&
+                text[i - 1] <= 'z') {
                 split += ' ';
             }
             split += text[i];
@@ -491,7 +512,8 @@ short CPString::Filter(std::int32_t flags) {
     std::int32_t mark = 65535;
     if ((flags & (FILTER_TRAILING_SPACE | FILTER_TRAILING_PUNCT)) != 0) {
         mark = length - 1;
-        while (mark > 0 && (IsSpace(text[mark]) || IsPunct(text[mark]))) --mark;
+        while (mark > 0 && (IsSpace(text[mark]) || IsPunct(text[mark])))
+            --mark;
     }
 
     enum class State { Leading, Inner, Trailing } state = State::Leading;
@@ -539,9 +561,13 @@ short CPString::Filter(std::int32_t flags) {
     return 0;
 }
 
-short CPString::MatchRegularExpression(char const*) { return 0; }
+short CPString::MatchRegularExpression(char const*) {
+    return 0;
+}
 
-short CPString::SubstituteRegularExpression(char const*, char const*, char) { return 0; }
+short CPString::SubstituteRegularExpression(char const*, char const*, char) {
+    return 0;
+}
 
 // Operators ------------------------------------------------------------------
 
@@ -558,8 +584,7 @@ void AppendText(DynaBuffer* buffer, char const* text, std::uint32_t count) {
 CPString& CPString::operator+=(CPString const& other) {
     if (other.Length() == 0) return *this;
     std::uint32_t const otherLength = static_cast<std::uint32_t>(other.Length());
-    DynaBuffer* buffer =
-        MakeUnique(static_cast<std::uint32_t>(Length()) + otherLength + 1);
+    DynaBuffer* buffer = MakeUnique(static_cast<std::uint32_t>(Length()) + otherLength + 1);
     // Read the other's text only now: when it is this string, the step above
     // may have moved it.
     AppendText(buffer, other.pdybuf->GetBuffer(), otherLength + 1);
@@ -570,7 +595,8 @@ CPString& CPString::operator+=(char const* text) {
     if (text == nullptr) return *this;
     std::string const copy(text); // text may point into this buffer
     std::uint32_t const count = static_cast<std::uint32_t>(copy.size());
-    AppendText(MakeUnique(static_cast<std::uint32_t>(Length()) + count + 1), copy.c_str(), count + 1);
+    AppendText(MakeUnique(static_cast<std::uint32_t>(Length()) + count + 1), copy.c_str(),
+               count + 1);
     return *this;
 }
 
@@ -599,28 +625,60 @@ template <class T> CPString CPString::PlusFormatted(T value) const {
     return copy;
 }
 
-CPString& CPString::operator+=(int n) { return AppendFormatted("%d", n); }
-CPString& CPString::operator+=(long n) { return AppendFormatted("%ld", n); }
-CPString& CPString::operator+=(short n) { return AppendFormatted("%d", static_cast<int>(n)); }
-CPString& CPString::operator+=(float x) { return AppendFormatted("%.5f", static_cast<double>(x)); }
-CPString& CPString::operator+=(double x) { return AppendFormatted("%.6f", x); }
+CPString& CPString::operator+=(int n) {
+    return AppendFormatted("%d", n);
+}
+CPString& CPString::operator+=(long n) {
+    return AppendFormatted("%ld", n);
+}
+CPString& CPString::operator+=(short n) {
+    return AppendFormatted("%d", static_cast<int>(n));
+}
+CPString& CPString::operator+=(float x) {
+    return AppendFormatted("%.5f", static_cast<double>(x));
+}
+CPString& CPString::operator+=(double x) {
+    return AppendFormatted("%.6f", x);
+}
 
 CPString& CPString::operator=(char c) {
     char const text[2] = {c, '\0'};
     return *this = static_cast<char const*>(text);
 }
-CPString& CPString::operator=(int n) { return AssignFormatted("%d", n); }
-CPString& CPString::operator=(long n) { return AssignFormatted("%ld", n); }
-CPString& CPString::operator=(short n) { return AssignFormatted("%d", static_cast<int>(n)); }
-CPString& CPString::operator=(float x) { return AssignFormatted("%.5f", static_cast<double>(x)); }
-CPString& CPString::operator=(double x) { return AssignFormatted("%.6f", x); }
+CPString& CPString::operator=(int n) {
+    return AssignFormatted("%d", n);
+}
+CPString& CPString::operator=(long n) {
+    return AssignFormatted("%ld", n);
+}
+CPString& CPString::operator=(short n) {
+    return AssignFormatted("%d", static_cast<int>(n));
+}
+CPString& CPString::operator=(float x) {
+    return AssignFormatted("%.5f", static_cast<double>(x));
+}
+CPString& CPString::operator=(double x) {
+    return AssignFormatted("%.6f", x);
+}
 
-CPString CPString::operator+(char c) const { return PlusFormatted(c); }
-CPString CPString::operator+(int n) const { return PlusFormatted(n); }
-CPString CPString::operator+(long n) const { return PlusFormatted(n); }
-CPString CPString::operator+(short n) const { return PlusFormatted(n); }
-CPString CPString::operator+(float x) const { return PlusFormatted(x); }
-CPString CPString::operator+(double x) const { return PlusFormatted(x); }
+CPString CPString::operator+(char c) const {
+    return PlusFormatted(c);
+}
+CPString CPString::operator+(int n) const {
+    return PlusFormatted(n);
+}
+CPString CPString::operator+(long n) const {
+    return PlusFormatted(n);
+}
+CPString CPString::operator+(short n) const {
+    return PlusFormatted(n);
+}
+CPString CPString::operator+(float x) const {
+    return PlusFormatted(x);
+}
+CPString CPString::operator+(double x) const {
+    return PlusFormatted(x);
+}
 
 char& CPString::operator[](std::int32_t index) const {
     if (pdybuf == nullptr || index < 0) {
@@ -672,18 +730,25 @@ bool operator==(CPString const& a, char const* b) {
     return std::strcmp(a._get_pdybuf()->GetBuffer(), b) == 0;
 }
 
-bool operator==(char const* a, CPString const& b) { return b == a; }
-bool operator!=(CPString const& a, CPString const& b) { return !(a == b); }
-bool operator!=(CPString const& a, char const* b) { return !(a == b); }
-bool operator!=(char const* a, CPString const& b) { return !(b == a); }
+bool operator==(char const* a, CPString const& b) {
+    return b == a;
+}
+bool operator!=(CPString const& a, CPString const& b) {
+    return !(a == b);
+}
+bool operator!=(CPString const& a, char const* b) {
+    return !(a == b);
+}
+bool operator!=(char const* a, CPString const& b) {
+    return !(b == a);
+}
 
 bool operator<(CPString const& a, CPString const& b) {
     std::int32_t const left = a.Length();
     std::int32_t const right = b.Length();
     if (left >= right) return false;
-    return left == 0 ||
-           std::memcmp(a._get_pdybuf()->GetBuffer(), b._get_pdybuf()->GetBuffer(),
-                       static_cast<std::size_t>(left)) == 0;
+    return left == 0 || std::memcmp(a._get_pdybuf()->GetBuffer(), b._get_pdybuf()->GetBuffer(),
+                                    static_cast<std::size_t>(left)) == 0;
 }
 
 CPString operator+(CPString const& a, CPString const& b) {

@@ -38,7 +38,8 @@ TEST(Crc16, CheckValueAndLengthForms) {
 TEST(Crc16, TableMatchesShiftRegisterDefinition) {
     for (unsigned i = 0; i < 256; ++i) {
         std::uint16_t reg = static_cast<std::uint16_t>(i);
-        for (int bit = 0; bit < 8; ++bit) reg = (reg & 1) ? (reg >> 1) ^ 0xA001 : reg >> 1;
+        for (int bit = 0; bit < 8; ++bit)
+            reg = (reg & 1) ? (reg >> 1) ^ 0xA001 : reg >> 1;
         EXPECT_EQ(crc16_detail::kTable[i], reg) << "entry " << i;
     }
 }

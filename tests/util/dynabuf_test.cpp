@@ -10,7 +10,8 @@ namespace {
 
 std::string Bytes(std::initializer_list<int> bytes) {
     std::string out;
-    for (int b : bytes) out += static_cast<char>(b);
+    for (int b : bytes)
+        out += static_cast<char>(b);
     return out;
 }
 
@@ -45,7 +46,8 @@ TEST(CreateableTest, CountsAndCopyQuirks) {
 
 TEST(CreateableTest, ReleaseToZeroDeletesAndCountWrapsAt16Bits) {
     auto* object = new Createable();
-    for (int i = 0; i < 65535; ++i) object->AddRef();
+    for (int i = 0; i < 65535; ++i)
+        object->AddRef();
     EXPECT_EQ(object->AddRef(), 0); // wrapped
     EXPECT_EQ(object->AddRef(), 1);
     EXPECT_EQ(object->Release(), 0); // deleted here; the sanitizers see any misuse
@@ -94,7 +96,7 @@ TEST(DynaBufferTest, CopyAppendAndIndexKeepTheTerminatorInTheLength) {
 
 TEST(DynaBufferTest, EqualityRules) {
     Held a, b;
-    EXPECT_TRUE(a.p->EqualityOperator(nullptr, 0));      // both null
+    EXPECT_TRUE(a.p->EqualityOperator(nullptr, 0)); // both null
     EXPECT_TRUE(a.p->EqualityOperator(static_cast<DynaBuffer*>(nullptr)));
     a.p->Copy("abc", 0xFFFFFFFF);
     EXPECT_FALSE(a.p->EqualityOperator(nullptr, 0));
@@ -171,7 +173,7 @@ TEST(DynaBufferTest, ReadsTheOlderFormAndRejectsCorruptOnes) {
     crc.lCalc("ab", &withTerminator, 3);
     EXPECT_EQ(Write(*a.p).substr(9), Bytes({withTerminator & 0xFF, withTerminator >> 8}));
 
-    for (std::string const& corrupt : {Bytes({0xFF, 0x01, 0, 0, 0, 0}),   // unknown version
+    for (std::string const& corrupt : {Bytes({0xFF, 0x01, 0, 0, 0, 0}),      // unknown version
                                        Bytes({0xFF, 0x00, 9, 0, 0, 0, 'a'}), // ends early
                                        Bytes({0xFF, 0x00, 1, 0, 0, 0, 'a'}), // no CRC
                                        Bytes({0xFF, 0x00, 0xFF, 0xFF, 0xFF, 0x7F}), Bytes({})}) {

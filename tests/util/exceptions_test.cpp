@@ -33,7 +33,9 @@ void UseMarkedBox() {
 
 // Fixed names: a threadsafe death test runs its statement in a fresh
 // process, which must find the same path.
-std::string TempPath(char const* name) { return ::testing::TempDir() + "sorvane_" + name; }
+std::string TempPath(char const* name) {
+    return ::testing::TempDir() + "sorvane_" + name;
+}
 
 std::string ReadFile(std::string const& path) {
     std::ifstream in(path, std::ios::binary);
@@ -42,28 +44,33 @@ std::string ReadFile(std::string const& path) {
     return all.str();
 }
 
-Exceptions& The() { return Exceptions::_get_gexeptnsThe(); }
+Exceptions& The() {
+    return Exceptions::_get_gexeptnsThe();
+}
 
 } // namespace
 
 TEST(ExceptionsDeathTest, EveryCheckEndsTheProcessWithItsReport) {
     // Without a report path the four that append name an empty path.
-    EXPECT_EXIT((UseMarkedBox(), The().FailIfNIL("a.cpp", 12, "pWidget")), ExitedWithCode(kFatalStatus),
-                "BOX\\[Sorvane Exception\\|16\\]<Sorvane Exception: NIL Pointer Fail: File:: a.cpp  "
-                "Line 12 : pWidget\nError report written to: >");
-    EXPECT_EXIT((UseMarkedBox(), The().FailIfNotNIL("b.cpp", 7, "pOld")), ExitedWithCode(kFatalStatus),
-                "expected NIL Pointer: File:: b.cpp  Line 7 : pOld");
+    EXPECT_EXIT(
+        (UseMarkedBox(), The().FailIfNIL("a.cpp", 12, "pWidget")), ExitedWithCode(kFatalStatus),
+        "BOX\\[Sorvane Exception\\|16\\]<Sorvane Exception: NIL Pointer Fail: File:: a.cpp  "
+        "Line 12 : pWidget\nError report written to: >");
+    EXPECT_EXIT((UseMarkedBox(), The().FailIfNotNIL("b.cpp", 7, "pOld")),
+                ExitedWithCode(kFatalStatus), "expected NIL Pointer: File:: b.cpp  Line 7 : pOld");
     EXPECT_EXIT((UseMarkedBox(), The().WarnIfNIL("c.cpp", 1, "p")), ExitedWithCode(kFatalStatus),
                 "NIL pointer Warn: File:: c.cpp  Line 1 : p");
-    EXPECT_EXIT((UseMarkedBox(), The().CritAssert("d.cpp", 99, "n > 0")), ExitedWithCode(kFatalStatus),
+    EXPECT_EXIT((UseMarkedBox(), The().CritAssert("d.cpp", 99, "n > 0")),
+                ExitedWithCode(kFatalStatus),
                 "Crit Assertion Failed: File:: d.cpp  Line 99 : n > 0");
     // Assert loses its own text: with no path the box is empty.
     EXPECT_EXIT((UseMarkedBox(), The().Assert("e.cpp", 5, "x")), ExitedWithCode(kFatalStatus),
                 "BOX\\[Sorvane Exception\\|16\\]<>");
     // The helpers report the call site.
     EXPECT_EXIT((UseMarkedBox(), SV_ASSERT(1 == 0, "1==0")), ExitedWithCode(kFatalStatus), "BOX");
-    EXPECT_EXIT((UseMarkedBox(), The().RuntimeError("f.cpp", 3, "ignored")), ExitedWithCode(255),
-                "BOX\\[Sorvane Runtime Error\\|16\\]<Runtime exception in module:: f.cpp  Line 3\n>");
+    EXPECT_EXIT(
+        (UseMarkedBox(), The().RuntimeError("f.cpp", 3, "ignored")), ExitedWithCode(255),
+        "BOX\\[Sorvane Runtime Error\\|16\\]<Runtime exception in module:: f.cpp  Line 3\n>");
 }
 
 TEST(ExceptionsDeathTest, AssertWithReportPathShowsOnlyThePathAndLogsTheLine) {
@@ -74,7 +81,8 @@ TEST(ExceptionsDeathTest, AssertWithReportPathShowsOnlyThePathAndLogsTheLine) {
             The()._set_szFilePath(path.c_str());
             The().Assert("g.cpp", 41, "pfnCondFunc !=0");
         },
-        ExitedWithCode(kFatalStatus), "BOX\\[Sorvane Exception\\|16\\]<Error report written to: .*assert\\.log>");
+        ExitedWithCode(kFatalStatus),
+        "BOX\\[Sorvane Exception\\|16\\]<Error report written to: .*assert\\.log>");
     std::string const log = ReadFile(path);
     EXPECT_NE(log.find("Warning: assertion failed in g.cpp at line 41 : pfnCondFunc !=0\n"),
               std::string::npos)
@@ -113,13 +121,12 @@ TEST(ExceptionsTest, LogLinesAppearOnlyWithAPathAndAsWritten) {
     std::string const log = ReadFile(path);
     std::string const body = log.substr(log.find("\n", 1) + 1); // after the time stamp
     EXPECT_EQ(log.rfind("\nSystem Time Stamp ", 0), 0u);
-    EXPECT_EQ(body,
-              "\nMessage: \"x\n"
-              "Message: \"enabled\n"
-              "Message: \"count 255 (0xff)\n"
-              "Message: \"minus -1 (0xffffffff)\n"
-              "Comment: \"note\" in i.cpp at line 8\n"
-              "Comment: \"n= 16 (0x10)\" in i.cpp at line 9\n");
+    EXPECT_EQ(body, "\nMessage: \"x\n"
+                    "Message: \"enabled\n"
+                    "Message: \"count 255 (0xff)\n"
+                    "Message: \"minus -1 (0xffffffff)\n"
+                    "Comment: \"note\" in i.cpp at line 8\n"
+                    "Comment: \"n= 16 (0x10)\" in i.cpp at line 9\n");
     std::remove(path.c_str());
 }
 
@@ -143,5 +150,6 @@ TEST(FWErrorTest, LatestConstructionWinsAndResetClears) {
 
 TEST(FWErrorDeathTest, TextPastItsBlockEndsTheProcess) {
     std::string const longText(300, 'u');
-    EXPECT_EXIT(FWError(longText.c_str(), "z.cpp", 1), ExitedWithCode(kFatalStatus), "nLength < 256");
+    EXPECT_EXIT(FWError(longText.c_str(), "z.cpp", 1), ExitedWithCode(kFatalStatus),
+                "nLength < 256");
 }

@@ -14,7 +14,9 @@ namespace {
 using ::testing::ExitedWithCode;
 constexpr int kFatalStatus = kDeadFocc & 0xFF;
 
-std::string Text(CPString& s) { return s.GetBuffer(); }
+std::string Text(CPString& s) {
+    return s.GetBuffer();
+}
 
 } // namespace
 
@@ -44,7 +46,8 @@ TEST(CPStringTest, SharingAndCopyOnWrite) {
     EXPECT_EQ(c[4], '\0');
 
     // Self-assignment releases before sharing: the string ends empty.
-    a = a;
+    CPString& alias = a;
+    a = alias;
     EXPECT_EQ(a._get_pdybuf(), nullptr);
     EXPECT_EQ(a.Length(), 0);
     EXPECT_EQ(Text(c), "Xbcd"); // the other holder kept the buffer
@@ -225,9 +228,10 @@ TEST(CPStringDeathTest, WorkAreasEndTheProcessWhereTheyWouldOverrun) {
                 "");
     std::string const huge(5000, 'x');
     CPString dest;
-    EXPECT_EXIT(CPString(huge.c_str()).ExtractSubString(&dest, 0, 4200), ExitedWithCode(kFatalStatus),
+    EXPECT_EXIT(CPString(huge.c_str()).ExtractSubString(&dest, 0, 4200),
+                ExitedWithCode(kFatalStatus), "");
+    EXPECT_EXIT(CPString(huge.c_str()).TerminateAfterSubString("x"), ExitedWithCode(kFatalStatus),
                 "");
-    EXPECT_EXIT(CPString(huge.c_str()).TerminateAfterSubString("x"), ExitedWithCode(kFatalStatus), "");
     EXPECT_EXIT(CPString("1,2,3,4,5,6,7,8,9").Split(',', &dest), ExitedWithCode(kFatalStatus), "");
     EXPECT_EXIT(CPString().SPrintF("%5000d", 1), ExitedWithCode(kFatalStatus), "");
 }
