@@ -69,8 +69,8 @@ TEST(Win32ErrorContainer, AnswersTheSystemTextOrWhyThereIsNone) {
     text->Release();
 
     text = Win32ErrorContainer::Win32ErrorString(100000, unused);
-    std::string const expected =
-        "Failed to get Win32 Error Message for 100000.  Reason: " + std::to_string(platform::ERROR_MR_MID_NOT_FOUND);
+    std::string const expected = "Failed to get Win32 Error Message for 100000.  Reason: " +
+                                 std::to_string(platform::ERROR_MR_MID_NOT_FOUND);
     EXPECT_STREQ(text->GetBuffer(), expected.c_str());
     text->Release();
     // The code prints as the signed word it is on the system.

@@ -1,0 +1,45 @@
+// orvelsplash: the per-client splash server.
+#include <platform/eventloop.h>
+#include <platform/nullwindow.h>
+#include <splash/module.h>
+#include <splash/seams.h>
+
+#include <clocale>
+#include <string>
+
+namespace {
+
+// The command line as one text, the program's path first, as the server
+// entry reads it.
+std::string CommandLine(int argc, char** argv) {
+    std::string line;
+    for (int i = 0; i < argc; ++i) {
+        if (i != 0) line += ' ';
+        std::string const arg = argv[i];
+        bool const quote = i == 0 && arg.find(' ') != std::string::npos;
+        line += quote ? "\"" + arg + "\"" : arg;
+    }
+    return line;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // The narrow texts are in the user's character set.
+    std::setlocale(LC_ALL, "");
+
+    platform::EventLoop loop;
+    platform::NullWindowSystem windows(loop);
+    CExeModule module(loop);
+    NullSplashChecks checks;
+    NullRecentLists recent;
+    NullSplashPainter painter;
+    SplashServices services{windows, module, checks, recent, painter};
+    ClassFactory factory(services);
+    NullClassObjectHost host;
+    NullClassRegistrar registrar;
+    ServerPlatform server{loop, module, host, registrar, factory};
+
+    std::string const commandLine = CommandLine(argc, argv);
+    return ServerMain(commandLine.c_str(), server);
+}

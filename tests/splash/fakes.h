@@ -1,0 +1,162 @@
+// Stand-ins for the splash server's seams, recording what the logic asks of
+// them.
+#pragma once
+
+#include <platform/comalloc.h>
+#include <platform/process.h>
+#include <platform/syserror.h>
+#include <platform/window.h>
+#include <splash/module.h>
+#include <splash/seams.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class FakeWindow final : public platform::Window {
+public:
+    FakeWindow(platform::WindowHandler& handler, platform::Rect rect, platform::Rect workArea,
+               bool* destroyed)
+        : rect(rect), workArea(workArea), handler_(handler), destroyed_(destroyed) {}
+    ~FakeWindow() override {
+        if (destroyed_ != nullptr) *destroyed_ = true;
+    }
+
+    void Send(std::uint32_t message, std::uintptr_t wParam = 0, std::intptr_t lParam = 0) {
+        handler_.OnMessage(*this, message, wParam, lParam);
+    }
+
+    void ShowWindow(int command) override { visible = command != platform::SW_HIDE; }
+    platform::Rect GetWindowRect() override { return rect; }
+    void SetTopmost(platform::Rect const& at) override {
+        rect = at;
+        visible = true;
+        ++topmostCalls;
+    }
+    void Move(std::int32_t x, std::int32_t y) override {
+        rect = {x, y, x + rect.Width(), y + rect.Height()};
+    }
+    void InvalidateRect(platform::Rect const* at, bool erase) override {
+        invalidated.push_back(at != nullptr ? *at : rect);
+        lastErase = erase;
+    }
+    void SetTimer(std::uintptr_t id, std::uint32_t periodMs) override { timers[id] = periodMs; }
+    void KillTimer(std::uintptr_t id) override { timers.erase(id); }
+    platform::Rect MonitorWorkArea() override { return workArea; }
+
+    platform::Rect rect;
+    platform::Rect workArea;
+    bool visible = false;
+    int topmostCalls = 0;
+    std::vector<platform::Rect> invalidated;
+    bool lastErase = false;
+    std::map<std::uintptr_t, std::uint32_t> timers;
+
+private:
+    platform::WindowHandler& handler_;
+    bool* destroyed_;
+};
+
+class FakeWindowSystem final : public platform::WindowSystem {
+public:
+    std::unique_ptr<platform::Window> CreatePopup(platform::WindowHandler& handler,
+                                                  platform::Rect const& rect) override {
+        if (failWith != 0) {
+            platform::SetLastError(failWith);
+            return nullptr;
+        }
+        destroyed = false;
+        auto made = std::make_unique<FakeWindow>(handler, rect, workArea, &destroyed);
+        window = made.get();
+        made->Send(platform::WM_CREATE);
+        return made;
+    }
+    int ScreenColourBits() override { return colourBits; }
+
+    platform::Rect workArea{0, 0, 1280, 800};
+    int colourBits = 32;
+    std::uint32_t failWith = 0;
+    FakeWindow* window = nullptr;
+    bool destroyed = false;
+};
+
+class FakeChecks final : public SplashChecks {
+public:
+    void TestUserRegistration(platform::Window* parent) override {
+        ++registrationChecks;
+        lastParent = parent;
+    }
+    void CheckLicenseExpiration(BSTR) override { ++licenceChecks; }
+    int registrationChecks = 0;
+    int licenceChecks = 0;
+    platform::Window* lastParent = nullptr;
+};
+
+class FakeRecentLists final : public RecentLists {
+public:
+    void AddToRecentAppList(BSTR, BSTR) override { ++apps; }
+    void AddToRecentDocList(BSTR, BSTR) override { ++docs; }
+    int apps = 0;
+    int docs = 0;
+};
+
+// Thrown where the process would end, so that a test can see the code.
+struct ProcessExited {
+    std::uint32_t code;
+};
+
+class FakeProcess final : public platform::ProcessService {
+public:
+    void Exit(std::uint32_t code) override { throw ProcessExited{code}; }
+    void Sleep(std::uint32_t milliseconds) override { slept.push_back(milliseconds); }
+    std::vector<std::uint32_t> slept;
+};
+
+// Runs a client's script on the main loop once the class is published.
+class FakeHost final : public ClassObjectHost {
+public:
+    void Initialize() override { calls += "init "; }
+    void Uninitialize() override { calls += "uninit"; }
+    HRESULT RegisterClassObjects(ClassFactory& factory) override {
+        calls += "register ";
+        if (client) client(factory);
+        return platform::S_OK;
+    }
+    void RevokeClassObjects() override { calls += "revoke "; }
+
+    std::function<void(ClassFactory&)> client;
+    std::string calls;
+};
+
+class FakeRegistrar final : public ClassRegistrar {
+public:
+    HRESULT ApplyScript(int resource, bool bRegister) override {
+        calls += (bRegister ? "apply+" : "apply-") + std::to_string(resource) + " ";
+        return platform::S_OK;
+    }
+    HRESULT RegisterServer() override {
+        calls += "register";
+        return result;
+    }
+    HRESULT UnregisterServer() override {
+        calls += "unregister";
+        return result;
+    }
+    HRESULT result = platform::S_OK;
+    std::string calls;
+};
+
+// A BSTR that frees itself.
+class Bstr {
+public:
+    explicit Bstr(char16_t const* text) : text_(platform::SysAllocString(text)) {}
+    ~Bstr() { platform::SysFreeString(text_); }
+    Bstr(Bstr const&) = delete;
+    Bstr& operator=(Bstr const&) = delete;
+    operator BSTR() const { return text_; }
+
+private:
+    BSTR text_;
+};
