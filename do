@@ -14,6 +14,8 @@ root=$PWD
 packages=(
     cmake ninja-build g++ clang libclang-rt-14-dev pkg-config clang-format
     libgtest-dev libgmock-dev libbenchmark-dev
+    libsqlite3-dev
+    libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
 )
 
 as_root() {

@@ -1,0 +1,48 @@
+#include <platform/paths.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+namespace platform {
+namespace {
+
+// Copies with its terminator; the size needed when it does not fit.
+std::uint32_t Put(std::string const& text, char* buffer, std::uint32_t size) {
+    if (text.size() + 1 > size || buffer == nullptr)
+        return static_cast<std::uint32_t>(text.size() + 1);
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    return static_cast<std::uint32_t>(text.size());
+}
+
+} // namespace
+
+std::uint32_t GetLongPathNameA(char const* path, char* longPath, std::uint32_t size) {
+    if (path == nullptr) return 0;
+    std::string expanded = path;
+    if (expanded.rfind("~/", 0) == 0) {
+        char const* home = std::getenv("HOME");
+        if (home == nullptr) {
+            Put(path, longPath, size);
+            return 0;
+        }
+        expanded = home + expanded.substr(1);
+    }
+    std::error_code error;
+    std::filesystem::path const canonical = std::filesystem::canonical(expanded, error);
+    if (error) {
+        Put(path, longPath, size);
+        return 0;
+    }
+    return Put(canonical.string(), longPath, size);
+}
+
+std::uint32_t GetTempPathA(std::uint32_t size, char* buffer) {
+    char const* tmp = std::getenv("TMPDIR");
+    std::string folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
+    if (folder.back() != '/') folder += '/';
+    return Put(folder, buffer, size);
+}
+
+} // namespace platform

@@ -1,0 +1,21 @@
+// File-system names as the server's callers know them: the long form of a
+// path and the user's temporary folder.
+#pragma once
+
+#include <util/export.h>
+
+#include <cstdint>
+
+namespace platform {
+
+// Expands a leading "~/" to the home folder and gives an existing path its
+// canonical form. Answers the length written, or the size needed when the
+// buffer is too small, or 0 on failure; on failure the buffer holds the
+// path as it was, when it fits.
+SORVANE_API std::uint32_t GetLongPathNameA(char const* path, char* longPath, std::uint32_t size);
+
+// $TMPDIR, or /tmp, ending in "/". Answers the length, the size needed when
+// the buffer is too small, or 0.
+SORVANE_API std::uint32_t GetTempPathA(std::uint32_t size, char* buffer);
+
+} // namespace platform

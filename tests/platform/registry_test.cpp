@@ -1,0 +1,240 @@
+#include <platform/namedevent.h>
+#include <platform/paths.h>
+#include <platform/registry.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace platform;
+
+// Each test gets a store of its own.
+class RegistryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path_ = ::testing::TempDir() + "registry_" + std::to_string(::getpid()) + "_" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".db";
+        RemoveStore();
+        ::setenv(kRegistryPathVariable, path_.c_str(), 1);
+    }
+    void TearDown() override {
+        ::unsetenv(kRegistryPathVariable);
+        RemoveStore();
+    }
+    void RemoveStore() {
+        for (char const* suffix : {"", "-wal", "-shm"})
+            std::remove((path_ + suffix).c_str());
+    }
+
+    static LSTATUS SetString(HKEY key, char const* name, std::string const& text,
+                             bool terminator = true) {
+        return RegSetValueExA(key, name, 0, REG_SZ,
+                              reinterpret_cast<std::uint8_t const*>(text.c_str()),
+                              static_cast<std::uint32_t>(text.size() + (terminator ? 1 : 0)));
+    }
+    static std::string GetString(HKEY key, char const* name, std::uint32_t limit = 256,
+                                 LSTATUS* status = nullptr) {
+        std::string buffer(limit, '\0');
+        std::uint32_t size = limit;
+        LSTATUS const rc = RegQueryValueExA(key, name, nullptr, nullptr,
+                                            reinterpret_cast<std::uint8_t*>(buffer.data()), &size);
+        if (status != nullptr) *status = rc;
+        return rc == 0 ? std::string(buffer.c_str()) : "<" + std::to_string(rc) + ">";
+    }
+
+    std::string path_;
+};
+
+} // namespace
+
+TEST_F(RegistryTest, KeysAndValuesBehaveAsTheRegistryDoes) {
+    HKEY key = nullptr;
+    std::uint32_t disposition = 0;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech\\RecentlyUsed", 0, nullptr, 0,
+                              KEY_ALL_ACCESS, nullptr, &key, &disposition),
+              0);
+    EXPECT_EQ(disposition, REG_CREATED_NEW_KEY);
+    EXPECT_EQ(SetString(key, "RecentApps0", "/usr/bin/a|A", false), 0); // no terminator stored
+    EXPECT_EQ(SetString(key, "recentapps1", "b"), 0);
+    EXPECT_EQ(RegCloseKey(key), 0);
+
+    // Names compare without regard to case; strings come back terminated.
+    HKEY same = nullptr;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\orveltech\\recentlyused", 0, nullptr, 0,
+                              KEY_ALL_ACCESS, nullptr, &same, &disposition),
+              0);
+    EXPECT_EQ(disposition, REG_OPENED_EXISTING_KEY);
+    EXPECT_EQ(GetString(same, "RECENTAPPS0"), "/usr/bin/a|A");
+    EXPECT_EQ(GetString(same, "RecentApps1"), "b");
+    std::uint32_t type = 0, size = 0;
+    EXPECT_EQ(RegQueryValueExA(same, "RecentApps0", nullptr, &type, nullptr, &size), 0);
+    EXPECT_EQ(type, REG_SZ);
+    EXPECT_EQ(size, 13u); // twelve characters and the terminator added on reading
+
+    // Too small: the size needed. 255 characters need 256 bytes.
+    EXPECT_EQ(SetString(same, "Long", std::string(255, 'x'), false), 0);
+    LSTATUS status = 0;
+    GetString(same, "Long", 255, &status);
+    EXPECT_EQ(status, ERROR_MORE_DATA);
+    GetString(same, "Missing", 255, &status);
+    EXPECT_EQ(status, ERROR_FILE_NOT_FOUND);
+
+    std::uint8_t const dword[4] = {0x10, 0, 0, 0};
+    EXPECT_EQ(RegSetValueExA(same, "Count", 0, REG_DWORD, dword, 4), 0);
+    std::uint8_t back[4] = {};
+    size = 4;
+    EXPECT_EQ(RegQueryValueExA(same, "Count", nullptr, &type, back, &size), 0);
+    EXPECT_EQ(type, REG_DWORD);
+    EXPECT_EQ(back[0], 0x10);
+
+    EXPECT_EQ(RegDeleteValueA(same, "Count"), 0);
+    EXPECT_EQ(RegDeleteValueA(same, "Count"), ERROR_FILE_NOT_FOUND);
+
+    HKEY missing = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Nowhere", 0, KEY_READ, &missing),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CLASSES_ROOT, "Software\\Orveltech", 0, KEY_READ, &missing),
+              ERROR_FILE_NOT_FOUND); // the other hive
+
+    // Deleting a key takes everything below it; an open handle goes stale.
+    EXPECT_EQ(RegDeleteKeyA(HKEY_CURRENT_USER, "Software\\Orveltech"), 0);
+    EXPECT_EQ(SetString(same, "RecentApps0", "x"), ERROR_KEY_DELETED);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech\\RecentlyUsed", 0, KEY_READ,
+                            &missing),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegDeleteKeyA(HKEY_CURRENT_USER, ""), ERROR_ACCESS_DENIED);
+    RegCloseKey(same);
+}
+
+TEST_F(RegistryTest, DamagedAndReadOnlyStoresFailWithoutHarm) {
+    {
+        std::ofstream junk(path_, std::ios::binary);
+        junk << std::string(8192, 'J');
+    }
+    HKEY key = nullptr;
+    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                              &key, nullptr),
+              ERROR_BADDB);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, KEY_READ, &key), ERROR_BADDB);
+    RegTransaction damaged;
+    EXPECT_NE(damaged.Status(), 0);
+    RemoveStore();
+
+    // A store with content, then opened read-only: reads work, writes are denied.
+    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech", 0, nullptr, 0,
+                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              0);
+    ASSERT_EQ(SetString(key, "LogPath", "/tmp/x.log"), 0);
+    RegCloseKey(key);
+    std::string const readOnly = "file:" + path_ + "?mode=ro";
+    ::setenv(kRegistryPathVariable, readOnly.c_str(), 1);
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech", 0, KEY_READ, &key), 0);
+    EXPECT_EQ(GetString(key, "LogPath"), "/tmp/x.log");
+    EXPECT_EQ(SetString(key, "LogPath", "/elsewhere"), ERROR_ACCESS_DENIED);
+    RegCloseKey(key);
+    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\New", 0, nullptr, 0, KEY_ALL_ACCESS,
+                              nullptr, &key, nullptr),
+              ERROR_ACCESS_DENIED);
+
+    // A store that cannot be made at all.
+    ::setenv(kRegistryPathVariable, "/proc/no-such-dir/registry.db", 1);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, KEY_READ, &key), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(RegistryTest, TransactionsOfSeveralProcessesAreSerialised) {
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, nullptr, 0, KEY_ALL_ACCESS,
+                              nullptr, &key, nullptr),
+              0);
+    RegCloseKey(key);
+    constexpr int kProcesses = 6;
+    constexpr int kRounds = 40;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t const child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            int failures = 0;
+            for (int i = 0; i < kRounds; ++i) {
+                RegTransaction transaction;
+                HKEY counter = nullptr;
+                std::uint32_t value = 0, size = 4;
+                bool ok = transaction.Status() == 0 &&
+                          RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, KEY_ALL_ACCESS,
+                                        &counter) == 0;
+                if (ok) {
+                    RegQueryValueExA(counter, "n", nullptr, nullptr,
+                                     reinterpret_cast<std::uint8_t*>(&value), &size);
+                    ++value; // read, change, write: lost updates would show
+                    ok = RegSetValueExA(counter, "n", 0, REG_DWORD,
+                                        reinterpret_cast<std::uint8_t*>(&value), 4) == 0 &&
+                         transaction.Commit() == 0;
+                    RegCloseKey(counter);
+                }
+                failures += ok ? 0 : 1;
+            }
+            ::_exit(failures);
+        }
+        children.push_back(child);
+    }
+    for (pid_t const child : children) {
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, KEY_READ, &key), 0);
+    std::uint32_t value = 0, size = 4;
+    EXPECT_EQ(RegQueryValueExA(key, "n", nullptr, nullptr, reinterpret_cast<std::uint8_t*>(&value),
+                               &size),
+              0);
+    EXPECT_EQ(value, std::uint32_t{kProcesses * kRounds});
+    RegCloseKey(key);
+}
+
+TEST(NamedEventTest, OpenOnlyFindsACreatedEventOfThisUser) {
+    char const* name = "SorvaneTestFlag";
+    NamedEvent::Remove(name);
+    EXPECT_EQ(NamedEvent::Open(name), nullptr);
+    auto made = NamedEvent::Create(name);
+    ASSERT_NE(made, nullptr);
+    auto opened = NamedEvent::Open(name);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_FALSE(made->TryTake());
+    EXPECT_TRUE(opened->Set());
+    EXPECT_TRUE(made->TryTake()); // one signal, seen through the other handle
+    EXPECT_TRUE(NamedEvent::Remove(name));
+    EXPECT_EQ(NamedEvent::Open(name), nullptr);
+    EXPECT_FALSE(NamedEvent::Remove(name));
+    EXPECT_NE(NamedEvent::SystemName("a/b").find(std::to_string(::getuid())), std::string::npos);
+}
+
+TEST(PathsTest, LongPathsAndTheTemporaryFolder) {
+    char buffer[1024];
+    std::string const home = ::testing::TempDir() + "home_" + std::to_string(::getpid());
+    std::string const saved = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+    ::mkdir(home.c_str(), 0700);
+    ::setenv("HOME", home.c_str(), 1);
+    char real[4096];
+    ASSERT_NE(::realpath(home.c_str(), real), nullptr);
+    EXPECT_EQ(GetLongPathNameA("~/", buffer, sizeof buffer), std::string(real).size());
+    EXPECT_STREQ(buffer, real);
+    EXPECT_EQ(GetLongPathNameA("~/missing/x", buffer, sizeof buffer), 0u);
+    EXPECT_STREQ(buffer, "~/missing/x"); // left as it was
+    char tiny[4];
+    EXPECT_EQ(GetLongPathNameA("~/", tiny, sizeof tiny), std::string(real).size() + 1);
+    ::setenv("HOME", saved.c_str(), 1);
+    ::rmdir(home.c_str());
+
+    ::setenv("TMPDIR", "/var/tmp", 1);
+    EXPECT_EQ(GetTempPathA(sizeof buffer, buffer), 9u);
+    EXPECT_STREQ(buffer, "/var/tmp/");
+    ::unsetenv("TMPDIR");
+    GetTempPathA(sizeof buffer, buffer);
+    EXPECT_STREQ(buffer, "/tmp/");
+}
