@@ -30,6 +30,8 @@ public:
     }
     void KillTimer(std::uintptr_t id) override { loop_.KillTimer(this, id); }
     Rect MonitorWorkArea() override { return NullWindowSystem::kWorkArea; }
+    PaintSurface BeginPaint() override { return {}; }
+    void EndPaint(PaintSurface const&) override {}
 
 private:
     void Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override {

@@ -1,6 +1,7 @@
 // A window system with no screen: windows exist as state, their timers run on
-// the event loop and paint requests arrive as WM_PAINT. For a server started
-// where no display is reachable, and for tests of whole roads.
+// the event loop and paint requests arrive as WM_PAINT, with nothing to draw
+// on. For a server started where no display is reachable, and for tests of
+// whole roads.
 #pragma once
 
 #include <platform/eventloop.h>

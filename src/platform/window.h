@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <memory>
 
+// The drawing library's context. The framework only hands it on, so it is
+// declared here rather than included.
+typedef struct _cairo cairo_t;
+
 namespace platform {
 
 struct Rect {
@@ -22,6 +26,12 @@ struct Rect {
 };
 
 enum : int { SW_HIDE = 0, SW_SHOW = 5 };
+
+// What one paint draws on.
+struct PaintSurface {
+    cairo_t* context = nullptr; // null when the window has nothing to draw on
+    int pixelsPerInchY = 96;
+};
 
 class Window;
 
@@ -52,6 +62,10 @@ public:
     virtual void KillTimer(std::uintptr_t id) = 0;
     // The work area of the monitor nearest to the window.
     virtual Rect MonitorWorkArea() = 0;
+    // For WM_PAINT only: the surface, clipped to what was invalidated since
+    // the last paint. EndPaint shows the drawing and validates the window.
+    virtual PaintSurface BeginPaint() = 0;
+    virtual void EndPaint(PaintSurface const& surface) = 0;
 };
 
 class SORVANE_API WindowSystem {

@@ -27,11 +27,13 @@ public:
     virtual void AddToRecentDocList(BSTR bstrDocumentPath, BSTR bstrAppOpenWith) = 0;
 };
 
-// Draws the whole splash from its state, in answer to WM_PAINT.
+// Draws the whole splash from its state, in answer to WM_PAINT. The state is
+// the object's own: a paint lower-cases the subtitle and upper-cases the
+// version where they are stored.
 class SplashPainter {
 public:
     virtual ~SplashPainter() = default;
-    virtual void Paint(platform::Window& window, SplashState const& state) = 0;
+    virtual void Paint(platform::Window& window, SplashState& state) = 0;
 };
 
 // Publishing the class to clients: the apartment, and the class object that
@@ -76,7 +78,7 @@ public:
 
 class NullSplashPainter final : public SplashPainter {
 public:
-    void Paint(platform::Window&, SplashState const&) override {}
+    void Paint(platform::Window&, SplashState&) override {}
 };
 
 class NullClassRegistrar final : public ClassRegistrar {

@@ -197,7 +197,12 @@ HRESULT CSplashWindow::ShowSplash(BSTR bstrTitle, BSTR bstrSubtitle, short nMajo
     auto const numbers = [&] {
         std::string version;
         if (nMajorVersion != -1) version += std::to_string(nMajorVersion);
-        if (nMinorVersion != -1) version += "." + std::to_string(nMinorVersion);
+        if (nMinorVersion != -1) {
+            // Appended in two steps: GCC 12 at -O3 warns falsely of overlap
+            // on "." + std::to_string(...).
+            version += '.';
+            version += std::to_string(nMinorVersion);
+        }
         SetText(state_.VersionText, version.c_str());
     };
     Show(bstrTitle, bstrSubtitle, numbers, nCopyrightFrom, nCopyrightTo, bstrLicensee);

@@ -45,6 +45,8 @@ public:
     void SetTimer(std::uintptr_t id, std::uint32_t periodMs) override { timers[id] = periodMs; }
     void KillTimer(std::uintptr_t id) override { timers.erase(id); }
     platform::Rect MonitorWorkArea() override { return workArea; }
+    platform::PaintSurface BeginPaint() override { return {}; }
+    void EndPaint(platform::PaintSurface const&) override {}
 
     platform::Rect rect;
     platform::Rect workArea;
