@@ -27,7 +27,8 @@ constexpr char kUsageText[] =
     "       orvelreg delete KEY [/v NAME | /ve | /va]\n"
     "       orvelreg event  create|remove|signal|test NAME\n"
     "KEY is HKCU\\path or HKCR\\path (or HKEY_CURRENT_USER\\..., HKEY_CLASSES_ROOT\\...).\n"
-    "The store is $ORVELTECH_REGISTRY, else $XDG_CONFIG_HOME/orveltech/registry.db.\n";
+    "The store is $ORVELTECH_REGISTRY, else $XDG_CONFIG_HOME/orveltech/registry.db.\n"
+    "Events are the user's own; $ORVELTECH_EVENT_SCOPE sets them apart further.\n";
 
 struct TypeName {
     std::uint32_t type;

@@ -1,5 +1,7 @@
 #include <platform/namedevent.h>
 
+#include <cstdlib>
+
 #include <fcntl.h>
 #include <semaphore.h>
 #include <unistd.h>
@@ -18,7 +20,13 @@ std::string NamedEvent::SystemName(char const* name) {
     std::string system = "/orveltech.";
     for (char const* c = name != nullptr ? name : ""; *c != '\0'; ++c)
         system += *c == '/' ? '_' : *c;
-    return system + "." + std::to_string(::getuid());
+    system += "." + std::to_string(::getuid());
+    // A namespace of their own for tests and for installations side by side.
+    if (char const* scope = std::getenv(kEventScopeVariable); scope != nullptr && *scope != '\0') {
+        system += ".";
+        system += scope;
+    }
+    return system;
 }
 
 std::unique_ptr<NamedEvent> NamedEvent::Open(char const* name) {

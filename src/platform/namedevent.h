@@ -11,6 +11,9 @@
 
 namespace platform {
 
+// When set, names the events of a scope apart from the user's others.
+inline constexpr char kEventScopeVariable[] = "ORVELTECH_EVENT_SCOPE";
+
 class SORVANE_API NamedEvent {
 public:
     // The existing event, or null when there is none by that name.

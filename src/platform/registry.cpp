@@ -1,6 +1,7 @@
 #include <platform/registry.h>
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -132,6 +133,12 @@ public:
     // The connection, or null with the reason in status.
     sqlite3* Open(LSTATUS* status) {
         std::string const path = RegistryDatabasePath();
+        // A connection inherited across fork() belongs to the parent: closing
+        // it here could drop the parent's locks, so it is let go unclosed.
+        if (pid_ != ::getpid()) {
+            (void)db_.release();
+            pid_ = ::getpid();
+        }
         // A store that failed is tried again at the next call.
         if (db_ != nullptr && path == path_ && openStatus_ == 0) {
             *status = 0;
@@ -180,6 +187,7 @@ private:
     }
 
     std::unique_ptr<sqlite3, DbClose> db_;
+    pid_t pid_ = ::getpid();
     std::string path_;
     LSTATUS openStatus_ = 0;
 };

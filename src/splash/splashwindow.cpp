@@ -1,9 +1,9 @@
 #include <splash/splashwindow.h>
 
-#include <platform/codepage.h>
 #include <platform/process.h>
 #include <platform/syserror.h>
 #include <splash/module.h>
+#include <splash/textcopy.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,63 +15,11 @@
 namespace {
 
 constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
-constexpr std::size_t kLongestConvertible = 0x3FFFFFFF; // length plus one may not exceed it
 
 HRESULT HresultFromLastError() {
     std::uint32_t const code = platform::GetLastError();
     if (code == 0) return E_FAIL;
     return static_cast<HRESULT>(0x80070000u | (code & 0xFFFFu));
-}
-
-// A BSTR in the locale's character set; nothing for an absent text or one too
-// long to convert.
-std::optional<std::string> ToNarrow(BSTR text) {
-    if (text == nullptr) return std::nullopt;
-    std::size_t const length = std::char_traits<OLECHAR>::length(text);
-    if (length + 1 > kLongestConvertible) return std::nullopt;
-    int const size = platform::WideCharToMultiByte(platform::CP_ACP, 0, text, -1, nullptr, 0,
-                                                   nullptr, nullptr);
-    if (size <= 0) return std::nullopt;
-    std::string narrow(static_cast<std::size_t>(size), '\0');
-    if (platform::WideCharToMultiByte(platform::CP_ACP, 0, text, -1, narrow.data(), size, nullptr,
-                                      nullptr) == 0) {
-        return std::nullopt;
-    }
-    narrow.resize(std::char_traits<char>::length(narrow.c_str()));
-    return narrow;
-}
-
-// lstrcpyn: at most limit-1 characters and a terminator. An absent source
-// leaves the field as it was.
-template <class Char, std::size_t N>
-void BoundedCopy(std::array<Char, N>& field, Char const* source, std::size_t limit) {
-    static_assert(N > 0);
-    if (source == nullptr) return;
-    limit = std::min(limit, N);
-    std::size_t i = 0;
-    for (; i + 1 < limit && source[i] != Char{}; ++i) field[i] = source[i];
-    field[i] = Char{};
-}
-
-template <std::size_t N>
-void BoundedCopy(std::array<char, N>& field, std::optional<std::string> const& source,
-                 std::size_t limit) {
-    if (source) BoundedCopy(field, source->c_str(), limit);
-}
-
-// Cuts after the last character above 0x20, compared unsigned after sign
-// extension: narrow bytes from 0x80 up count as above.
-unsigned TrimValue(char c) {
-    return static_cast<unsigned>(static_cast<int>(static_cast<signed char>(c)));
-}
-unsigned TrimValue(OLECHAR c) { return c; }
-
-template <class Char, std::size_t N> void RightTrim(std::array<Char, N>& field) {
-    std::size_t keep = 0;
-    for (std::size_t i = 0; i < N && field[i] != Char{}; ++i) {
-        if (TrimValue(field[i]) > 0x20) keep = i + 1;
-    }
-    field[keep] = Char{};
 }
 
 template <class Char, std::size_t N> void SetText(std::array<Char, N>& field, char const* text) {
@@ -164,7 +112,7 @@ void CSplashWindow::Show(BSTR bstrTitle, BSTR bstrSubtitle, SetVersion setVersio
 
     BoundedCopy(state_.Title, bstrTitle, SplashState::kTitleLimit);
     RightTrim(state_.Title);
-    BoundedCopy(state_.Subtitle, ToNarrow(bstrSubtitle), SplashState::kSubtitleLimit);
+    BoundedCopy(state_.Subtitle, NarrowFromBstr(bstrSubtitle), SplashState::kSubtitleLimit);
     RightTrim(state_.Subtitle);
 
     setVersion();
@@ -172,7 +120,7 @@ void CSplashWindow::Show(BSTR bstrTitle, BSTR bstrSubtitle, SetVersion setVersio
     if (bstrLicensee == nullptr) {
         state_.Licensee[0] = '\0';
     } else {
-        BoundedCopy(state_.Licensee, ToNarrow(bstrLicensee), SplashState::kLicenseeLimit);
+        BoundedCopy(state_.Licensee, NarrowFromBstr(bstrLicensee), SplashState::kLicenseeLimit);
     }
 
     // Only the later year is ever shown.
@@ -212,7 +160,7 @@ HRESULT CSplashWindow::ShowSplash(BSTR bstrTitle, BSTR bstrSubtitle, short nMajo
 HRESULT CSplashWindow::ShowSplash2(BSTR bstrTitle, BSTR bstrSubtitle, BSTR bstrVersion,
                                    short nCopyrightFrom, short nCopyrightTo, BSTR bstrLicensee) {
     auto const text = [&] {
-        BoundedCopy(state_.VersionText, ToNarrow(bstrVersion), SplashState::kVersionLimit);
+        BoundedCopy(state_.VersionText, NarrowFromBstr(bstrVersion), SplashState::kVersionLimit);
         RightTrim(state_.VersionText);
     };
     Show(bstrTitle, bstrSubtitle, text, nCopyrightFrom, nCopyrightTo, bstrLicensee);
@@ -233,7 +181,7 @@ HRESULT CSplashWindow::SetStatusText(BSTR bstrStatus) {
 }
 
 HRESULT CSplashWindow::SetLicenseeText(BSTR bstrLicensee) {
-    BoundedCopy(state_.Licensee, ToNarrow(bstrLicensee), SplashState::kLicenseeLimit);
+    BoundedCopy(state_.Licensee, NarrowFromBstr(bstrLicensee), SplashState::kLicenseeLimit);
     // The licensee is drawn inside the status strip.
     window_->InvalidateRect(&state_.StatusRect, true);
     return platform::S_OK;

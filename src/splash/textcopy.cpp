@@ -1,0 +1,25 @@
+#include <splash/textcopy.h>
+
+#include <platform/codepage.h>
+
+namespace {
+
+constexpr std::size_t kLongestConvertible = 0x3FFFFFFF;
+
+} // namespace
+
+std::optional<std::string> NarrowFromBstr(BSTR text) {
+    if (text == nullptr) return std::nullopt;
+    std::size_t const length = std::char_traits<OLECHAR>::length(text);
+    if (length + 1 > kLongestConvertible) return std::nullopt;
+    int const size =
+        platform::WideCharToMultiByte(platform::CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) return std::nullopt;
+    std::string narrow(static_cast<std::size_t>(size), '\0');
+    if (platform::WideCharToMultiByte(platform::CP_ACP, 0, text, -1, narrow.data(), size, nullptr,
+                                      nullptr) == 0) {
+        return std::nullopt;
+    }
+    narrow.resize(std::char_traits<char>::length(narrow.c_str()));
+    return narrow;
+}
