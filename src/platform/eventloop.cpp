@@ -17,8 +17,9 @@ bool EventLoop::GetMessage(Message& out) {
             return false;
         }
         // Timers come only when nothing is queued, the earliest first.
-        auto const next = std::min_element(timers_.begin(), timers_.end(),
-                                           [](Timer const& a, Timer const& b) { return a.due < b.due; });
+        auto const next =
+            std::min_element(timers_.begin(), timers_.end(),
+                             [](Timer const& a, Timer const& b) { return a.due < b.due; });
         if (next == timers_.end()) {
             wake_.wait(lock);
             continue;
@@ -72,9 +73,8 @@ void EventLoop::SetTimer(MessageTarget* target, std::uintptr_t id, std::uint32_t
     {
         std::lock_guard lock(mutex_);
         auto const due = Clock::now() + period;
-        auto found = std::find_if(timers_.begin(), timers_.end(), [&](Timer const& t) {
-            return t.target == target && t.id == id;
-        });
+        auto found = std::find_if(timers_.begin(), timers_.end(),
+                                  [&](Timer const& t) { return t.target == target && t.id == id; });
         if (found != timers_.end()) {
             found->period = period;
             found->due = due;

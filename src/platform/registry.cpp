@@ -347,7 +347,7 @@ LSTATUS RegQueryValueExA(HKEY key, char const* valueName, std::uint32_t*, std::u
         *dataSize = size;
         return ERROR_MORE_DATA;
     }
-    std::memcpy(data, stored.data(), stored.size());
+    if (!stored.empty()) std::memcpy(data, stored.data(), stored.size());
     if (addTerminator) data[stored.size()] = '\0';
     *dataSize = size;
     return 0;

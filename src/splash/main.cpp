@@ -2,6 +2,7 @@
 #include <platform/eventloop.h>
 #include <platform/nullwindow.h>
 #include <splash/module.h>
+#include <splash/recentlists.h>
 #include <splash/seams.h>
 
 #include <clocale>
@@ -32,7 +33,8 @@ int main(int argc, char** argv) {
     platform::NullWindowSystem windows(loop);
     CExeModule module(loop);
     NullSplashChecks checks;
-    NullRecentLists recent;
+    NullControlPanel controlPanel;
+    RecentListStore recent(controlPanel);
     NullSplashPainter painter;
     SplashServices services{windows, module, checks, recent, painter};
     ClassFactory factory(services);

@@ -19,9 +19,13 @@ CExeModule::~CExeModule() {
     if (monitor_.joinable()) monitor_.join();
 }
 
-void CExeModule::Init() { MainThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid)); }
+void CExeModule::Init() {
+    MainThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
+}
 
-std::int32_t CExeModule::Lock() { return ++lockCount_; }
+std::int32_t CExeModule::Lock() {
+    return ++lockCount_;
+}
 
 std::int32_t CExeModule::Unlock() {
     std::int32_t const count = --lockCount_;
@@ -107,7 +111,8 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
     }
 
     if (run && !embedding) {
-        platform::MessageBoxA(nullptr, "Do not run from the command line", "Splash", platform::MB_OK);
+        platform::MessageBoxA(nullptr, "Do not run from the command line", "Splash",
+                              platform::MB_OK);
         run = false;
     }
 
@@ -116,7 +121,8 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
         // Not tested: the loop runs even if publishing failed.
         server.host.RegisterClassObjects(server.factory);
         platform::EventLoop::Message message;
-        while (server.loop.GetMessage(message)) server.loop.DispatchMessage(message);
+        while (server.loop.GetMessage(message))
+            server.loop.DispatchMessage(message);
         server.host.RevokeClassObjects();
         platform::Sleep(server.module._get_nPostLoopDelayMs());
     }

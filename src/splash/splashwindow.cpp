@@ -24,7 +24,8 @@ HRESULT HresultFromLastError() {
 
 template <class Char, std::size_t N> void SetText(std::array<Char, N>& field, char const* text) {
     std::size_t i = 0;
-    for (; text[i] != '\0' && i + 1 < N; ++i) field[i] = static_cast<Char>(text[i]);
+    for (; text[i] != '\0' && i + 1 < N; ++i)
+        field[i] = static_cast<Char>(text[i]);
     field[i] = Char{};
 }
 
@@ -49,8 +50,12 @@ std::u16string Sign(std::initializer_list<std::uint32_t> codes, char16_t wanted,
 
 } // namespace
 
-std::u16string CSplashWindow::CopyrightSign() { return Sign({0xA9}, u'\u00A9', u"(c)"); }
-std::u16string CSplashWindow::RegisteredSign() { return Sign({0xAE}, u'\u00AE', u"(r)"); }
+std::u16string CSplashWindow::CopyrightSign() {
+    return Sign({0xA9}, u'\u00A9', u"(c)");
+}
+std::u16string CSplashWindow::RegisteredSign() {
+    return Sign({0xAE}, u'\u00AE', u"(r)");
+}
 std::u16string CSplashWindow::TrademarkSign() {
     // The code-page value first, then the character itself.
     return Sign({0x99, 0x2122}, u'\u2122', u"(tm)");
@@ -95,7 +100,9 @@ HRESULT CSplashWindow::FinalConstruct() {
     return window_ != nullptr ? platform::S_OK : HresultFromLastError();
 }
 
-std::uint32_t CSplashWindow::AddRef() { return ++refCount_; }
+std::uint32_t CSplashWindow::AddRef() {
+    return ++refCount_;
+}
 
 std::uint32_t CSplashWindow::Release() {
     std::uint32_t const remaining = --refCount_;

@@ -56,7 +56,8 @@ protected:
 // The lead characters of every switch, as the entry scans them.
 std::string Tokens(char const* line) {
     std::string out;
-    for (char const* t = FindSwitch(line, "-/"); t != nullptr; t = FindSwitch(t, "-/")) out += "[" + std::string(t) + "]";
+    for (char const* t = FindSwitch(line, "-/"); t != nullptr; t = FindSwitch(t, "-/"))
+        out += "[" + std::string(t) + "]";
     return out;
 }
 
@@ -67,7 +68,8 @@ TEST(FindSwitchTest, StepsToEachLeadCharacter) {
     EXPECT_EQ(FindSwitch("", "-/"), nullptr);
     EXPECT_EQ(FindSwitch("plain", "-/"), nullptr);
     EXPECT_EQ(Tokens("splash /RegServer -x"), "[RegServer -x][x]");
-    EXPECT_EQ(Tokens("/opt/orvel-tools/splash"), "[opt/orvel-tools/splash][orvel-tools/splash][tools/splash][splash]");
+    EXPECT_EQ(Tokens("/opt/orvel-tools/splash"),
+              "[opt/orvel-tools/splash][orvel-tools/splash][tools/splash][splash]");
 }
 
 TEST_F(ServerTest, RegistrationSwitchesEndWithoutTheLoop) {
@@ -85,7 +87,8 @@ TEST_F(ServerTest, RegistrationSwitchesEndWithoutTheLoop) {
 }
 
 TEST_F(ServerTest, AnythingButEmbeddingIsRefused) {
-    for (char const* line : {"splash", "splash /Automation", "splash /Embedding ", "splash -RegServer /x"}) {
+    for (char const* line :
+         {"splash", "splash /Automation", "splash /Embedding ", "splash -RegServer /x"}) {
         box.shown.clear();
         EXPECT_EQ(Run(line), 0) << line;
         EXPECT_EQ(box.shown, "Splash: Do not run from the command line [OK]") << line;
@@ -155,7 +158,8 @@ TEST(ShutdownMonitorTest, UnlockRestartsTheIdleTimeAndALiveLockKeepsTheServer) {
     // Quit arrives only after a full idle time from the last unlock.
     auto const quitAt = [&] {
         platform::EventLoop::Message message;
-        while (loop.GetMessage(message)) loop.DispatchMessage(message);
+        while (loop.GetMessage(message))
+            loop.DispatchMessage(message);
         return Clock::now();
     };
     module.Lock();

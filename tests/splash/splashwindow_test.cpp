@@ -11,8 +11,12 @@
 
 namespace {
 
-std::string Narrow(char const* field) { return field; }
-std::u16string Wide(char16_t const* field) { return field; }
+std::string Narrow(char const* field) {
+    return field;
+}
+std::u16string Wide(char16_t const* field) {
+    return field;
+}
 
 class SplashWindowTest : public ::testing::Test {
 protected:

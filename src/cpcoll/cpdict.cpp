@@ -1,0 +1,860 @@
+#include <cpcoll/cpdict.h>
+
+#include <util/exceptions.h>
+#include <util/pstring.h>
+
+#include <cstring>
+#include <new>
+
+namespace {
+
+// Checks report the unit's name, not the source path, and the caller's line.
+constexpr char kUnit[] = "cpcoll/cpdict";
+
+void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
+    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
+}
+
+void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
+    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
+}
+
+void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
+    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
+}
+
+constexpr char kUnNamed[] = "UnNamed";
+// StringKeyList reads each key into a buffer of this size.
+constexpr std::int32_t kKeyTextSize = 44;
+
+CPDictionaryAssociation* AsAssociation(void* pv) {
+    return static_cast<CPDictionaryAssociation*>(pv);
+}
+
+CPDictionaryAssociation* AssociationIn(CPBucket const* pbkt) {
+    return pbkt != nullptr ? AsAssociation(pbkt->_get_pvData()) : nullptr;
+}
+
+void itDeleteAssociation(void* pvItem, void*) {
+    delete AsAssociation(pvItem);
+}
+
+int itMatchKeyCardinal(void* pvItem, void* pvKey) {
+    return AsAssociation(pvItem)->MatchKeyCardinal(*static_cast<std::uintptr_t*>(pvKey));
+}
+
+int itValueIs(void* pvItem, void* pvValue) {
+    return pvItem == pvValue ? 1 : 0;
+}
+
+// A caller's function and value, carried through a chain's walk to be
+// applied to each association's parts.
+template <class F> struct Call {
+    F pfn;
+    void* pvUser;
+};
+
+int itCondOnValue(void* pvItem, void* pvCall) {
+    auto const* const call = static_cast<Call<pfnCondFunc> const*>(pvCall);
+    return call->pfn(AsAssociation(pvItem)->GetValue(), call->pvUser);
+}
+
+int itCondOnAssociation(void* pvItem, void* pvCall) {
+    auto const* const call = static_cast<Call<pfnCondFunc> const*>(pvCall);
+    return call->pfn(pvItem, call->pvUser);
+}
+
+int itCondOnKeyCardinal(void* pvItem, void* pvCall) {
+    auto const* const call = static_cast<Call<pfnCondFunc> const*>(pvCall);
+    return call->pfn(reinterpret_cast<void*>(AsAssociation(pvItem)->GetKeyCardinal()),
+                     call->pvUser);
+}
+
+void itActOnKeyCardinal(void* pvItem, void* pvCall) {
+    auto const* const call = static_cast<Call<pfnKillFunc> const*>(pvCall);
+    call->pfn(reinterpret_cast<void*>(AsAssociation(pvItem)->GetKeyCardinal()), call->pvUser);
+}
+
+void itActWithKey(void* pvItem, void* pvCall) {
+    auto const* const call = static_cast<Call<CPDictionary::pfnKeyFunc> const*>(pvCall);
+    CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
+    call->pfn(pda->GetValue(), call->pvUser, pda->_get_nKeyWord());
+}
+
+void itKillValueAndDelete(void* pvItem, void* pvKill) {
+    CPDictionaryAssociation* const pda = AsAssociation(pvItem);
+    (*static_cast<pfnKillFunc*>(pvKill))(pda->GetValue(), nullptr);
+    delete pda;
+}
+
+void itKillValue(void* pvItem, void* pvKill) {
+    (*static_cast<pfnKillFunc*>(pvKill))(AsAssociation(pvItem)->GetValue(), nullptr);
+}
+
+void itAddAssociationTo(void* pvItem, void* pvDictionary) {
+    CPDictionaryAssociation* const pda = AsAssociation(pvItem);
+    auto* const pdct = static_cast<CPDictionary*>(pvDictionary);
+    if (pda->_get_pstrKey() != nullptr)
+        pdct->AddKeyString(pda->_get_pstrKey(), pda->GetValue());
+    else
+        pdct->AddKeyNum(pda->GetKeyCardinal(), pda->GetValue());
+}
+
+struct VectorFill {
+    CPDictionaryAssociation** ppda;
+    std::uint32_t nSize;
+    std::uint32_t nNext;
+};
+
+void itFillVector(void* pvItem, void* pvFill) {
+    auto* const fill = static_cast<VectorFill*>(pvFill);
+    // A count lowered by the detach of an absent key leaves more entries
+    // than the vector has room for; the rest stay out.
+    if (fill->nNext < fill->nSize) fill->ppda[fill->nNext++] = AsAssociation(pvItem);
+}
+
+void itAppendKeyText(void* pvItem, void* pvOut) {
+    CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
+    // The key is read into a fixed buffer; a longer one would overrun it.
+    CritAssert(pda->_get_pstrKey() == nullptr || pda->_get_pstrKey()->Length() < kKeyTextSize,
+               "strlen(szKey) < 44");
+    char szKey[kKeyTextSize];
+    pda->GetKeyString(szKey);
+    auto* const pszOut = static_cast<char*>(pvOut);
+    std::strcat(pszOut, szKey);
+    std::strcat(pszOut, "\r\n");
+}
+
+} // namespace
+
+// CPDictionaryAssociation ----------------------------------------------------
+
+CPDictionaryAssociation::~CPDictionaryAssociation() {
+    ReleaseKeyString();
+}
+
+void CPDictionaryAssociation::ReleaseKeyString() {
+    if (pstrKey == nullptr) return;
+    pstrKey->Release();
+    pstrKey = nullptr;
+}
+
+void CPDictionaryAssociation::HoldKeyString(CPString* pstr) {
+    pstr->AddRef();
+    if (pstr->Length() == 0 || pstr->GetBuffer()[0] == '\0') *pstr = kUnNamed;
+    pstrKey = pstr;
+    nKey = reinterpret_cast<std::uintptr_t>(pstr);
+    bUseString = 1;
+}
+
+void CPDictionaryAssociation::SetKeyString(char const* szKey) {
+    ReleaseKeyString();
+    HoldKeyString(new CPString(szKey));
+}
+
+void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
+    ReleaseKeyString();
+    // Nobody counts a string on the stack, so it is copied (sharing its
+    // buffer and so its cached CRC).
+    HoldKeyString(pstr->_get_nRefCount() == 0 ? new CPString(*pstr) : pstr);
+}
+
+void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
+    ReleaseKeyString();
+    nKey = n;
+    bUseString = 0;
+}
+
+std::uintptr_t CPDictionaryAssociation::_get_nKeyWord() const {
+    return bUseString == 1 ? reinterpret_cast<std::uintptr_t>(pstrKey) : nKey;
+}
+
+char const* CPDictionaryAssociation::GetKeyString(char* szBuffer) const {
+    if (bUseString == 1 && pstrKey != nullptr) {
+        if (szBuffer != nullptr) pstrKey->StrCpy(szBuffer, 0xFFFFFFFF);
+        return pstrKey->GetBuffer();
+    }
+    if (szBuffer != nullptr) szBuffer[0] = '\0';
+    return "";
+}
+
+char const* CPDictionaryAssociation::GetKeyString(CPString* pstrDest) const {
+    if (pstrDest == nullptr) return GetKeyString(static_cast<char*>(nullptr));
+    if (bUseString == 1 && pstrKey != nullptr) {
+        // Assigning a string to itself would empty it.
+        if (pstrDest != pstrKey) *pstrDest = *pstrKey;
+    } else {
+        *pstrDest = "";
+    }
+    return pstrDest->GetBuffer();
+}
+
+// DictionaryIterationState ---------------------------------------------------
+
+DictionaryIterationState&
+DictionaryIterationState::operator=(DictionaryIterationState const& other) {
+    IterationState::operator=(other);
+    pbktCurrent = other.pbktCurrent;
+    nSlot = other.nSlot;
+    return *this;
+}
+
+CPDictionary* DictionaryIterationState::Dictionary() const {
+    return static_cast<CPDictionary*>(pclAssociated);
+}
+
+void DictionaryIterationState::Place(std::uint32_t nSlotAt, bool bAtTail) {
+    CPList* const plst = Dictionary()->_get_plstSlot(nSlotAt);
+    nSlot = static_cast<std::int16_t>(nSlotAt);
+    pbktCurrent = bAtTail ? plst->_get_pbktTail() : plst->_get_pbktHead();
+}
+
+short DictionaryIterationState::vgotoTop() {
+    std::uint32_t const nFirst = Dictionary()->NextNonblankSlot(0);
+    if (nFirst == CPDictionary::kNoSlot) {
+        nSlot = -1;
+        pbktCurrent = nullptr;
+        return 0;
+    }
+    Place(nFirst, false);
+    return 1;
+}
+
+short DictionaryIterationState::vgotoBottom() {
+    CPDictionary* const pdct = Dictionary();
+    if (pdct->Length() == 0) return vgotoTop();
+    for (std::int32_t n = CPDictionary::kSlots - 1; n >= 0; --n) {
+        if (pdct->_get_plstSlot(static_cast<std::uint32_t>(n)) != nullptr) {
+            Place(static_cast<std::uint32_t>(n), true);
+            return 1;
+        }
+    }
+    nSlot = -1;
+    pbktCurrent = nullptr;
+    return 1;
+}
+
+short DictionaryIterationState::vgotoIDX(std::uint32_t n) {
+    if (vgotoTop() == 0) return 0;
+    // Past the end a step moves nothing, so the first failure decides.
+    for (std::uint32_t i = 0; i < n; ++i)
+        if (vgotoNext() == 0) return 0;
+    return 1;
+}
+
+short DictionaryIterationState::vgotoNext() {
+    if (pbktCurrent == nullptr) return 0;
+    CPDictionary* const pdct = Dictionary();
+    CPList* const plst = pdct->_get_plstSlot(static_cast<std::uint32_t>(nSlot));
+    if (plst != nullptr && pbktCurrent != plst->_get_pbktTail()) {
+        pbktCurrent = pbktCurrent->_get_pbktNext();
+        return pbktCurrent != nullptr ? 1 : 0;
+    }
+    std::uint32_t const nNext = pdct->NextNonblankSlot(static_cast<std::uint32_t>(nSlot) + 1);
+    if (nNext == CPDictionary::kNoSlot) {
+        pbktCurrent = nullptr;
+        return 0;
+    }
+    Place(nNext, false);
+    return 1;
+}
+
+short DictionaryIterationState::vgotoPrev() {
+    return 1;
+}
+
+void* DictionaryIterationState::vretrieve() {
+    CPDictionaryAssociation const* const pda = AssociationIn(pbktCurrent);
+    return pda != nullptr ? pda->GetValue() : nullptr;
+}
+
+CPInternalContainer* DictionaryIterationState::vretrieveInternalContainer() {
+    return pbktCurrent;
+}
+
+// CPDictionary: life ---------------------------------------------------------
+
+crc16 CPDictionary::c16The;
+
+CPDictionary::CPDictionary(std::uint32_t) {}
+
+CPDictionary::CPDictionary(CPDictionary const& other)
+    : Createable(other), CPKeyedCollection(other), nSlotCursor(other.nSlotCursor),
+      arplstSlots(other.arplstSlots), pdaLastFound(other.pdaLastFound) {
+    for (CPList* plst : arplstSlots)
+        if (plst != nullptr) plst->AddRef();
+    // The copy builds its own vector on its first indexed read, so that
+    // each frees only its own.
+}
+
+CPDictionary& CPDictionary::operator=(CPDictionary const& other) {
+    if (this == &other) return *this;
+    // The chains held so far are given back rather than lost.
+    for (std::uint32_t n = 0; n < kSlots; ++n)
+        if (arplstSlots[n] != nullptr) DropChain(n, nullptr);
+    CPKeyedCollection::operator=(other);
+    nSlotCursor = other.nSlotCursor;
+    arplstSlots = other.arplstSlots;
+    for (CPList* plst : arplstSlots)
+        if (plst != nullptr) plst->AddRef();
+    bVectorStale = 1;
+    delete[] ppdaVector;
+    ppdaVector = nullptr;
+    pdaLastFound = other.pdaLastFound;
+    return *this;
+}
+
+CPDictionary::~CPDictionary() {
+    DetachAll();
+    // A count lowered by the detach of an absent key stops DetachAll before
+    // the last chains; they go here.
+    for (std::uint32_t n = 0; n < kSlots; ++n)
+        if (arplstSlots[n] != nullptr) DropChain(n, nullptr);
+    delete[] ppdaVector;
+}
+
+CPCollection* CPDictionary::CreateInstance() {
+    return new (std::nothrow) CPDictionary(kSlots);
+}
+
+IterationState* CPDictionary::CreateIterationState() {
+    return new (std::nothrow) DictionaryIterationState(this);
+}
+
+// The facade's slots stay stubs.
+short CPDictionary::vadd(void*, void*) {
+    return 0;
+}
+short CPDictionary::vadd(void*, CPString*) {
+    return 0;
+}
+short CPDictionary::vadd(void*, char const*) {
+    return 0;
+}
+short CPDictionary::vadd(void*, std::int32_t) {
+    return 0;
+}
+short CPDictionary::vadd(void*) {
+    return 0;
+}
+void* CPDictionary::vremoveByProbe(void*) {
+    return nullptr;
+}
+void* CPDictionary::vremove(void*) {
+    return nullptr;
+}
+void* CPDictionary::vremove(CPString*) {
+    return nullptr;
+}
+void* CPDictionary::vremove(char const*) {
+    return nullptr;
+}
+void* CPDictionary::vremove(std::int32_t) {
+    return nullptr;
+}
+void* CPDictionary::vfind(void*) {
+    return nullptr;
+}
+void* CPDictionary::vfind(CPString*) {
+    return nullptr;
+}
+void* CPDictionary::vfind(char const*) {
+    return nullptr;
+}
+void* CPDictionary::vfind(std::int32_t) {
+    return nullptr;
+}
+
+// Slots and chains -----------------------------------------------------------
+
+std::uint32_t CPDictionary::HashOnString(char const* szText) {
+    std::uint16_t nCRC = 0;
+    if (c16The.Calc(szText, &nCRC) == 0) return 0;
+    return nCRC;
+}
+
+std::uint32_t CPDictionary::NextNonblankSlot(std::uint32_t n) const {
+    for (; n < kSlots; ++n)
+        if (arplstSlots[n] != nullptr) return n;
+    return kNoSlot;
+}
+
+void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda) {
+    CPList*& plstSlot = arplstSlots[nSlot];
+    if (plstSlot == nullptr) {
+        plstSlot = new (std::nothrow) CPList;
+        FailIfNIL(plstSlot, "plstSlot");
+        plstSlot->AddRef();
+    }
+    plstSlot->Add(pda);
+    IncrementLength();
+}
+
+void CPDictionary::DropEmptyChain(std::uint32_t nSlot) {
+    CPList* const plst = arplstSlots[nSlot];
+    if (plst == nullptr || plst->Length() != 0) return;
+    arplstSlots[nSlot] = nullptr;
+    plst->Release();
+}
+
+// Chains are counted so that a copied dictionary can share them: the last
+// holder deletes the associations, any other only lets go.
+void CPDictionary::DropChain(std::uint32_t nSlot, pfnKillFunc pfnKill) {
+    CPList* const plst = arplstSlots[nSlot];
+    arplstSlots[nSlot] = nullptr;
+    if (plst->_get_nRefCount() == 1) {
+        if (pfnKill != nullptr) {
+            plst->ForEach(itKillValueAndDelete, &pfnKill);
+            plst->DetachAll();
+        } else {
+            plst->DestroyAll(itDeleteAssociation);
+        }
+    } else if (pfnKill != nullptr) {
+        plst->ForEach(itKillValue, &pfnKill);
+    }
+    plst->Release();
+}
+
+// Lookup ---------------------------------------------------------------------
+
+CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::uint32_t* pulHash,
+                                                       std::uint32_t* pulSlot) {
+    if (szKey == nullptr) {
+        pdaLastFound = nullptr;
+        return nullptr;
+    }
+    std::uint32_t const nHash = pulHash != nullptr ? *pulHash : HashOnString(szKey);
+    std::uint32_t const nSlot = HashOnCardinal(nHash);
+    if (pulSlot != nullptr) *pulSlot = nSlot;
+    CPList* const plst = arplstSlots[nSlot];
+    if (plst == nullptr) return nullptr;
+    pdaLastFound = nullptr;
+    // Indexed reads from 0 would first walk back from wherever the chain's
+    // cursor rests; starting at the top ends in the same place.
+    plst->GotoTop();
+    // The counter is 16-bit signed: past 32767 it turns negative, reads as a
+    // huge unsigned index, and the search ends there.
+    std::uint32_t const nLen = plst->Length();
+    for (std::int16_t i = 0; static_cast<std::uint32_t>(static_cast<std::int32_t>(i)) < nLen; ++i) {
+        CPDictionaryAssociation* const pda = AsAssociation(plst->RetrieveIDX(i));
+        if (pda->MatchKeyString(szKey) != 0) {
+            pdaLastFound = pda;
+            break;
+        }
+    }
+    return pdaLastFound;
+}
+
+CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
+    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    if (plst == nullptr) return nullptr;
+    pdaLastFound = nullptr;
+    plst->GotoTop();
+    std::uint32_t const nLen = plst->Length();
+    for (std::uint32_t i = 0; i < nLen; ++i) {
+        CPDictionaryAssociation* const pda = AsAssociation(plst->RetrieveIDX(i));
+        if (pda->MatchKeyCardinal(nKey) != 0) {
+            pdaLastFound = pda;
+            break;
+        }
+    }
+    return pdaLastFound;
+}
+
+CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
+    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    if (plst == nullptr) return nullptr;
+    return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
+}
+
+void* CPDictionary::FindKeyNum(std::uintptr_t nKey) {
+    CPDictionaryAssociation const* const pda = FindDAKeyNum(nKey);
+    return pda != nullptr ? pda->GetValue() : nullptr;
+}
+
+void* CPDictionary::FindKeyString(char const* szKey, std::uint32_t* pulHash) {
+    CPDictionaryAssociation const* const pda = FindDAKeyString(szKey, pulHash, nullptr);
+    return pda != nullptr ? pda->GetValue() : nullptr;
+}
+
+void* CPDictionary::FindKeyString(CPString* pstrKey) {
+    std::uint32_t nHash = pstrKey->_get_nCRC();
+    return FindKeyString(pstrKey->GetBuffer(), &nHash);
+}
+
+std::int32_t CPDictionary::ExistsKeyNum(std::uintptr_t nKey) {
+    return FirstDAKeyNum(nKey) != nullptr ? 1 : 0;
+}
+
+std::int32_t CPDictionary::ExistsKeyString(CPString* pstrKey) {
+    std::uint32_t nHash = pstrKey->_get_nCRC();
+    return ExistsKeyString(pstrKey->GetBuffer(), &nHash);
+}
+
+std::int32_t CPDictionary::ExistsKeyString(char const* szKey, std::uint32_t* pulHash) {
+    return FindDAKeyString(szKey, pulHash, nullptr) != nullptr ? 1 : 0;
+}
+
+std::int32_t CPDictionary::ExistsValue(void* pv) {
+    return FirstThat(itValueIs, pv) != nullptr ? 1 : 0;
+}
+
+void* CPDictionary::operator[](std::uintptr_t nKey) {
+    return FindKeyNum(nKey);
+}
+
+// Adding ---------------------------------------------------------------------
+
+void CPDictionary::AddKeyNum(std::uintptr_t nKey, void* pv) {
+    if (ExistsKeyNum(nKey) != 0) return;
+    bVectorStale = 1;
+    auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
+    FailIfNIL(pdaThis, "pdaThis");
+    pdaThis->SetKeyCardinal(nKey);
+    pdaThis->SetValue(pv);
+    AddAssociation(HashOnCardinal(nKey), pdaThis);
+}
+
+void CPDictionary::AddKeyString(char const* szKey, void* pv, std::uint32_t* pulHash) {
+    std::uint32_t nHash = pulHash != nullptr ? *pulHash : HashOnString(szKey);
+    if (ExistsKeyString(szKey, &nHash) != 0) return;
+    bVectorStale = 1;
+    auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
+    FailIfNIL(pdaThis, "pdaThis");
+    pdaThis->SetKeyCardinal(nHash);
+    pdaThis->SetKeyString(szKey);
+    pdaThis->SetValue(pv);
+    AddAssociation(HashOnCardinal(nHash), pdaThis);
+}
+
+void CPDictionary::AddKeyString(CPString* pstrKey, void* pv) {
+    std::uint32_t nHash = pstrKey->_get_nCRC();
+    if (ExistsKeyString(pstrKey->GetBuffer(), &nHash) != 0) return;
+    bVectorStale = 1;
+    auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
+    FailIfNIL(pdaThis, "pdaThis");
+    pdaThis->SetKeyCardinal(nHash);
+    pdaThis->SetKeyString(pstrKey);
+    pdaThis->SetValue(pv);
+    AddAssociation(HashOnCardinal(nHash), pdaThis);
+}
+
+void CPDictionary::Add(void* pv) {
+    AddKeyNum(reinterpret_cast<std::uintptr_t>(pv), pv);
+}
+
+void CPDictionary::AddInternalContainer(CPInternalContainer*) {}
+
+void CPDictionary::AddList(CPList* plst) {
+    bVectorStale = 1;
+    plst->ForEach(itAddAssociationTo, this);
+}
+
+// Removing -------------------------------------------------------------------
+
+void CPDictionary::Forget(CPDictionaryAssociation* pda) {
+    if (pdaLastFound == pda) pdaLastFound = nullptr;
+    delete pda;
+}
+
+void CPDictionary::RemoveKeyString(char const* szKey, std::uint32_t nHash, pfnKillFunc pfnKill) {
+    bVectorStale = 1;
+    // Where the text hashes; a null text is found nowhere and names no slot
+    // of its own.
+    std::uint32_t nSlot = HashOnCardinal(nHash);
+    CPDictionaryAssociation* const pda = FindDAKeyString(szKey, &nHash, &nSlot);
+    if (arplstSlots[nSlot] != nullptr) {
+        // An absent key trips the list's own check here.
+        arplstSlots[nSlot]->Detach(pda);
+        DropEmptyChain(nSlot);
+    }
+    if (pda != nullptr && pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
+    Forget(pda);
+    pdaLastFound = nullptr;
+    bVectorStale = 1;
+    // Lowered whether or not the key was there.
+    DecrementLength();
+}
+
+void CPDictionary::RemoveKeyNum(std::uintptr_t nKey, pfnKillFunc pfnKill) {
+    bVectorStale = 1;
+    std::uint32_t const nSlot = HashOnCardinal(nKey);
+    CPList* const plst = arplstSlots[nSlot];
+    if (plst == nullptr) return;
+    CPDictionaryAssociation* const pda = AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
+    if (pda == nullptr) return;
+    plst->Detach(pda);
+    DropEmptyChain(nSlot);
+    if (pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
+    Forget(pda);
+    DecrementLength();
+}
+
+void CPDictionary::DetachKeyString(char const* szKey, std::uint32_t* pulHash) {
+    RemoveKeyString(szKey, pulHash != nullptr ? *pulHash : HashOnString(szKey), nullptr);
+}
+
+void CPDictionary::DetachKeyString(CPString* pstrKey) {
+    RemoveKeyString(pstrKey->GetBuffer(), pstrKey->_get_nCRC(), nullptr);
+}
+
+void CPDictionary::DetachKeyNum(std::uintptr_t nKey) {
+    RemoveKeyNum(nKey, nullptr);
+}
+
+void CPDictionary::DestroyKeyNum(std::uintptr_t nKey, pfnKillFunc pfnKill) {
+    RemoveKeyNum(nKey, pfnKill);
+}
+
+void CPDictionary::DestroyKeyString(char const* szKey, pfnKillFunc pfnKill,
+                                    std::uint32_t* pulHash) {
+    RemoveKeyString(szKey, pulHash != nullptr ? *pulHash : HashOnString(szKey), pfnKill);
+}
+
+void CPDictionary::DestroyKeyString(CPString* pstrKey, pfnKillFunc pfnKill) {
+    RemoveKeyString(pstrKey->GetBuffer(), pstrKey->_get_nCRC(), pfnKill);
+}
+
+char CPDictionary::Detach(void* pv) {
+    GotoTop();
+    for (CPDictionaryAssociation* pda; (pda = CursorAssociation()) != nullptr; Next()) {
+        if (pda->GetValue() == pv && pda->_get_pstrKey() != nullptr) {
+            DetachKeyString(pda->_get_pstrKey());
+            return 1;
+        }
+    }
+    return 0;
+}
+
+char CPDictionary::Destroy(void* pv, pfnKillFunc pfnKill) {
+    GotoTop();
+    for (CPDictionaryAssociation* pda; (pda = CursorAssociation()) != nullptr; Next()) {
+        if (pda->GetValue() != pv) continue;
+        if (pda->_get_pstrKey() != nullptr)
+            DestroyKeyString(pda->_get_pstrKey(), pfnKill);
+        else
+            DestroyKeyNum(pda->GetKeyCardinal(), pfnKill);
+        return 1;
+    }
+    return 0;
+}
+
+char CPDictionary::DetachAll() {
+    bVectorStale = 1;
+    // Signed, so that chains longer than the count can't wrap it.
+    std::int64_t nUnseen = nLength;
+    for (std::uint32_t n = 0; nUnseen > 0 && n < kSlots; ++n) {
+        if (arplstSlots[n] == nullptr) continue;
+        nUnseen -= arplstSlots[n]->Length();
+        DropChain(n, nullptr);
+    }
+    ClearLength();
+    pdaLastFound = nullptr;
+    return 1;
+}
+
+char CPDictionary::DestroyAll(pfnKillFunc pfnKill) {
+    bVectorStale = 1;
+    std::int64_t nUnseen = nLength;
+    for (std::uint32_t n = 0; nUnseen > 0 && n < kSlots; ++n) {
+        if (arplstSlots[n] == nullptr) continue;
+        nUnseen -= arplstSlots[n]->Length();
+        DropChain(n, pfnKill);
+    }
+    ClearLength();
+    pdaLastFound = nullptr;
+    return 1;
+}
+
+// By position ----------------------------------------------------------------
+
+void CPDictionary::RefreshParallelVector() {
+    if (bVectorStale == 0) return;
+    bVectorStale = 0;
+    delete[] ppdaVector;
+    ppdaVector = nullptr;
+    if (nLength == 0) return;
+    ppdaVector = new CPDictionaryAssociation*[nLength]();
+    VectorFill fill{ppdaVector, nLength, 0};
+    ForEachInternalContainer(itFillVector, &fill);
+}
+
+CPDictionaryAssociation* CPDictionary::RetrieveDAIDX(std::int32_t n) {
+    RefreshParallelVector();
+    if (static_cast<std::uint32_t>(n) >= nLength) return nullptr;
+    return ppdaVector[n];
+}
+
+void* CPDictionary::RetrieveIDX(std::uint32_t n) {
+    CPDictionaryAssociation const* const pda = RetrieveDAIDX(static_cast<std::int32_t>(n));
+    return pda != nullptr ? pda->GetValue() : nullptr;
+}
+
+// The own cursor -------------------------------------------------------------
+
+void CPDictionary::GotoTop() {
+    nSlotCursor = static_cast<std::int16_t>(NextNonblankSlot(0));
+    if (nSlotCursor != -1) arplstSlots[nSlotCursor]->GotoTop();
+}
+
+void CPDictionary::GotoBottom() {
+    if (nLength == 0) {
+        GotoTop();
+        return;
+    }
+    // The scan starts at the last slot.
+    for (std::int32_t n = kSlots - 1; n >= 0; --n) {
+        if (arplstSlots[n] != nullptr) {
+            nSlotCursor = static_cast<std::int16_t>(n);
+            arplstSlots[n]->GotoBottom();
+            return;
+        }
+    }
+    nSlotCursor = -1;
+}
+
+std::int32_t CPDictionary::Next() {
+    if (nSlotCursor < 0 || nSlotCursor >= static_cast<std::int32_t>(kSlots)) return 0;
+    CPList* const plst = arplstSlots[nSlotCursor];
+    if (plst == nullptr) return 0;
+    if (plst->Next() != 0) return 1;
+    std::uint32_t const nNext = NextNonblankSlot(static_cast<std::uint32_t>(nSlotCursor) + 1);
+    if (nNext == kNoSlot) return 0;
+    nSlotCursor = static_cast<std::int16_t>(nNext);
+    arplstSlots[nNext]->GotoTop();
+    return 1;
+}
+
+std::int32_t CPDictionary::Prev() {
+    return 0;
+}
+
+CPDictionaryAssociation* CPDictionary::CursorAssociation() const {
+    if (nSlotCursor < 0 || nSlotCursor >= static_cast<std::int32_t>(kSlots)) return nullptr;
+    CPList* const plst = arplstSlots[nSlotCursor];
+    return plst != nullptr ? AsAssociation(plst->Retrieve()) : nullptr;
+}
+
+void* CPDictionary::Retrieve() {
+    CPDictionaryAssociation const* const pda = CursorAssociation();
+    return pda != nullptr ? pda->GetValue() : nullptr;
+}
+
+void* CPDictionary::RetrieveInternalContainer() {
+    return CursorAssociation();
+}
+
+// Walks ----------------------------------------------------------------------
+
+void CPDictionary::ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) {
+    for (std::uint32_t n = 0; n < kSlots; ++n) {
+        // The slot is read again at each step: the function may have emptied
+        // it.
+        CPList* plst;
+        for (std::uint32_t i = 0; (plst = arplstSlots[n]) != nullptr && i < plst->Length(); ++i)
+            pfn(plst->RetrieveIDX(i), pvUser);
+    }
+}
+
+void CPDictionary::ForEach(pfnKillFunc pfn, void* pvUser) {
+    for (std::uint32_t n = 0; n < kSlots; ++n) {
+        CPList* plst;
+        for (std::uint32_t i = 0; (plst = arplstSlots[n]) != nullptr && i < plst->Length(); ++i)
+            pfn(AsAssociation(plst->RetrieveIDX(i))->GetValue(), pvUser);
+    }
+}
+
+void CPDictionary::ForEach(pfnKeyFunc pfn, void* pvUser) {
+    Call<pfnKeyFunc> call{pfn, pvUser};
+    ForEachInternalContainer(itActWithKey, &call);
+}
+
+void CPDictionary::ForEach(IteratorAction* pia) {
+    GotoTop();
+    for (CPDictionaryAssociation* pda; (pda = CursorAssociation()) != nullptr; Next()) {
+        pia->pvItem = pda->GetValue();
+        if (pda->_get_bUseString() == 1)
+            pia->SetKeyString(pda->_get_pstrKey());
+        else
+            pia->SetKeyNum(pda->GetKeyCardinal());
+        pia->Execute();
+    }
+}
+
+void CPDictionary::ForEachKeyCardinal(pfnKillFunc pfn, void* pvUser) {
+    Call<pfnKillFunc> call{pfn, pvUser};
+    for (CPList* plst : arplstSlots)
+        if (plst != nullptr) plst->ForEach(itActOnKeyCardinal, &call);
+}
+
+void* CPDictionary::FirstThatKeyCardinal(pfnCondFunc pfnCond, void* pvUser) {
+    Call<pfnCondFunc> call{pfnCond, pvUser};
+    // A null condition goes on to each chain, which answers null for it.
+    pfnCondFunc const pfnChain = pfnCond != nullptr ? itCondOnKeyCardinal : nullptr;
+    for (CPList* plst : arplstSlots) {
+        if (plst == nullptr) continue;
+        if (void* const pv = plst->FirstThat(pfnChain, &call)) return AsAssociation(pv)->GetValue();
+    }
+    return nullptr;
+}
+
+void* CPDictionary::FirstThatOf(pfnCondFunc pfnCond, void* pvUser, bool bAssociation) {
+    Call<pfnCondFunc> call{pfnCond, pvUser};
+    pfnCondFunc const pfnChain = pfnCond == nullptr ? nullptr
+                                 : bAssociation     ? itCondOnAssociation
+                                                    : itCondOnValue;
+    for (CPList* plst : arplstSlots) {
+        if (plst == nullptr) continue;
+        if (void* const pv = plst->FirstThat(pfnChain, &call))
+            return bAssociation ? pv : AsAssociation(pv)->GetValue();
+    }
+    return nullptr;
+}
+
+void* CPDictionary::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
+    return FirstThatOf(pfnCond, pvUser, false);
+}
+
+void* CPDictionary::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
+    return FirstThatOf(pfnCond, pvUser, true);
+}
+
+void* CPDictionary::NextThat(pfnCondFunc, void*) {
+    Assert(1 == 0, "1==0");
+    return nullptr;
+}
+
+void* CPDictionary::NextThatInternalContainer(pfnCondFunc, void*) {
+    Assert(1 == 0, "1==0");
+    return nullptr;
+}
+
+CPCollection* CPDictionary::AllThatOf(pfnCondFunc pfnCond, void* pvUser, bool bAssociation) {
+    auto* const pdctNew = new (std::nothrow) CPDictionary(kSlots);
+    FailIfNIL(pdctNew, "pdctNew");
+    Call<pfnCondFunc> call{pfnCond, pvUser};
+    // A null condition goes on to the chains, whose own check reports it.
+    pfnCondFunc const pfnChain = pfnCond == nullptr ? nullptr
+                                 : bAssociation     ? itCondOnAssociation
+                                                    : itCondOnValue;
+    for (CPList* plst : arplstSlots) {
+        if (plst == nullptr) continue;
+        CPCollection* const pclMatches = plst->AllThat(pfnChain, &call);
+        pdctNew->AddList(static_cast<CPList*>(pclMatches));
+        delete pclMatches;
+    }
+    return pdctNew;
+}
+
+CPCollection* CPDictionary::AllThat(pfnCondFunc pfnCond, void* pvUser) {
+    return AllThatOf(pfnCond, pvUser, false);
+}
+
+CPCollection* CPDictionary::AllThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
+    return AllThatOf(pfnCond, pvUser, true);
+}
+
+void CPDictionary::StringKeyList(char* pszOut) {
+    pszOut[0] = '\0';
+    ForEach(itAppendKeyText, pszOut);
+}

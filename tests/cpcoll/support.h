@@ -1,0 +1,91 @@
+// What the collection tests share: elements to store, walk callbacks, and a
+// check that a statement ends the process through a fatal check with the
+// report expected.
+#pragma once
+
+#include <cpcoll/cplist.h>
+#include <util/exceptions.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace cpcoll_test {
+
+inline int items[8];
+
+inline void* Item(int n) {
+    return &items[n];
+}
+
+// Walk callbacks. A collecting callback's argument is a std::vector<void*>.
+inline void itCollect(void* pvItem, void* pvSeen) {
+    static_cast<std::vector<void*>*>(pvSeen)->push_back(pvItem);
+}
+
+inline int itIs(void* pvItem, void* pvWanted) {
+    return pvItem == pvWanted ? 1 : 0;
+}
+
+inline int itAnswerTwo(void*, void*) {
+    return 2;
+}
+
+// A kill function that records what it was given.
+struct Kills {
+    static inline std::vector<void*> seen;
+    static void Record(void* pvItem, void* pvUser) {
+        EXPECT_EQ(pvUser, nullptr);
+        seen.push_back(pvItem);
+    }
+};
+
+// A list's elements from head to tail by the links.
+inline std::vector<void*> Forward(CPList const& lst) {
+    std::vector<void*> out;
+    for (CPBucket* pbkt = lst._get_pbktHead(); pbkt != nullptr; pbkt = pbkt->_get_pbktNext())
+        out.push_back(pbkt->_get_pvData());
+    return out;
+}
+
+inline constexpr int kFatalStatus = kDeadFocc & 0xFF; // all a Linux parent sees
+
+// Assert shows no text in its box, so the child writes a report log and the
+// parent reads the line from there.
+
+// lead is the log line up to the unit, e.g. "Warning: assertion failed in
+// cpcoll/cplist"; text is the condition as reported.
+inline void ExpectFatal(std::function<void()> const& statement, std::string const& lead,
+                        std::string const& text) {
+    // Fixed per test: the threadsafe child runs in a fresh process.
+    std::string const path = ::testing::TempDir() + "sorvane_cpcoll_" +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name() +
+                             ".log";
+    std::remove(path.c_str());
+    EXPECT_EXIT(
+        {
+            Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
+            statement();
+        },
+        ::testing::ExitedWithCode(kFatalStatus), "");
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream log;
+    log << in.rdbuf();
+    std::string const all = log.str();
+    std::size_t const at = all.find(lead + " at line ");
+    ASSERT_NE(at, std::string::npos) << all;
+    EXPECT_NE(all.find(" : " + text + "\n", at), std::string::npos) << all;
+    std::remove(path.c_str());
+}
+
+inline void ExpectAssertion(std::function<void()> const& statement, std::string const& unit,
+                            std::string const& text) {
+    ExpectFatal(statement, "Warning: assertion failed in " + unit, text);
+}
+
+} // namespace cpcoll_test
