@@ -4,17 +4,16 @@
 #include <util/crc16.h>
 #include <util/pstring.h>
 
+#include "ratio.h"
+
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 namespace {
 
@@ -73,25 +72,10 @@ bool CrcsAgree() {
     return true;
 }
 
-struct Pair {
-    std::string operation;
-    std::string ours;
-    std::string alternative;
-};
-
-std::vector<Pair> gPairs;
-
-template <class Fn> void Register(std::string const& name, Fn fn) {
-    benchmark::RegisterBenchmark(name.c_str(), fn)->MinTime(kMinTime)->Unit(benchmark::kNanosecond);
-}
-
 template <class Ours, class Alternative>
 void RegisterPair(std::string const& operation, std::string const& altName, Ours ours,
                   Alternative alternative) {
-    Pair pair{operation, operation + "/ours", operation + "/" + altName};
-    Register(pair.ours, ours);
-    Register(pair.alternative, alternative);
-    gPairs.push_back(pair);
+    ratio::RegisterPair(operation, altName, kMinTime, ours, alternative);
 }
 
 // Copy-construction shares the buffer, so it should not grow with the text.
@@ -217,64 +201,15 @@ void RegisterAll() {
     }
 }
 
-// Prints as usual and keeps each benchmark's mean real time for the table.
-class CollectingReporter : public benchmark::ConsoleReporter {
-public:
-    // Colour only on a terminal, as the library's own reporter would choose.
-    CollectingReporter()
-        : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
-
-    void ReportRuns(std::vector<Run> const& runs) override {
-        for (Run const& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-            Mean& mean = times_[run.run_name.function_name];
-            mean.sum +=
-                run.GetAdjustedRealTime() * 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            ++mean.count;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    // Negative when the benchmark did not run, e.g. filtered out.
-    double Nanoseconds(std::string const& name) const {
-        auto const found = times_.find(name);
-        return found == times_.end() ? -1.0 : found->second.sum / found->second.count;
-    }
-
-private:
-    struct Mean {
-        double sum = 0;
-        int count = 0;
-    };
-    std::map<std::string, Mean> times_;
-};
-
-void PrintRatios(CollectingReporter const& reporter) {
-    std::printf("\n%-14s %14s %16s %8s  %s\n", "operation", "ours ns", "alternative ns", "ratio",
-                "alternative");
-    for (Pair const& pair : gPairs) {
-        double const ours = reporter.Nanoseconds(pair.ours);
-        double const alternative = reporter.Nanoseconds(pair.alternative);
-        if (ours < 0 || alternative <= 0) continue;
-        std::printf("%-14s %14.1f %16.1f %8.2f  %s\n", pair.operation.c_str(), ours, alternative,
-                    ours / alternative, pair.alternative.substr(pair.operation.size() + 1).c_str());
-    }
-    std::printf(
-        "\nappend: the string's buffer grows by a fixed process-wide step (32 or 64 bytes),\n"
-        "not geometrically, so a long string built piece by piece is copied again and\n"
-        "again; that growth rule is part of the string's contract, not a fault here.\n");
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     if (!CrcsAgree()) return 1;
     RegisterAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    CollectingReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    PrintRatios(reporter);
-    return 0;
+    int const result = ratio::RunAndReport(argc, argv);
+    std::printf(
+        "\nappend: the string's buffer grows by a fixed process-wide step (32 or 64 bytes),\n"
+        "not geometrically, so a long string built piece by piece is copied again and\n"
+        "again; that growth rule is part of the string's contract, not a fault here.\n");
+    return result;
 }

@@ -20,7 +20,8 @@ std::string NamedEvent::SystemName(char const* name) {
     std::string system = "/orveltech.";
     for (char const* c = name != nullptr ? name : ""; *c != '\0'; ++c)
         system += *c == '/' ? '_' : *c;
-    system += "." + std::to_string(::getuid());
+    system += '.';
+    system += std::to_string(::getuid());
     // A namespace of their own for tests and for installations side by side.
     if (char const* scope = std::getenv(kEventScopeVariable); scope != nullptr && *scope != '\0') {
         system += ".";
