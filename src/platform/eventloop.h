@@ -1,16 +1,18 @@
 // The main thread's message loop: posted messages and tasks in order, window
-// timers when nothing else is waiting, and a quit request that any thread may
-// post. It stands in for the thread message queue with GetMessage,
-// DispatchMessage, PostThreadMessage(WM_QUIT), SetTimer and KillTimer.
+// timers when nothing else is waiting, watched descriptors (the bus, the
+// display), and a quit request that any thread may post. It stands in for the
+// thread message queue with GetMessage, DispatchMessage,
+// PostThreadMessage(WM_QUIT), SetTimer and KillTimer. It waits in sd-event;
+// other threads wake it through an eventfd.
 #pragma once
 
 #include <util/export.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -45,7 +47,8 @@ public:
         std::function<void()> task;
     };
 
-    EventLoop() = default;
+    EventLoop();
+    ~EventLoop();
     EventLoop(EventLoop const&) = delete;
     EventLoop& operator=(EventLoop const&) = delete;
 
@@ -66,6 +69,12 @@ public:
     // Drops the target's timers and its queued messages: it is going away.
     void Forget(MessageTarget* target);
 
+    // Main thread. Whenever fd is readable, onReady runs as a task of the
+    // loop (never inside the wait), once per readiness. Answers an id for
+    // RemoveWatch, or -1 when the descriptor cannot be watched.
+    int AddWatch(int fd, std::function<void()> onReady);
+    void RemoveWatch(int id);
+
 private:
     using Clock = std::chrono::steady_clock;
     struct Timer {
@@ -75,11 +84,20 @@ private:
         Clock::time_point due;
     };
 
+    struct Watch;
+    void Wake();
+
     std::mutex mutex_;
-    std::condition_variable wake_;
     std::deque<Message> queue_;
     std::vector<Timer> timers_;
     bool quit_ = false;
+
+    // The waiting side; only the main thread touches it.
+    void* event_ = nullptr; // sd_event
+    int wakeFd_ = -1;
+    void* wakeSource_ = nullptr; // sd_event_source
+    std::vector<std::unique_ptr<Watch>> watches_;
+    int nextWatchId_ = 1;
 };
 
 } // namespace platform
