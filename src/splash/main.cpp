@@ -1,9 +1,10 @@
 // orvelsplash: the per-client splash server.
 #include <platform/eventloop.h>
-#include <platform/nullwindow.h>
+#include <splash/bushost.h>
 #include <splash/module.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
+#include <splash/x11window.h>
 
 #include <clocale>
 #include <string>
@@ -30,18 +31,21 @@ int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");
 
     platform::EventLoop loop;
-    platform::NullWindowSystem windows(loop);
+    splash::SplashScreen const screen = splash::OpenSplashScreen(loop);
+    platform::WindowSystem& windows = *screen.windows;
     CExeModule module(loop);
     NullSplashChecks checks;
-    NullControlPanel controlPanel;
+    BusClassHost host(loop);
+    BusControlPanel controlPanel(host);
     RecentListStore recent(controlPanel);
-    NullSplashPainter painter;
+    SplashPainter& painter = *screen.painter;
     SplashServices services{windows, module, checks, recent, painter};
     ClassFactory factory(services);
-    NullClassObjectHost host;
-    NullClassRegistrar registrar;
+    BusClassRegistrar registrar;
     ServerPlatform server{loop, module, host, registrar, factory};
 
     std::string const commandLine = CommandLine(argc, argv);
-    return ServerMain(commandLine.c_str(), server);
+    HRESULT const result = ServerMain(commandLine.c_str(), server);
+    // A parent sees the low byte only: a failure must not read as 0 there.
+    return result == 0 || (result & 0xFF) != 0 ? result : 1;
 }

@@ -1,0 +1,486 @@
+#include <splash/bushost.h>
+
+#include <platform/codepage.h>
+#include <platform/comalloc.h>
+#include <platform/registry.h>
+#include <platform/splashclient.h>
+#include <splash/module.h>
+
+#include <systemd/sd-bus.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using platform::HKEY;
+using platform::HKEY_CLASSES_ROOT;
+
+constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
+constexpr char kInUse[] = "com.orveltech.Splash.Error.InUse";
+constexpr char kCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
+
+// The identities the store carries for the class.
+constexpr char kClsid[] = "{8026C20A-A6F4-4CFE-87BC-0A181CDD6FEF}";
+constexpr char kAppId[] = "{C5DFBD40-2918-44C3-B29C-810CA11342EF}";
+constexpr char kLibId[] = "{5EC1ADFE-5F6F-4183-8B4D-81B2B3CA9685}";
+constexpr char kIid[] = "{ECD13031-BB31-4FB6-9829-1A2D6E68A62D}";
+
+HRESULT FromStatus(platform::LSTATUS status) {
+    return status == 0
+               ? platform::S_OK
+               : static_cast<HRESULT>(0x80070000u | (static_cast<std::uint32_t>(status) & 0xFFFFu));
+}
+
+// A BSTR made from the bus's UTF-8, freed at the end of the call.
+class Utf8Bstr {
+public:
+    explicit Utf8Bstr(char const* text) {
+        int const size = platform::MultiByteToWideChar(platform::CP_UTF8, 0, text, -1, nullptr, 0);
+        std::u16string wide(size > 0 ? static_cast<std::size_t>(size) : 1, u'\0');
+        if (size > 0)
+            platform::MultiByteToWideChar(platform::CP_UTF8, 0, text, -1, wide.data(), size);
+        bstr_ = platform::SysAllocString(wide.c_str());
+    }
+    ~Utf8Bstr() { platform::SysFreeString(bstr_); }
+    Utf8Bstr(Utf8Bstr const&) = delete;
+    Utf8Bstr& operator=(Utf8Bstr const&) = delete;
+    operator BSTR() const { return bstr_; }
+
+private:
+    BSTR bstr_ = nullptr;
+};
+
+std::string ObjectPath() {
+    return std::string(splashbus::kObjectPathPrefix) + "/1";
+}
+
+std::string DataHome() {
+    if (char const* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/')
+        return data;
+    char const* home = std::getenv("HOME");
+    return std::string(home != nullptr ? home : "/tmp") + "/.local/share";
+}
+
+std::string ProgramPath() {
+    std::error_code error;
+    std::filesystem::path const self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string("orvelsplash") : self.string();
+}
+
+} // namespace
+
+// The methods, in the interface's order; every one answers success.
+static sd_bus_vtable const kObjectVtable[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD_WITH_NAMES("ShowSplash", "ssnnnns",
+                             SD_BUS_PARAM(bstrTitle) SD_BUS_PARAM(bstrSubtitle)
+                                 SD_BUS_PARAM(nMajorVersion) SD_BUS_PARAM(nMinorVersion)
+                                     SD_BUS_PARAM(nCopyrightFrom) SD_BUS_PARAM(nCopyrightTo)
+                                         SD_BUS_PARAM(bstrLicensee),
+                             "", , BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("SetStatusText", "s", SD_BUS_PARAM(bstrStatus), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("SetLicenseeText", "s", SD_BUS_PARAM(bstrLicensee), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("AddToRecentAppList", "ss",
+                             SD_BUS_PARAM(bstrAppPath) SD_BUS_PARAM(bstrAppTitle), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("AddToRecentDocList", "ss",
+                             SD_BUS_PARAM(bstrDocumentPath) SD_BUS_PARAM(bstrAppOpenWith), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("TestUserRegistration", "", "", BusClassHost::OnMethod,
+                  SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("HideSplash", "", "", BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("SetSplashTimeout", "n", SD_BUS_PARAM(nTimeout), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("CheckLicenseExpiration", "s", SD_BUS_PARAM(bstrLicense), "", ,
+                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("ShowSplash2", "sssnns",
+                             SD_BUS_PARAM(bstrTitle) SD_BUS_PARAM(bstrSubtitle)
+                                 SD_BUS_PARAM(bstrVersion) SD_BUS_PARAM(nCopyrightFrom)
+                                     SD_BUS_PARAM(nCopyrightTo) SD_BUS_PARAM(bstrLicensee),
+                             "", , BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    // The client's reference goes back with this, or when it leaves the bus.
+    SD_BUS_METHOD("Release", "", "", BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END};
+
+static sd_bus_vtable const kFactoryVtable[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD_WITH_NAMES("CreateInstance", "", , "o", SD_BUS_PARAM(object),
+                             BusClassHost::OnCreateInstance, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END};
+
+BusClassHost::~BusClassHost() {
+    Uninitialize();
+}
+
+void BusClassHost::Initialize() {
+    busError_ = sd_bus_open_user(&bus_);
+    if (busError_ < 0) {
+        bus_ = nullptr;
+        return;
+    }
+    watch_ = loop_.AddWatch(sd_bus_get_fd(bus_), [this] { Process(); });
+}
+
+void BusClassHost::Uninitialize() {
+    if (bus_ == nullptr) return;
+    if (watch_ != -1) loop_.RemoveWatch(watch_);
+    watch_ = -1;
+    clientWatch_ = sd_bus_slot_unref(clientWatch_);
+    objectSlot_ = sd_bus_slot_unref(objectSlot_);
+    factorySlot_ = sd_bus_slot_unref(factorySlot_);
+    bus_ = sd_bus_flush_close_unref(bus_);
+}
+
+void BusClassHost::Process() {
+    if (bus_ == nullptr) return;
+    int rc = 0;
+    while ((rc = sd_bus_process(bus_, nullptr)) > 0) {
+    }
+    // Busy: called from inside a handler; the outer call carries on.
+    if (rc < 0 && rc != -EBUSY) {
+        // The bus has gone: so has the client.
+        std::fprintf(stderr, "orvelsplash: lost the session bus (%s)\n", std::strerror(-rc));
+        loop_.RemoveWatch(watch_);
+        watch_ = -1;
+        ReleaseClient();
+    }
+}
+
+void BusClassHost::ScheduleProcess() {
+    loop_.PostTask([this] { Process(); });
+}
+
+HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
+    factory_ = &factory;
+    if (bus_ == nullptr) {
+        std::fprintf(stderr, "orvelsplash: no session bus (%s); no client can reach this server\n",
+                     std::strerror(-busError_));
+        return E_FAIL;
+    }
+    int rc = sd_bus_add_object_vtable(bus_, &factorySlot_, splashbus::kFactoryPath,
+                                      splashbus::kFactoryInterface, kFactoryVtable, this);
+    if (rc >= 0) rc = sd_bus_request_name(bus_, splashbus::kServiceName, 0);
+    nameOwned_ = rc >= 0;
+    ScheduleProcess();
+    return rc >= 0 ? platform::S_OK
+                   : static_cast<HRESULT>(0x80070000u | static_cast<std::uint32_t>(-rc));
+}
+
+void BusClassHost::RevokeClassObjects() {
+    if (bus_ != nullptr && nameOwned_) sd_bus_release_name(bus_, splashbus::kServiceName);
+    nameOwned_ = false;
+    factorySlot_ = sd_bus_slot_unref(factorySlot_);
+    factory_ = nullptr;
+}
+
+int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* error) {
+    auto* host = static_cast<BusClassHost*>(user);
+    // Single use: one process, one splash, one client.
+    if (host->created_ || host->factory_ == nullptr)
+        return sd_bus_error_set(error, kInUse, "this server already serves its client");
+    ISplashWindow* object = nullptr;
+    HRESULT const hr = host->factory_->CreateInstance(&object);
+    if (platform::FAILED(hr))
+        return sd_bus_error_setf(error, kCreateFailed, "the splash could not be made (0x%08X)",
+                                 static_cast<unsigned>(hr));
+    host->created_ = true;
+    host->object_ = object;
+    host->client_ = sd_bus_message_get_sender(m) != nullptr ? sd_bus_message_get_sender(m) : "";
+    std::string const path = ObjectPath();
+    sd_bus_add_object_vtable(host->bus_, &host->objectSlot_, path.c_str(), splashbus::kInterface,
+                             kObjectVtable, host);
+    if (!host->client_.empty()) {
+        sd_bus_match_signal(host->bus_, &host->clientWatch_, "org.freedesktop.DBus",
+                            "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+                            OnNameOwnerChanged, host);
+    }
+    // Out of view: the next client's activation starts a process of its own.
+    if (host->nameOwned_) sd_bus_release_name(host->bus_, splashbus::kServiceName);
+    host->nameOwned_ = false;
+    return sd_bus_reply_method_return(m, "o", path.c_str());
+}
+
+int BusClassHost::OnNameOwnerChanged(sd_bus_message* m, void* user, sd_bus_error*) {
+    auto* host = static_cast<BusClassHost*>(user);
+    char const* name = nullptr;
+    char const* oldOwner = nullptr;
+    char const* newOwner = nullptr;
+    if (sd_bus_message_read(m, "sss", &name, &oldOwner, &newOwner) < 0) return 0;
+    if (host->client_ == name && (newOwner == nullptr || *newOwner == '\0')) host->ReleaseClient();
+    return 0;
+}
+
+void BusClassHost::ReleaseClient() {
+    clientWatch_ = sd_bus_slot_unref(clientWatch_);
+    objectSlot_ = sd_bus_slot_unref(objectSlot_);
+    if (object_ == nullptr) return;
+    ISplashWindow* object = object_;
+    object_ = nullptr;
+    object->Release();
+}
+
+int BusClassHost::OnMethod(sd_bus_message* m, void* user, sd_bus_error* error) {
+    try {
+        return static_cast<BusClassHost*>(user)->Dispatch(m, error);
+    } catch (...) {
+        return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "the call failed inside the server");
+    }
+}
+
+int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
+    std::string const member = sd_bus_message_get_member(m);
+    if (member == "Release") {
+        ReleaseClient();
+        return sd_bus_reply_method_return(m, "");
+    }
+    ISplashWindow* object = object_;
+    if (object == nullptr) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_OBJECT, "released");
+    char const* s[6] = {};
+    std::int16_t n[4] = {};
+    int rc = 0;
+    if (member == "ShowSplash") {
+        rc = sd_bus_message_read(m, "ssnnnns", &s[0], &s[1], &n[0], &n[1], &n[2], &n[3], &s[2]);
+        if (rc >= 0)
+            object->ShowSplash(Utf8Bstr(s[0]), Utf8Bstr(s[1]), n[0], n[1], n[2], n[3],
+                               Utf8Bstr(s[2]));
+    } else if (member == "ShowSplash2") {
+        rc = sd_bus_message_read(m, "sssnns", &s[0], &s[1], &s[2], &n[0], &n[1], &s[3]);
+        if (rc >= 0)
+            object->ShowSplash2(Utf8Bstr(s[0]), Utf8Bstr(s[1]), Utf8Bstr(s[2]), n[0], n[1],
+                                Utf8Bstr(s[3]));
+    } else if (member == "SetStatusText" || member == "SetLicenseeText" ||
+               member == "CheckLicenseExpiration") {
+        rc = sd_bus_message_read(m, "s", &s[0]);
+        if (rc >= 0) {
+            Utf8Bstr const text(s[0]);
+            if (member == "SetStatusText")
+                object->SetStatusText(text);
+            else if (member == "SetLicenseeText")
+                object->SetLicenseeText(text);
+            else
+                object->CheckLicenseExpiration(text);
+        }
+    } else if (member == "AddToRecentAppList" || member == "AddToRecentDocList") {
+        rc = sd_bus_message_read(m, "ss", &s[0], &s[1]);
+        if (rc >= 0 && member == "AddToRecentAppList")
+            object->AddToRecentAppList(Utf8Bstr(s[0]), Utf8Bstr(s[1]));
+        else if (rc >= 0)
+            object->AddToRecentDocList(Utf8Bstr(s[0]), Utf8Bstr(s[1]));
+    } else if (member == "SetSplashTimeout") {
+        rc = sd_bus_message_read(m, "n", &n[0]);
+        if (rc >= 0) object->SetSplashTimeout(n[0]);
+    } else if (member == "TestUserRegistration") {
+        object->TestUserRegistration();
+    } else if (member == "HideSplash") {
+        object->HideSplash();
+    }
+    if (rc < 0) return rc;
+    return sd_bus_reply_method_return(m, "");
+}
+
+// Registration ---------------------------------------------------------------
+
+namespace {
+
+struct Entry {
+    std::string key;   // under HKEY_CLASSES_ROOT
+    char const* value; // null for the key's default value
+    std::string data;
+};
+
+HRESULT Write(std::vector<Entry> const& entries) {
+    platform::RegTransaction transaction;
+    if (transaction.Status() != 0) return FromStatus(transaction.Status());
+    for (Entry const& entry : entries) {
+        HKEY key = nullptr;
+        platform::LSTATUS status =
+            platform::RegCreateKeyExA(HKEY_CLASSES_ROOT, entry.key.c_str(), 0, nullptr, 0,
+                                      platform::KEY_ALL_ACCESS, nullptr, &key, nullptr);
+        if (status != 0) return FromStatus(status);
+        status = platform::RegSetValueExA(key, entry.value, 0, platform::REG_SZ,
+                                          reinterpret_cast<std::uint8_t const*>(entry.data.c_str()),
+                                          static_cast<std::uint32_t>(entry.data.size() + 1));
+        platform::RegCloseKey(key);
+        if (status != 0) return FromStatus(status);
+    }
+    return FromStatus(transaction.Commit());
+}
+
+// Keys removed whole; a key that is not there is no failure.
+HRESULT Remove(std::vector<std::string> const& keys) {
+    platform::RegTransaction transaction;
+    if (transaction.Status() != 0) return FromStatus(transaction.Status());
+    for (std::string const& key : keys) {
+        platform::LSTATUS const status = platform::RegDeleteKeyA(HKEY_CLASSES_ROOT, key.c_str());
+        if (status != 0 && status != platform::ERROR_FILE_NOT_FOUND) return FromStatus(status);
+    }
+    return FromStatus(transaction.Commit());
+}
+
+std::string Key(char const* root, char const* id, char const* rest = "") {
+    return std::string(root) + "\\" + id + rest;
+}
+
+HRESULT WriteFile(std::string const& path, std::string const& content) {
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+    std::ofstream out(path, std::ios::trunc);
+    out << content;
+    out.close();
+    return out ? platform::S_OK : static_cast<HRESULT>(0x80070005); // access denied
+}
+
+HRESULT RemoveFile(std::string const& path) {
+    std::error_code error;
+    std::filesystem::remove(path, error);
+    return error ? static_cast<HRESULT>(0x80070005) : platform::S_OK;
+}
+
+} // namespace
+
+std::string BusClassRegistrar::ServiceFilePath() {
+    return DataHome() + "/dbus-1/services/" + splashbus::kServiceName + ".service";
+}
+
+std::string BusClassRegistrar::InterfaceFilePath() {
+    return DataHome() + "/dbus-1/interfaces/" + splashbus::kInterface + ".xml";
+}
+
+HRESULT BusClassRegistrar::ApplyScript(int resource, bool bRegister) {
+    std::string const module = ProgramPath();
+    if (resource == kAppScript) {
+        if (!bRegister) return Remove({Key("AppID", kAppId), "AppID\\Splash.EXE"});
+        return Write(
+            {{Key("AppID", kAppId), nullptr, "Splash"}, {"AppID\\Splash.EXE", "AppID", kAppId}});
+    }
+    if (resource == kClassScript) {
+        std::string const clsid = Key("CLSID", kClsid);
+        if (!bRegister) return Remove({"Splash.SplashWindow.1", "Splash.SplashWindow", clsid});
+        // The class's own key goes whole when it is unregistered; CLSID and
+        // AppID themselves stay.
+        std::vector<Entry> const entries = {
+            {"Splash.SplashWindow.1", nullptr, "SplashWindow Class"},
+            {"Splash.SplashWindow.1\\CLSID", nullptr, kClsid},
+            {"Splash.SplashWindow", nullptr, "SplashWindow Class"},
+            {"Splash.SplashWindow\\CLSID", nullptr, kClsid},
+            {"Splash.SplashWindow\\CurVer", nullptr, "Splash.SplashWindow.1"},
+            {clsid, nullptr, "SplashWindow Class"},
+            {clsid, "AppID", kAppId},
+            {clsid + "\\ProgID", nullptr, "Splash.SplashWindow.1"},
+            {clsid + "\\VersionIndependentProgID", nullptr, "Splash.SplashWindow"},
+            {clsid + "\\Programmable", nullptr, ""},
+            {clsid + "\\LocalServer32", nullptr, module},
+            {clsid + "\\Control", nullptr, ""},
+            {clsid + "\\ToolboxBitmap32", nullptr, module + ", 101"},
+            {clsid + "\\MiscStatus", nullptr, "0"},
+            {clsid + "\\MiscStatus\\1", nullptr, "131473"},
+            {clsid + "\\TypeLib", nullptr, kLibId},
+            {clsid + "\\Version", nullptr, "1.0"},
+        };
+        return Write(entries);
+    }
+    return E_FAIL;
+}
+
+HRESULT BusClassRegistrar::RegisterServer() {
+    HRESULT hr = ApplyScript(kClassScript, true);
+    if (platform::FAILED(hr)) return hr;
+    // The interface's description plays the type library's part.
+    std::string const lib = Key("TypeLib", kLibId, "\\1.0");
+    std::string const iface = Key("Interface", kIid);
+    hr = Write({{lib, nullptr, "Orvel Splash 13.1 Type Library"},
+                {lib + "\\409\\linux", nullptr, InterfaceFilePath()},
+                {lib + "\\FLAGS", nullptr, "0"},
+                {iface, nullptr, "ISplashWindow"},
+                {iface + "\\TypeLib", nullptr, kLibId},
+                {iface + "\\TypeLib", "Version", "1.0"}});
+    if (platform::FAILED(hr)) return hr;
+    hr = WriteFile(InterfaceFilePath(), IntrospectionXml());
+    if (platform::FAILED(hr)) return hr;
+    return WriteFile(ServiceFilePath(), std::string("[D-BUS Service]\nName=") +
+                                            splashbus::kServiceName + "\nExec=" + ProgramPath() +
+                                            " -Embedding\n");
+}
+
+HRESULT BusClassRegistrar::UnregisterServer() {
+    HRESULT hr = ApplyScript(kClassScript, false);
+    if (platform::FAILED(hr)) return hr;
+    hr = Remove({Key("TypeLib", kLibId), Key("Interface", kIid)});
+    if (platform::FAILED(hr)) return hr;
+    hr = RemoveFile(InterfaceFilePath());
+    if (platform::FAILED(hr)) return hr;
+    return RemoveFile(ServiceFilePath());
+}
+
+char const* BusClassRegistrar::IntrospectionXml() {
+    return R"xml(<!DOCTYPE node PUBLIC "-//freedesktop//DTD D-BUS Object Introspection 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd">
+<!-- ISplashWindow Interface 13.1 -->
+<node>
+  <interface name="com.orveltech.Splash.ClassFactory">
+    <method name="CreateInstance"><arg name="object" type="o" direction="out"/></method>
+  </interface>
+  <interface name="com.orveltech.Splash.ISplashWindow">
+    <method name="ShowSplash">
+      <arg name="bstrTitle" type="s" direction="in"/><arg name="bstrSubtitle" type="s" direction="in"/>
+      <arg name="nMajorVersion" type="n" direction="in"/><arg name="nMinorVersion" type="n" direction="in"/>
+      <arg name="nCopyrightFrom" type="n" direction="in"/><arg name="nCopyrightTo" type="n" direction="in"/>
+      <arg name="bstrLicensee" type="s" direction="in"/>
+    </method>
+    <method name="SetStatusText"><arg name="bstrStatus" type="s" direction="in"/></method>
+    <method name="SetLicenseeText"><arg name="bstrLicensee" type="s" direction="in"/></method>
+    <method name="AddToRecentAppList">
+      <arg name="bstrAppPath" type="s" direction="in"/><arg name="bstrAppTitle" type="s" direction="in"/>
+    </method>
+    <method name="AddToRecentDocList">
+      <arg name="bstrDocumentPath" type="s" direction="in"/><arg name="bstrAppOpenWith" type="s" direction="in"/>
+    </method>
+    <method name="TestUserRegistration"/>
+    <method name="HideSplash"/>
+    <method name="SetSplashTimeout"><arg name="nTimeout" type="n" direction="in"/></method>
+    <method name="CheckLicenseExpiration"><arg name="bstrLicense" type="s" direction="in"/></method>
+    <method name="ShowSplash2">
+      <arg name="bstrTitle" type="s" direction="in"/><arg name="bstrSubtitle" type="s" direction="in"/>
+      <arg name="bstrVersion" type="s" direction="in"/><arg name="nCopyrightFrom" type="n" direction="in"/>
+      <arg name="nCopyrightTo" type="n" direction="in"/><arg name="bstrLicensee" type="s" direction="in"/>
+    </method>
+    <method name="Release"/>
+  </interface>
+</node>
+)xml";
+}
+
+// The control panel ------------------------------------------------------------
+
+void BusControlPanel::SendRefresh(std::uint32_t message) {
+    sd_bus* bus = host_.Bus();
+    if (bus == nullptr) return;
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_message* reply = nullptr;
+    int hasOwner = 0;
+    if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "NameHasOwner", &error, &reply, "s",
+                           splashbus::kControlPanelName) >= 0) {
+        sd_bus_message_read(reply, "b", &hasOwner);
+    }
+    reply = sd_bus_message_unref(reply);
+    sd_bus_error_free(&error);
+    if (hasOwner != 0) {
+        // Waited for, within the bus's default timeout.
+        sd_bus_call_method(bus, splashbus::kControlPanelName, splashbus::kControlPanelPath,
+                           splashbus::kControlPanelInterface, "Refresh", &error, nullptr, "u",
+                           message);
+        sd_bus_error_free(&error);
+    }
+    // What arrived during the wait is handled once this call has returned.
+    host_.ScheduleProcess();
+}

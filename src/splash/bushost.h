@@ -1,0 +1,79 @@
+// The splash server on the session bus: the class object that clients
+// activate, the one splash object it hands out, the class's registration,
+// and the control panel's refresh.
+#pragma once
+
+#include <platform/eventloop.h>
+#include <splash/recentlists.h>
+#include <splash/seams.h>
+#include <splash/splashwindow.h>
+
+#include <string>
+
+#include <systemd/sd-bus.h>
+
+class BusClassHost final : public ClassObjectHost {
+public:
+    explicit BusClassHost(platform::EventLoop& loop) : loop_(loop) {}
+    ~BusClassHost() override;
+
+    // Connects to the session bus. Without one the server still runs its
+    // loop, as it always has when publishing failed.
+    void Initialize() override;
+    void Uninitialize() override;
+    HRESULT RegisterClassObjects(ClassFactory& factory) override;
+    void RevokeClassObjects() override;
+
+    sd_bus* Bus() const { return bus_; }
+    // Handles what the bus has queued; after a blocking call, replies to
+    // others may be waiting without the descriptor showing it.
+    void Process();
+    void ScheduleProcess();
+
+    // The bus's callbacks.
+    static int OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* error);
+    static int OnMethod(sd_bus_message* m, void* user, sd_bus_error* error);
+    static int OnNameOwnerChanged(sd_bus_message* m, void* user, sd_bus_error* error);
+
+private:
+    int Dispatch(sd_bus_message* m, sd_bus_error* error);
+    // Gives back the client's reference, once.
+    void ReleaseClient();
+
+    platform::EventLoop& loop_;
+    sd_bus* bus_ = nullptr;
+    int busError_ = 0;
+    int watch_ = -1;
+    ClassFactory* factory_ = nullptr;
+    sd_bus_slot* factorySlot_ = nullptr;
+    sd_bus_slot* objectSlot_ = nullptr;
+    sd_bus_slot* clientWatch_ = nullptr;
+    bool nameOwned_ = false;
+    bool created_ = false;
+    ISplashWindow* object_ = nullptr; // the client's reference
+    std::string client_;
+};
+
+// "RegServer" and "UnregServer": the bus's service file for this user, the
+// class's entries in the store, and the interface's description.
+class BusClassRegistrar final : public ClassRegistrar {
+public:
+    HRESULT ApplyScript(int resource, bool bRegister) override;
+    HRESULT RegisterServer() override;
+    HRESULT UnregisterServer() override;
+
+    static std::string ServiceFilePath();
+    static std::string InterfaceFilePath();
+    static char const* IntrospectionXml();
+};
+
+// The control panel's refresh over the bus: called, and waited for within
+// the bus's default timeout, only when its name has an owner.
+class BusControlPanel final : public ControlPanel {
+public:
+    explicit BusControlPanel(BusClassHost& host) : host_(host) {}
+    void SendRefresh(std::uint32_t message) override;
+
+private:
+    BusClassHost& host_;
+};

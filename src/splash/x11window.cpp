@@ -1,0 +1,483 @@
+#include <splash/x11window.h>
+
+#include <platform/nullwindow.h>
+#include <splash/cairoptr.h>
+#include <splash/splashpaint.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+// Last: Xlib defines None, Bool, Status and the like as macros.
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <cairo-xlib.h>
+
+namespace splash {
+namespace {
+
+using DisplayPtr = std::unique_ptr<Display, FreeWith<Display, XCloseDisplay>>;
+
+enum AtomIndex {
+    kWindowType,
+    kWindowTypeSplash,
+    kState,
+    kStateAbove,
+    kStateSkipTaskbar,
+    kStateSkipPager,
+    kMotifHints,
+    kWorkArea,
+    kCurrentDesktop,
+    kAtomCount
+};
+constexpr char const* kAtomNames[kAtomCount] = {
+    "_NET_WM_WINDOW_TYPE",      "_NET_WM_WINDOW_TYPE_SPLASH", "_NET_WM_STATE",
+    "_NET_WM_STATE_ABOVE",      "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER",
+    "_MOTIF_WM_HINTS",          "_NET_WORKAREA",              "_NET_CURRENT_DESKTOP"};
+
+constexpr long kNetWmStateAdd = 1;
+constexpr long kMotifHintsDecorations = 1L << 1;
+constexpr std::uintptr_t kMkLButton = 0x0001;
+constexpr std::uint32_t kDrain = 0; // the connection's own message: read what is queued
+
+// A window manager may destroy or reparent a window between a request and
+// its reply; Xlib's default answer to any such error is to end the process,
+// which would take the clients' bus calls with it.
+int IgnoreProtocolError(Display*, XErrorEvent*) {
+    return 0;
+}
+
+// The logical resolution that desktops publish for text; the physical one
+// that the server derives from the screen's millimetres is seldom what the
+// user reads at.
+int PixelsPerInch(Display* display) {
+    char const* resources = XResourceManagerString(display);
+    if (resources == nullptr) return 96;
+    std::string_view rest(resources);
+    constexpr std::string_view kKey = "Xft.dpi:";
+    while (!rest.empty()) {
+        std::size_t const end = rest.find('\n');
+        std::string_view const line = rest.substr(0, end);
+        if (line.substr(0, kKey.size()) == kKey) {
+            std::string const value(line.substr(kKey.size()));
+            double const dpi = std::strtod(value.c_str(), nullptr);
+            if (dpi >= 24 && dpi <= 1200) return static_cast<int>(dpi + 0.5);
+        }
+        if (end == std::string_view::npos) break;
+        rest.remove_prefix(end + 1);
+    }
+    return 96;
+}
+
+class XPopup;
+
+} // namespace
+
+struct XWindowSystem::Connection final : platform::MessageTarget {
+    Connection(platform::EventLoop& loop, DisplayPtr display)
+        : loop(loop), display(std::move(display)) {
+        Display* const d = Get();
+        screen = DefaultScreen(d);
+        root = RootWindow(d, screen);
+        XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms);
+        pixelsPerInch = PixelsPerInch(d);
+        watch = loop.AddWatch(ConnectionNumber(d), [this] { Drain(); });
+    }
+    ~Connection() override {
+        loop.Forget(this);
+        if (watch >= 0) loop.RemoveWatch(watch);
+    }
+
+    Display* Get() const { return display.get(); }
+
+    // Every operation ends here. Nothing else sends the requests out, and a
+    // reply may have brought events in with it, which leaves the descriptor
+    // quiet while they wait in Xlib's queue.
+    void Settle() {
+        XFlush(Get());
+        if (!drainPosted && XQLength(Get()) > 0) {
+            drainPosted = true;
+            loop.PostMessage(this, kDrain, 0, 0);
+        }
+    }
+
+    void Drain();
+    void Deliver(std::uint32_t, std::uintptr_t, std::intptr_t) override {
+        drainPosted = false;
+        Drain();
+    }
+
+    std::vector<long> Cardinals(::Window window, Atom property) {
+        std::vector<long> values;
+        Atom type = 0;
+        int format = 0;
+        unsigned long count = 0, after = 0;
+        unsigned char* data = nullptr;
+        if (XGetWindowProperty(Get(), window, property, 0, 1024, False, XA_CARDINAL, &type, &format,
+                               &count, &after, &data) == Success &&
+            type == XA_CARDINAL && format == 32 && data != nullptr) {
+            auto const* longs = reinterpret_cast<long const*>(data);
+            values.assign(longs, longs + count);
+        }
+        if (data != nullptr) XFree(data);
+        Settle();
+        return values;
+    }
+
+    platform::Rect WorkArea() {
+        Display* const d = Get();
+        platform::Rect const screenRect{0, 0, DisplayWidth(d, screen), DisplayHeight(d, screen)};
+        std::vector<long> const areas = Cardinals(root, atoms[kWorkArea]);
+        std::vector<long> const current = Cardinals(root, atoms[kCurrentDesktop]);
+        std::size_t desktop = current.empty() ? 0 : static_cast<std::size_t>(current[0]);
+        if (areas.size() < 4 * (desktop + 1)) desktop = 0;
+        if (areas.size() < 4) return screenRect;
+        long const* a = &areas[4 * desktop];
+        platform::Rect const area{static_cast<std::int32_t>(a[0]), static_cast<std::int32_t>(a[1]),
+                                  static_cast<std::int32_t>(a[0] + a[2]),
+                                  static_cast<std::int32_t>(a[1] + a[3])};
+        return area.Width() > 0 && area.Height() > 0 ? area : screenRect;
+    }
+
+    platform::EventLoop& loop;
+    DisplayPtr display;
+    int screen = 0;
+    ::Window root = 0;
+    Atom atoms[kAtomCount] = {};
+    int pixelsPerInch = 96;
+    int watch = -1;
+    bool drainPosted = false;
+    std::unordered_map<::Window, XPopup*> windows;
+};
+
+namespace {
+
+// The server side of a window, destroyed with its owner.
+class XWindowHandle {
+public:
+    XWindowHandle(Display* display, ::Window id) : display_(display), id_(id) {}
+    ~XWindowHandle() {
+        XDestroyWindow(display_, id_);
+        XFlush(display_);
+    }
+    XWindowHandle(XWindowHandle const&) = delete;
+    XWindowHandle& operator=(XWindowHandle const&) = delete;
+    ::Window Id() const { return id_; }
+
+private:
+    Display* display_;
+    ::Window id_;
+};
+
+::Window CreateXWindow(XWindowSystem::Connection& x, platform::Rect const& rect) {
+    Display* const d = x.Get();
+    XSetWindowAttributes attributes{};
+    // The platform's default brush, which a paint draws over.
+    attributes.background_pixel = WhitePixel(d, x.screen);
+    attributes.event_mask = ExposureMask | ButtonPressMask | StructureNotifyMask;
+    return XCreateWindow(d, x.root, rect.left, rect.top,
+                         static_cast<unsigned>(std::max(1, rect.Width())),
+                         static_cast<unsigned>(std::max(1, rect.Height())), 0, CopyFromParent,
+                         InputOutput, CopyFromParent, CWBackPixel | CWEventMask, &attributes);
+}
+
+class XPopup final : public platform::Window, private platform::MessageTarget {
+public:
+    XPopup(XWindowSystem::Connection& x, platform::WindowHandler& handler,
+           platform::Rect const& rect)
+        : x_(x), handler_(handler), window_(x.Get(), CreateXWindow(x, rect)), rect_(rect),
+          surface_(cairo_xlib_surface_create(x.Get(), window_.Id(),
+                                             DefaultVisual(x.Get(), x.screen),
+                                             std::max(1, rect.Width()),
+                                             std::max(1, rect.Height()))) {
+        x_.windows[window_.Id()] = this;
+        DescribeToWindowManager();
+    }
+
+    ~XPopup() override {
+        painting_.reset();
+        surface_.reset();
+        x_.windows.erase(window_.Id());
+        x_.loop.Forget(this);
+    }
+
+    void Create() {
+        handler_.OnMessage(*this, platform::WM_CREATE, 0, 0);
+        x_.Settle();
+    }
+
+    void OnEvent(XEvent const& event) {
+        switch (event.type) {
+        case Expose: {
+            XExposeEvent const& e = event.xexpose;
+            AddDamage({e.x, e.y, e.x + e.width, e.y + e.height});
+            break;
+        }
+        case ButtonPress:
+            if (event.xbutton.button == Button1) {
+                auto const x = static_cast<std::uint16_t>(event.xbutton.x);
+                auto const y = static_cast<std::uint16_t>(event.xbutton.y);
+                x_.loop.PostMessage(this, platform::WM_LBUTTONDOWN, kMkLButton,
+                                    static_cast<std::intptr_t>(std::uint32_t{y} << 16 | x));
+            }
+            break;
+        case MapNotify:
+            viewable_ = true;
+            if (damage_) PostPaint();
+            break;
+        case UnmapNotify:
+            viewable_ = false;
+            break;
+        case ReparentNotify:
+            reparented_ = event.xreparent.parent != x_.root;
+            break;
+        case ConfigureNotify: {
+            // Inside a manager's frame the server tells the place in the
+            // frame; the manager's own notice tells it on the screen.
+            XConfigureEvent const& e = event.xconfigure;
+            if (e.send_event || !reparented_) rect_ = {e.x, e.y, e.x + e.width, e.y + e.height};
+            break;
+        }
+        default:
+            break;
+        }
+    }
+
+    void ShowWindow(int command) override {
+        Display* const d = x_.Get();
+        if (command == platform::SW_HIDE) {
+            if (shown_) XWithdrawWindow(d, window_.Id(), x_.screen);
+            shown_ = false;
+        } else if (!shown_) {
+            WriteState();
+            XMapWindow(d, window_.Id());
+            shown_ = true;
+        }
+        x_.Settle();
+    }
+
+    platform::Rect GetWindowRect() override { return rect_; }
+
+    void SetTopmost(platform::Rect const& rect) override {
+        Display* const d = x_.Get();
+        Resize(rect);
+        rect_ = rect;
+        XMoveResizeWindow(d, window_.Id(), rect.left, rect.top,
+                          static_cast<unsigned>(std::max(1, rect.Width())),
+                          static_cast<unsigned>(std::max(1, rect.Height())));
+        if (shown_) {
+            // A managed window's state is its manager's to change.
+            XEvent event{};
+            event.xclient.type = ClientMessage;
+            event.xclient.window = window_.Id();
+            event.xclient.message_type = x_.atoms[kState];
+            event.xclient.format = 32;
+            event.xclient.data.l[0] = kNetWmStateAdd;
+            event.xclient.data.l[1] = static_cast<long>(x_.atoms[kStateAbove]);
+            event.xclient.data.l[3] = 1; // from an application
+            XSendEvent(d, x_.root, False, SubstructureRedirectMask | SubstructureNotifyMask,
+                       &event);
+        } else {
+            WriteState();
+        }
+        // Without a manager, or one that ignores the state, raising is what
+        // puts it on top.
+        XMapRaised(d, window_.Id());
+        shown_ = true;
+        x_.Settle();
+    }
+
+    void Move(std::int32_t x, std::int32_t y) override {
+        rect_ = platform::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
+        XMoveWindow(x_.Get(), window_.Id(), x, y);
+        x_.Settle();
+    }
+
+    void InvalidateRect(platform::Rect const* rect, bool) override {
+        AddDamage(rect != nullptr ? *rect : platform::Rect{0, 0, rect_.Width(), rect_.Height()});
+    }
+
+    void SetTimer(std::uintptr_t id, std::uint32_t periodMs) override {
+        x_.loop.SetTimer(this, id, periodMs);
+    }
+    void KillTimer(std::uintptr_t id) override { x_.loop.KillTimer(this, id); }
+
+    // The desktop's work area, which on several monitors spans them all.
+    platform::Rect MonitorWorkArea() override { return x_.WorkArea(); }
+
+    platform::PaintSurface BeginPaint() override {
+        painting_.reset(cairo_create(surface_.get()));
+        if (damage_) {
+            cairo_rectangle(painting_.get(), damage_->left, damage_->top, damage_->Width(),
+                            damage_->Height());
+            cairo_clip(painting_.get());
+        }
+        return {painting_.get(), x_.pixelsPerInch};
+    }
+
+    void EndPaint(platform::PaintSurface const&) override {
+        painting_.reset();
+        cairo_surface_flush(surface_.get());
+        damage_.reset();
+        x_.Settle();
+    }
+
+private:
+    void Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override {
+        if (message == platform::WM_PAINT) {
+            paintPending_ = false;
+            // What is drawn on a window out of view is lost; the exposure
+            // that comes with its map asks again.
+            if (!viewable_ || !damage_) return;
+        }
+        handler_.OnMessage(*this, message, wParam, lParam);
+    }
+
+    void AddDamage(platform::Rect const& add) {
+        if (damage_) {
+            damage_ = platform::Rect{std::min(damage_->left, add.left),
+                                     std::min(damage_->top, add.top),
+                                     std::max(damage_->right, add.right),
+                                     std::max(damage_->bottom, add.bottom)};
+        } else {
+            damage_ = add;
+        }
+        PostPaint();
+    }
+
+    void PostPaint() {
+        if (paintPending_) return;
+        paintPending_ = true;
+        x_.loop.PostMessage(this, platform::WM_PAINT, 0, 0);
+    }
+
+    void DescribeToWindowManager() {
+        Display* const d = x_.Get();
+        ::Window const id = window_.Id();
+
+        char name[] = "orvelsplash";
+        char className[] = "Orvelsplash";
+        XClassHint classHint{name, className};
+        XSetClassHint(d, id, &classHint);
+
+        // The client that asked for the splash is starting up and keeps the
+        // keyboard.
+        XWMHints wmHints{};
+        wmHints.flags = InputHint | StateHint;
+        wmHints.input = False;
+        wmHints.initial_state = NormalState;
+        XSetWMHints(d, id, &wmHints);
+
+        WriteSizeHints();
+
+        Atom const type = x_.atoms[kWindowTypeSplash];
+        XChangeProperty(d, id, x_.atoms[kWindowType], XA_ATOM, 32, PropModeReplace,
+                        reinterpret_cast<unsigned char const*>(&type), 1);
+        WriteState();
+
+        long const motif[5] = {kMotifHintsDecorations, 0, 0, 0, 0}; // no decorations
+        XChangeProperty(d, id, x_.atoms[kMotifHints], x_.atoms[kMotifHints], 32, PropModeReplace,
+                        reinterpret_cast<unsigned char const*>(motif), 5);
+    }
+
+    // Managers drop the state when a window is withdrawn; it is written
+    // again before each map.
+    void WriteState() {
+        Atom const states[] = {x_.atoms[kStateAbove], x_.atoms[kStateSkipTaskbar],
+                               x_.atoms[kStateSkipPager]};
+        XChangeProperty(x_.Get(), window_.Id(), x_.atoms[kState], XA_ATOM, 32, PropModeReplace,
+                        reinterpret_cast<unsigned char const*>(states), 3);
+    }
+
+    // The size is fixed, and the place is the program's, not the manager's
+    // to choose.
+    void WriteSizeHints() {
+        XSizeHints hints{};
+        hints.flags = USPosition | PPosition | PSize | PMinSize | PMaxSize;
+        hints.x = rect_.left;
+        hints.y = rect_.top;
+        hints.width = hints.min_width = hints.max_width = std::max(1, rect_.Width());
+        hints.height = hints.min_height = hints.max_height = std::max(1, rect_.Height());
+        XSetWMNormalHints(x_.Get(), window_.Id(), &hints);
+    }
+
+    void Resize(platform::Rect const& rect) {
+        if (rect.Width() == rect_.Width() && rect.Height() == rect_.Height()) return;
+        rect_ = rect;
+        cairo_xlib_surface_set_size(surface_.get(), std::max(1, rect.Width()),
+                                    std::max(1, rect.Height()));
+        WriteSizeHints();
+    }
+
+    XWindowSystem::Connection& x_;
+    platform::WindowHandler& handler_;
+    XWindowHandle window_; // before the surface, which draws on it
+    platform::Rect rect_;
+    SurfacePtr surface_;
+    CairoPtr painting_;
+    std::optional<platform::Rect> damage_; // in window coordinates
+    bool paintPending_ = false;
+    bool shown_ = false;    // mapped at our request
+    bool viewable_ = false; // mapped as the server last told
+    bool reparented_ = false;
+};
+
+} // namespace
+
+void XWindowSystem::Connection::Drain() {
+    // Events only post messages here: no window comes or goes while the
+    // queue is read.
+    while (XPending(Get()) > 0) {
+        XEvent event;
+        XNextEvent(Get(), &event);
+        auto const found = windows.find(event.xany.window);
+        if (found != windows.end()) found->second->OnEvent(event);
+    }
+}
+
+XWindowSystem::XWindowSystem(std::unique_ptr<Connection> connection)
+    : connection_(std::move(connection)) {}
+
+XWindowSystem::~XWindowSystem() = default;
+
+std::unique_ptr<XWindowSystem> XWindowSystem::Open(platform::EventLoop& loop,
+                                                   char const* displayName) {
+    static std::once_flag handlerSet;
+    std::call_once(handlerSet, [] { XSetErrorHandler(IgnoreProtocolError); });
+    DisplayPtr display(XOpenDisplay(displayName));
+    if (!display) return nullptr;
+    auto connection = std::make_unique<Connection>(loop, std::move(display));
+    // A display whose events nobody reads is no display.
+    if (connection->watch < 0) return nullptr;
+    return std::unique_ptr<XWindowSystem>(new XWindowSystem(std::move(connection)));
+}
+
+std::unique_ptr<platform::Window> XWindowSystem::CreatePopup(platform::WindowHandler& handler,
+                                                             platform::Rect const& rect) {
+    auto window = std::make_unique<XPopup>(*connection_, handler, rect);
+    window->Create();
+    return window;
+}
+
+int XWindowSystem::ScreenColourBits() {
+    return DefaultDepth(connection_->Get(), connection_->screen);
+}
+
+SplashScreen OpenSplashScreen(platform::EventLoop& loop) {
+    if (std::unique_ptr<XWindowSystem> x = XWindowSystem::Open(loop)) {
+        return {std::move(x), std::make_unique<CairoSplashPainter>()};
+    }
+    std::fputs("orvelsplash: no display; serving calls without showing the splash\n", stderr);
+    return {std::make_unique<platform::NullWindowSystem>(loop),
+            std::make_unique<NullSplashPainter>()};
+}
+
+} // namespace splash

@@ -1,0 +1,211 @@
+#!/usr/bin/env python3
+"""The splash server end to end: a private session bus with its own service
+folder, a virtual display when one can be started, real clients (ours and
+one that is not), real server processes."""
+
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+BIN = None  # the build folder, from the command line
+
+SERVICE = "com.orveltech.Splash"
+FACTORY_PATH = "/com/orveltech/Splash"
+FACTORY_IFACE = "com.orveltech.Splash.ClassFactory"
+IFACE = "com.orveltech.Splash.ISplashWindow"
+
+BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:dir={dir}</listen>
+  <servicedir>{services}</servicedir>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+def ended(pid):
+    """Gone, or a zombie its parent has not reaped yet."""
+    try:
+        with open(f"/proc/{pid}/stat") as stat:
+            return stat.read().split(")")[-1].split()[0] == "Z"
+    except FileNotFoundError:
+        return True
+
+
+def wait_ended(pid, limit):
+    start = time.monotonic()
+    while time.monotonic() - start < limit:
+        if ended(pid):
+            return time.monotonic() - start
+        time.sleep(0.02)
+    return None
+
+
+class SplashOverTheBus(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.work = tempfile.mkdtemp(prefix="splash-e2e-")
+        env = dict(os.environ)
+        env["XDG_DATA_HOME"] = os.path.join(cls.work, "data")
+        env["ORVELTECH_REGISTRY"] = os.path.join(cls.work, "registry.db")
+        env["ORVELTECH_EVENT_SCOPE"] = f"e2e{os.getpid()}"
+        env.pop("DISPLAY", None)
+        cls.display = None
+        cls.xvfb = None
+        if shutil.which("Xvfb"):
+            number = 70 + os.getpid() % 200
+            cls.xvfb = subprocess.Popen(["Xvfb", f":{number}", "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            socket = f"/tmp/.X11-unix/X{number}"
+            for _ in range(100):
+                if os.path.exists(socket):
+                    break
+                time.sleep(0.05)
+            if os.path.exists(socket):
+                cls.display = f":{number}"
+                env["DISPLAY"] = cls.display
+        subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, check=True)
+        services = os.path.join(env["XDG_DATA_HOME"], "dbus-1", "services")
+        assert os.path.exists(os.path.join(services, SERVICE + ".service"))
+        config = os.path.join(cls.work, "bus.conf")
+        with open(config, "w") as out:
+            out.write(BUS_CONFIG.format(dir=cls.work, services=services))
+        cls.bus = subprocess.Popen(["dbus-daemon", "--config-file", config, "--nofork", "--print-address=1"],
+                                   env=env, stdout=subprocess.PIPE, text=True)
+        env["DBUS_SESSION_BUS_ADDRESS"] = cls.bus.stdout.readline().strip()
+        cls.env = env
+        os.environ.update({k: v for k, v in env.items() if k in ("DBUS_SESSION_BUS_ADDRESS",)})
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.bus.terminate()
+        cls.bus.wait()
+        if cls.xvfb:
+            cls.xvfb.terminate()
+            cls.xvfb.wait()
+        subprocess.run([os.path.join(BIN, "orvelsplash"), "-UnregServer"], env=cls.env)
+        shutil.rmtree(cls.work, ignore_errors=True)
+
+    def splashctl(self, *args, hold=None):
+        command = [os.path.join(BIN, "splashctl"), "show", *args]
+        if hold is not None:
+            command += ["--hold", str(hold)]
+        return subprocess.Popen(command, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def server_pid(self, client):
+        line = client.stdout.readline().split()
+        self.assertEqual(len(line), 2, "the client printed no object path and server pid")
+        self.assertTrue(line[0].startswith("/com/orveltech/Splash/SplashWindow/"))
+        return int(line[1])
+
+    def test_released_splash_ends_at_the_next_tick(self):
+        client = self.splashctl("--title", "Heat Designer", "--subtitle", "Orvel Thermal", "--major", "13",
+                                "--minor", "1", "--status", "Loading units", "--timeout", "400")
+        pid = self.server_pid(client)
+        self.assertEqual(client.wait(timeout=10), 0, client.stderr.read())
+        took = wait_ended(pid, 5)
+        self.assertIsNotNone(took, "the server outlived its tick")
+
+    def test_untimed_splash_ends_about_five_seconds_after_release(self):
+        client = self.splashctl("--title", "No timer", "--timeout", "-1")
+        pid = self.server_pid(client)
+        self.assertEqual(client.wait(timeout=10), 0, client.stderr.read())
+        released = time.monotonic()
+        took = wait_ended(pid, 12)
+        self.assertIsNotNone(took, "the monitor never ended the server")
+        elapsed = time.monotonic() - released
+        self.assertGreater(elapsed, 4.0)
+        self.assertLess(elapsed, 10.0)
+
+    def test_a_killed_client_gives_its_reference_back(self):
+        client = self.splashctl("--title", "Held", "--timeout", "300", hold=60)
+        pid = self.server_pid(client)
+        time.sleep(0.8)
+        self.assertFalse(ended(pid), "the server ended while its client still held it")
+        client.send_signal(signal.SIGKILL)
+        client.wait()
+        self.assertIsNotNone(wait_ended(pid, 5), "the server kept a dead client's reference")
+
+    def test_two_clients_get_two_processes_and_a_foreign_client_makes_every_call(self):
+        import dbus  # python3-dbus: a client that is not ours
+        first = dbus.bus.BusConnection(self.env["DBUS_SESSION_BUS_ADDRESS"])
+        second = dbus.bus.BusConnection(self.env["DBUS_SESSION_BUS_ADDRESS"])
+        daemon = first.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus")
+
+        def servers():
+            found = []
+            for name in daemon.ListNames(dbus_interface="org.freedesktop.DBus"):
+                if not name.startswith(":"):
+                    continue
+                pid = int(daemon.GetConnectionUnixProcessID(name, dbus_interface="org.freedesktop.DBus"))
+                with open(f"/proc/{pid}/cmdline", "rb") as cmdline:
+                    if b"orvelsplash" in cmdline.read():
+                        found.append((str(name), pid))
+            return found
+
+        earlier = servers()  # those of other tests, on their way out
+        for connection in (first, second):
+            factory = connection.get_object(SERVICE, FACTORY_PATH)
+            self.assertEqual(factory.CreateInstance(dbus_interface=FACTORY_IFACE),
+                             "/com/orveltech/Splash/SplashWindow/1")
+        # Each create started a process of its own.
+        pids = [server for server in servers() if server not in earlier]
+        self.assertEqual(len(pids), 2, f"expected two server processes, saw {pids}")
+
+        # Each server answers its own client only as long as the client holds
+        # it; the first connection reaches the one it made.
+        for server_name, server_pid in pids:
+            splash = first.get_object(server_name, "/com/orveltech/Splash/SplashWindow/1")
+            try:
+                splash.SetSplashTimeout(dbus.Int16(300), dbus_interface=IFACE)
+            except dbus.exceptions.DBusException:
+                continue
+            # One show each: a second timed show would keep the server up for good.
+            if server_pid == pids[0][1]:
+                splash.ShowSplash("Foreign", "Orvel Polymers", dbus.Int16(3), dbus.Int16(1), dbus.Int16(2001),
+                                  dbus.Int16(2024), "Licensee", dbus_interface=IFACE)
+            else:
+                splash.ShowSplash2("Foreign", "Orvel", "build 7", dbus.Int16(0), dbus.Int16(0), "",
+                                   dbus_interface=IFACE)
+            splash.SetStatusText("status", dbus_interface=IFACE)
+            splash.SetLicenseeText("ACME", dbus_interface=IFACE)
+            splash.AddToRecentAppList("/opt/orvel/bin/heat", "Heat", dbus_interface=IFACE)
+            splash.AddToRecentDocList("/home/u/a.hdx", "/opt/orvel/bin/heat", dbus_interface=IFACE)
+            splash.TestUserRegistration(dbus_interface=IFACE)
+            splash.CheckLicenseExpiration("lic", dbus_interface=IFACE)
+            splash.HideSplash(dbus_interface=IFACE)
+            # A malformed call gets a bus error, and the server goes on.
+            with self.assertRaises(dbus.exceptions.DBusException):
+                first.call_blocking(server_name, "/com/orveltech/Splash/SplashWindow/1", IFACE,
+                                    "SetSplashTimeout", "s", ("not a number",))
+            splash.SetStatusText("still here", dbus_interface=IFACE)
+            splash.Release(dbus_interface=IFACE)
+            self.assertIsNotNone(wait_ended(server_pid, 5))
+        first.close()
+        second.close()
+        for _, server_pid in pids:
+            self.assertIsNotNone(wait_ended(server_pid, 5), "a server outlived its client")
+
+    def test_recent_lists_reach_the_store(self):
+        result = subprocess.run([os.path.join(BIN, "splashctl"), "recent-app", "/opt/orvel/bin/flow", "Flow Sheet"],
+                                env=self.env, capture_output=True, text=True)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        query = subprocess.run([os.path.join(BIN, "orvelreg"), "query", "HKCU\\Software\\Orveltech\\RecentlyUsed",
+                                "/v", "RecentApps0"], env=self.env, capture_output=True, text=True)
+        self.assertIn("/opt/orvel/bin/flow|Flow Sheet", query.stdout)
+
+
+if __name__ == "__main__":
+    BIN = sys.argv.pop(1)
+    unittest.main(verbosity=2)
