@@ -176,20 +176,8 @@ void** CPCollection::BuildVector() {
 
 // Counting -------------------------------------------------------------------
 
-std::uint32_t CPCollection::IncrementLength() {
-    ++nXACT;
-    return ++nLength;
-}
-
-std::uint32_t CPCollection::DecrementLength() {
+void CPCollection::ReportEmpty() const {
     Assert(nLength > 0, "nLength >0");
-    ++nXACT;
-    return --nLength;
-}
-
-void CPCollection::ClearLength() {
-    ++nXACT;
-    nLength = 0;
 }
 
 // Copying --------------------------------------------------------------------

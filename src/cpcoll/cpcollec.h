@@ -145,9 +145,20 @@ public:
 protected:
     // The only ways a count changes, and so the whole of the invalidation of
     // iteration states.
-    std::uint32_t IncrementLength();
-    std::uint32_t DecrementLength();
-    void ClearLength();
+    // Inline, so that a push or a pop costs no call.
+    std::uint32_t IncrementLength() {
+        ++nXACT;
+        return ++nLength;
+    }
+    std::uint32_t DecrementLength() {
+        if (nLength == 0) ReportEmpty();
+        ++nXACT;
+        return --nLength;
+    }
+    void ClearLength() {
+        ++nXACT;
+        nLength = 0;
+    }
 
     std::int16_t nXACT = 0;
     std::uint32_t nLength = 0;
@@ -155,6 +166,8 @@ protected:
 
 private:
     bool TakeKind(std::int8_t kind);
+    // Reports "nLength >0".
+    void ReportEmpty() const;
 };
 
 class SORVANE_API CPFlatCollection : public CPCollection {

@@ -1,0 +1,95 @@
+#include <cpcoll/crlist.h>
+
+#include <cpcoll/cplist.h>
+#include <util/exceptions.h>
+
+#include <new>
+
+namespace {
+
+// Checks report the unit's name, not the source path, and the caller's line.
+constexpr char kUnit[] = "cpcoll/crlist";
+
+void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
+    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
+}
+
+void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
+    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
+}
+
+Createable* AsEntry(void* pv) {
+    return static_cast<Createable*>(pv);
+}
+
+} // namespace
+
+void CrCollection::itReleaseCreateable(void* pv, void*) {
+    AsEntry(pv)->Release();
+}
+
+CrList::CrList() : plstThe(new (std::nothrow) CPList) {
+    FailIfNIL(plstThe, "plstThe");
+    plstThe->AddRef();
+}
+
+CrList::~CrList() {
+    RemoveAll();
+    plstThe->Release();
+}
+
+short CrList::Add(Createable* pcr) {
+    // A null entry would be counted through null; that ends the process.
+    CritAssert(pcr != nullptr, "pcr !=0");
+    plstThe->Add(pcr);
+    pcr->AddRef();
+    return 1;
+}
+
+short CrList::Remove(Createable* pcr) {
+    return plstThe->Destroy(pcr, itReleaseCreateable);
+}
+
+void CrList::RemoveAll() {
+    plstThe->DestroyAll(itReleaseCreateable);
+}
+
+std::uint32_t CrList::Length() {
+    return plstThe->Length();
+}
+
+void CrList::ForEach(pfnKillFunc pfn, void* pvUser) {
+    plstThe->ForEach(pfn, pvUser);
+}
+
+void CrList::GotoTop() {
+    plstThe->GotoTop();
+}
+
+void CrList::GotoBottom() {
+    plstThe->GotoBottom();
+}
+
+std::int32_t CrList::Next() {
+    return plstThe->Next();
+}
+
+std::int32_t CrList::Prev() {
+    return plstThe->Prev();
+}
+
+Createable* CrList::Retrieve() {
+    return AsEntry(plstThe->Retrieve());
+}
+
+Createable* CrList::RetrieveIDX(std::uint32_t n) {
+    return AsEntry(plstThe->RetrieveIDX(n));
+}
+
+Createable* CrList::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
+    return AsEntry(plstThe->FirstThat(pfnCond, pvUser));
+}
+
+Createable* CrList::NextThat(pfnCondFunc pfnCond, void* pvUser) {
+    return AsEntry(plstThe->NextThat(pfnCond, pvUser));
+}
