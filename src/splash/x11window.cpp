@@ -5,6 +5,7 @@
 #include <splash/splashpaint.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -38,10 +39,15 @@ enum AtomIndex {
     kCurrentDesktop,
     kAtomCount
 };
-constexpr char const* kAtomNames[kAtomCount] = {
-    "_NET_WM_WINDOW_TYPE",      "_NET_WM_WINDOW_TYPE_SPLASH", "_NET_WM_STATE",
-    "_NET_WM_STATE_ABOVE",      "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER",
-    "_MOTIF_WM_HINTS",          "_NET_WORKAREA",              "_NET_CURRENT_DESKTOP"};
+constexpr char const* kAtomNames[kAtomCount] = {"_NET_WM_WINDOW_TYPE",
+                                                "_NET_WM_WINDOW_TYPE_SPLASH",
+                                                "_NET_WM_STATE",
+                                                "_NET_WM_STATE_ABOVE",
+                                                "_NET_WM_STATE_SKIP_TASKBAR",
+                                                "_NET_WM_STATE_SKIP_PAGER",
+                                                "_MOTIF_WM_HINTS",
+                                                "_NET_WORKAREA",
+                                                "_NET_CURRENT_DESKTOP"};
 
 constexpr long kNetWmStateAdd = 1;
 constexpr long kMotifHintsDecorations = 1L << 1;
@@ -77,6 +83,39 @@ int PixelsPerInch(Display* display) {
     return 96;
 }
 
+// Whether the screen takes an off-screen image's pixels as they are: 8 bits
+// each of red, green and blue in a 32-bit pixel. Any other screen gets them
+// through the drawing library, which matches colours and dithers.
+bool TakesImagePixels(Display* display, int screen) {
+    Visual const* visual = DefaultVisual(display, screen);
+    int const depth = DefaultDepth(display, screen);
+    if (visual->c_class != TrueColor || visual->red_mask != 0xFF0000 ||
+        visual->green_mask != 0xFF00 || visual->blue_mask != 0xFF || depth != 24)
+        return false;
+    int count = 0;
+    XPixmapFormatValues* formats = XListPixmapFormats(display, &count);
+    bool found = false;
+    for (int i = 0; i < count; ++i)
+        if (formats[i].depth == depth) found = formats[i].bits_per_pixel == 32;
+    if (formats != nullptr) XFree(formats);
+    return found;
+}
+
+// A graphics context for putting images on the screen's windows.
+class GcHandle {
+public:
+    GcHandle(Display* display, ::Window root)
+        : display_(display), gc_(XCreateGC(display, root, 0, nullptr)) {}
+    ~GcHandle() { XFreeGC(display_, gc_); }
+    GcHandle(GcHandle const&) = delete;
+    GcHandle& operator=(GcHandle const&) = delete;
+    GC Get() const { return gc_; }
+
+private:
+    Display* display_;
+    GC gc_;
+};
+
 class XPopup;
 
 } // namespace
@@ -89,6 +128,7 @@ struct XWindowSystem::Connection final : platform::MessageTarget {
         root = RootWindow(d, screen);
         XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms);
         pixelsPerInch = PixelsPerInch(d);
+        if (TakesImagePixels(d, screen)) imageGc.emplace(d, root);
         watch = loop.AddWatch(ConnectionNumber(d), [this] { Drain(); });
     }
     ~Connection() override {
@@ -137,9 +177,10 @@ struct XWindowSystem::Connection final : platform::MessageTarget {
         platform::Rect const screenRect{0, 0, DisplayWidth(d, screen), DisplayHeight(d, screen)};
         std::vector<long> const areas = Cardinals(root, atoms[kWorkArea]);
         std::vector<long> const current = Cardinals(root, atoms[kCurrentDesktop]);
-        std::size_t desktop = current.empty() ? 0 : static_cast<std::size_t>(current[0]);
-        if (areas.size() < 4 * (desktop + 1)) desktop = 0;
         if (areas.size() < 4) return screenRect;
+        // A manager that lists one area only gives the same for every desktop.
+        std::size_t desktop = current.empty() ? 0 : static_cast<std::size_t>(current[0]);
+        if (desktop >= areas.size() / 4) desktop = 0;
         long const* a = &areas[4 * desktop];
         platform::Rect const area{static_cast<std::int32_t>(a[0]), static_cast<std::int32_t>(a[1]),
                                   static_cast<std::int32_t>(a[0] + a[2]),
@@ -153,6 +194,7 @@ struct XWindowSystem::Connection final : platform::MessageTarget {
     ::Window root = 0;
     Atom atoms[kAtomCount] = {};
     int pixelsPerInch = 96;
+    std::optional<GcHandle> imageGc; // when images go on as they are
     int watch = -1;
     bool drainPosted = false;
     std::unordered_map<::Window, XPopup*> windows;
@@ -193,17 +235,14 @@ class XPopup final : public platform::Window, private platform::MessageTarget {
 public:
     XPopup(XWindowSystem::Connection& x, platform::WindowHandler& handler,
            platform::Rect const& rect)
-        : x_(x), handler_(handler), window_(x.Get(), CreateXWindow(x, rect)), rect_(rect),
-          surface_(cairo_xlib_surface_create(x.Get(), window_.Id(),
-                                             DefaultVisual(x.Get(), x.screen),
-                                             std::max(1, rect.Width()),
-                                             std::max(1, rect.Height()))) {
+        : x_(x), handler_(handler), window_(x.Get(), CreateXWindow(x, rect)), rect_(rect) {
         x_.windows[window_.Id()] = this;
         DescribeToWindowManager();
     }
 
     ~XPopup() override {
         painting_.reset();
+        offScreen_.reset();
         surface_.reset();
         x_.windows.erase(window_.Id());
         x_.loop.Forget(this);
@@ -313,19 +352,43 @@ public:
     // The desktop's work area, which on several monitors spans them all.
     platform::Rect MonitorWorkArea() override { return x_.WorkArea(); }
 
+    // Drawn off the screen and copied on in one piece: a paint builds the
+    // splash up in layers, which the screen would show one by one.
     platform::PaintSurface BeginPaint() override {
-        painting_.reset(cairo_create(surface_.get()));
-        if (damage_) {
-            cairo_rectangle(painting_.get(), damage_->left, damage_->top, damage_->Width(),
-                            damage_->Height());
-            cairo_clip(painting_.get());
-        }
+        platform::Rect const whole{0, 0, rect_.Width(), rect_.Height()};
+        platform::Rect area = damage_.value_or(whole);
+        area = {std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, whole.right),
+                std::min(area.bottom, whole.bottom)};
+        if (area.Width() <= 0 || area.Height() <= 0) area = {0, 0, 1, 1};
+        painted_ = area;
+        offScreen_.reset(
+            cairo_image_surface_create(CAIRO_FORMAT_RGB24, area.Width(), area.Height()));
+        painting_.reset(cairo_create(offScreen_.get()));
+        // The window's background, as an erase would leave it.
+        cairo_set_source_rgb(painting_.get(), 1, 1, 1);
+        cairo_paint(painting_.get());
+        cairo_translate(painting_.get(), -area.left, -area.top);
         return {painting_.get(), x_.pixelsPerInch};
     }
 
     void EndPaint(platform::PaintSurface const&) override {
         painting_.reset();
-        cairo_surface_flush(surface_.get());
+        if (offScreen_) {
+            cairo_surface_flush(offScreen_.get());
+            if (x_.imageGc) {
+                PutImage();
+            } else {
+                CairoPtr const screen(cairo_create(ScreenSurface()));
+                cairo_set_operator(screen.get(), CAIRO_OPERATOR_SOURCE);
+                cairo_set_source_surface(screen.get(), offScreen_.get(), painted_.left,
+                                         painted_.top);
+                cairo_rectangle(screen.get(), painted_.left, painted_.top, painted_.Width(),
+                                painted_.Height());
+                cairo_fill(screen.get());
+                cairo_surface_flush(ScreenSurface());
+            }
+        }
+        offScreen_.reset();
         damage_.reset();
         x_.Settle();
     }
@@ -341,12 +404,40 @@ private:
         handler_.OnMessage(*this, message, wParam, lParam);
     }
 
+    // Made at the first paint that needs it: setting the drawing library up
+    // for a display takes several round trips.
+    cairo_surface_t* ScreenSurface() {
+        if (!surface_) {
+            surface_.reset(cairo_xlib_surface_create(
+                x_.Get(), window_.Id(), DefaultVisual(x_.Get(), x_.screen),
+                std::max(1, rect_.Width()), std::max(1, rect_.Height())));
+        }
+        return surface_.get();
+    }
+
+    void PutImage() {
+        Display* const d = x_.Get();
+        auto const width = static_cast<unsigned>(painted_.Width());
+        auto const height = static_cast<unsigned>(painted_.Height());
+        XImage* image = XCreateImage(
+            d, DefaultVisual(d, x_.screen), static_cast<unsigned>(DefaultDepth(d, x_.screen)),
+            ZPixmap, 0, reinterpret_cast<char*>(cairo_image_surface_get_data(offScreen_.get())),
+            width, height, 32, cairo_image_surface_get_stride(offScreen_.get()));
+        if (image == nullptr) return;
+        // The pixels are in this machine's order; Xlib swaps them for a
+        // server of the other.
+        image->byte_order = std::endian::native == std::endian::little ? LSBFirst : MSBFirst;
+        XPutImage(d, window_.Id(), x_.imageGc->Get(), image, 0, 0, painted_.left, painted_.top,
+                  width, height);
+        image->data = nullptr; // the surface's to free
+        XDestroyImage(image);
+    }
+
     void AddDamage(platform::Rect const& add) {
         if (damage_) {
-            damage_ = platform::Rect{std::min(damage_->left, add.left),
-                                     std::min(damage_->top, add.top),
-                                     std::max(damage_->right, add.right),
-                                     std::max(damage_->bottom, add.bottom)};
+            damage_ = platform::Rect{
+                std::min(damage_->left, add.left), std::min(damage_->top, add.top),
+                std::max(damage_->right, add.right), std::max(damage_->bottom, add.bottom)};
         } else {
             damage_ = add;
         }
@@ -412,8 +503,10 @@ private:
     void Resize(platform::Rect const& rect) {
         if (rect.Width() == rect_.Width() && rect.Height() == rect_.Height()) return;
         rect_ = rect;
-        cairo_xlib_surface_set_size(surface_.get(), std::max(1, rect.Width()),
-                                    std::max(1, rect.Height()));
+        if (surface_) {
+            cairo_xlib_surface_set_size(surface_.get(), std::max(1, rect.Width()),
+                                        std::max(1, rect.Height()));
+        }
         WriteSizeHints();
     }
 
@@ -421,8 +514,10 @@ private:
     platform::WindowHandler& handler_;
     XWindowHandle window_; // before the surface, which draws on it
     platform::Rect rect_;
-    SurfacePtr surface_;
+    SurfacePtr surface_;   // for screens that take no image as it is
+    SurfacePtr offScreen_; // while a paint is under way
     CairoPtr painting_;
+    platform::Rect painted_;
     std::optional<platform::Rect> damage_; // in window coordinates
     bool paintPending_ = false;
     bool shown_ = false;    // mapped at our request

@@ -2,4 +2,6 @@
 // environment: fontconfig loses a block while it parses its configuration
 // files, once per process, before any font is matched; nothing of ours holds
 // it.
-extern "C" char const* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+extern "C" char const* __lsan_default_suppressions() {
+    return "leak:libfontconfig.so\n";
+}

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -21,8 +22,9 @@
 
 class ScopedXvfb {
 public:
-    // screen: WIDTHxHEIGHTxDEPTH.
-    explicit ScopedXvfb(std::string const& screen) {
+    // screen: WIDTHxHEIGHTxDEPTH; options go on the server's command line.
+    explicit ScopedXvfb(std::string const& screen, std::vector<std::string> options = {})
+        : options_(std::move(options)) {
         std::string const program = FindInPath("Xvfb");
         if (program.empty()) {
             failure_ = "Xvfb is not installed (the xvfb package)";
@@ -59,7 +61,7 @@ private:
     }
 
     static bool Exists(std::string const& path) {
-        struct stat st{};
+        struct stat st {};
         return stat(path.c_str(), &st) == 0;
     }
 
@@ -89,8 +91,9 @@ private:
 
     void Start(std::string const& program, int number, std::string const& screen) {
         std::string const display = ":" + std::to_string(number);
-        std::vector<std::string> args = {program,  display,     "-screen", "0",
-                                          screen,   "-nolisten", "tcp",     "-noreset"};
+        std::vector<std::string> args = {program, display,     "-screen", "0",
+                                         screen,  "-nolisten", "tcp",     "-noreset"};
+        args.insert(args.end(), options_.begin(), options_.end());
         std::vector<char*> argv;
         for (std::string& arg : args)
             argv.push_back(arg.data());
@@ -131,6 +134,7 @@ private:
         failure_ = "Xvfb " + display + " did not answer within 10 s";
     }
 
+    std::vector<std::string> options_;
     pid_t pid_ = -1;
     std::string name_;
     std::string failure_;
