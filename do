@@ -16,7 +16,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libsqlite3-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
-    libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps python3 python3-dbus imagemagick
+    libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
 )
 
 as_root() {

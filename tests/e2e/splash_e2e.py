@@ -197,6 +197,64 @@ class SplashOverTheBus(unittest.TestCase):
         for _, server_pid in pids:
             self.assertIsNotNone(wait_ended(server_pid, 5), "a server outlived its client")
 
+    def test_the_window_is_a_centred_splash_that_shows_the_painters_image(self):
+        if not self.display:
+            self.skipTest("no virtual display could be started")
+        state = ["--title", "Heat Exchanger Designer", "--subtitle", "Orvel Thermal Suite", "--major", "13",
+                 "--minor", "1", "--from", "2009", "--to", "2026", "--licensee", "ACME"]
+        client = self.splashctl(*state, "--timeout", "5000", hold=3)
+        pid = self.server_pid(client)
+        window = None
+        for _ in range(100):
+            tree = subprocess.run(["xwininfo", "-root", "-children", "-display", self.display],
+                                  capture_output=True, text=True).stdout
+            lines = [line for line in tree.splitlines() if "orvelsplash" in line.lower()]
+            if lines:
+                window = lines[0].split()[0]
+                info = subprocess.run(["xwininfo", "-id", window, "-display", self.display],
+                                      capture_output=True, text=True).stdout
+                if "IsViewable" in info:
+                    break
+            time.sleep(0.05)
+        self.assertIsNotNone(window, "no splash window appeared")
+        self.assertIn("Width: 495", info)
+        self.assertIn("Height: 392", info)
+        self.assertIn("Absolute upper-left X:  392", info)  # centred on 1280 x 800
+        self.assertIn("Absolute upper-left Y:  204", info)
+        props = subprocess.run(["xprop", "-id", window, "-display", self.display], capture_output=True,
+                               text=True).stdout
+        self.assertIn("_NET_WM_WINDOW_TYPE_SPLASH", props)
+        self.assertIn("_NET_WM_STATE_ABOVE", props)
+
+        time.sleep(0.5)  # the first paint
+        shot = os.path.join(self.work, "shot.png")
+        expected = os.path.join(self.work, "expected.png")
+        subprocess.run(["import", "-display", self.display, "-window", window, shot], check=True)
+        subprocess.run([os.path.join(BIN, "orvelsplash-render"), *state, expected], check=True, env=self.env)
+        compare = subprocess.run(["compare", "-metric", "AE", "-fuzz", "8%", shot, expected, "null:"],
+                                 capture_output=True, text=True)
+        differing = float(compare.stderr.split()[0])
+        self.assertLess(differing, 495 * 392 * 0.01, "the screen differs from the painter's image")
+        client.wait(timeout=10)
+        self.assertIsNotNone(wait_ended(pid, 8))
+
+    def test_registration_fails_loudly_and_unregistration_removes_everything(self):
+        env = dict(self.env, ORVELTECH_REGISTRY="/proc/no-such-folder/registry.db",
+                   XDG_DATA_HOME=os.path.join(self.work, "other-data"))
+        result = subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, capture_output=True)
+        self.assertNotEqual(result.returncode, 0, "a registration that could not be stored reported success")
+        env = dict(self.env, ORVELTECH_REGISTRY=os.path.join(self.work, "second.db"),
+                   XDG_DATA_HOME=os.path.join(self.work, "second-data"))
+        subprocess.run([os.path.join(BIN, "orvelsplash"), "/REGSERVER"], env=env, check=True)
+        service = os.path.join(env["XDG_DATA_HOME"], "dbus-1", "services", SERVICE + ".service")
+        with open(service) as text:
+            self.assertIn("Exec=" + os.path.join(BIN, "orvelsplash") + " -Embedding", text.read())
+        query = [os.path.join(BIN, "orvelreg"), "query", "HKCR\\Splash.SplashWindow\\CurVer"]
+        self.assertIn("Splash.SplashWindow.1", subprocess.run(query, env=env, capture_output=True, text=True).stdout)
+        subprocess.run([os.path.join(BIN, "orvelsplash"), "-unregserver"], env=env, check=True)
+        self.assertFalse(os.path.exists(service))
+        self.assertNotEqual(subprocess.run(query, env=env, capture_output=True).returncode, 0)
+
     def test_recent_lists_reach_the_store(self):
         result = subprocess.run([os.path.join(BIN, "splashctl"), "recent-app", "/opt/orvel/bin/flow", "Flow Sheet"],
                                 env=self.env, capture_output=True, text=True)
@@ -207,5 +265,5 @@ class SplashOverTheBus(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    BIN = sys.argv.pop(1)
+    BIN = os.path.abspath(sys.argv.pop(1))
     unittest.main(verbosity=2)
