@@ -1,5 +1,8 @@
 // Uses the installed library through its public headers only. With hidden
 // symbols by default, every call here also checks that its symbol is exported.
+#include <baseobj/exception.h>
+#include <baseobj/lex.h>
+#include <baseobj/token.h>
 #include <util/crc16.h>
 #include <util/dynabuf.h>
 #include <util/pstring.h>
@@ -40,6 +43,27 @@ int main() {
     CPString back;
     stream >> back;
     Expect(back == text, "a string did not read back from its stream form");
+
+    Exception::_set_bDisableMessageBoxes(1);
+    Scanner scn;
+    scn._set_pcBuffer("if 42 \"open");
+    Token* ptok = scn.GetTokenPtr();
+    Expect(ptok != nullptr && ptok->MatchToken(31602), "\"if\" did not scan as its keyword");
+    delete ptok;
+    Token number;
+    Expect(scn.GetToken(&number) == 1 && number.FetchLong() == 42, "42 did not scan");
+    std::stringstream tokenStream;
+    tokenStream << number;
+    Token numberBack;
+    tokenStream >> numberBack;
+    Expect(numberBack.Match(static_cast<short>(42)),
+           "a token did not read back from its file form");
+    try {
+        scn.GetTokenPtr();
+        Expect(false, "an unterminated string did not throw");
+    } catch (Exception const& e) {
+        Expect(e._get_nException() == 292, "an unterminated string threw another code");
+    }
 
     return gFailures == 0 ? 0 : 1;
 }

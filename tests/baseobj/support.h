@@ -1,0 +1,55 @@
+// What the token and scanner tests share: a message box that records what it
+// was shown, and a scanner over a text of the test's own.
+#pragma once
+
+#include <baseobj/exception.h>
+#include <baseobj/lex.h>
+#include <baseobj/token.h>
+#include <platform/msgbox.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace baseobj_test {
+
+class RecordingBox final : public platform::MessageBoxService {
+public:
+    struct Shown {
+        std::string text;
+        std::string caption;
+        unsigned style;
+    };
+    int Show(char const* text, char const* caption, unsigned style) override {
+        shown.push_back({text, caption, style});
+        return platform::IDOK;
+    }
+    std::vector<Shown> shown;
+};
+
+// Boxes are recorded, not shown, for one test.
+class BoxedTest : public ::testing::Test {
+protected:
+    RecordingBox box;
+    platform::ScopedSeam<platform::MessageBoxService> seam{platform::MessageBoxSeam(), box};
+};
+
+// A scanner over its own copy of the text.
+struct TextScanner {
+    explicit TextScanner(std::string textIn) : text(std::move(textIn)) {
+        scn._set_pcBuffer(text.c_str());
+    }
+    std::unique_ptr<Token> Next() { return std::unique_ptr<Token>(scn.GetTokenPtr()); }
+    std::string text;
+    Scanner scn;
+};
+
+inline std::string Text(Token const& tok) {
+    char buf[1024];
+    tok.FetchAsString(buf, sizeof buf, 6);
+    return buf;
+}
+
+} // namespace baseobj_test

@@ -1,0 +1,366 @@
+#include <baseobj/token.h>
+
+#include "support.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace baseobj_test;
+using ::testing::ExitedWithCode;
+
+constexpr int kFatalStatus = 0xCC;
+
+Token Make(auto value) {
+    Token tok;
+    tok.SetValue(value);
+    return tok;
+}
+
+std::string Precise(Token const& tok, char nPrecision) {
+    char buf[512];
+    tok.FetchAsString(buf, nPrecision);
+    return buf;
+}
+
+std::string Written(Token const& tok) {
+    std::ostringstream out;
+    out << tok;
+    return out.str();
+}
+
+Token ReadBack(std::string const& bytes) {
+    std::istringstream in(bytes);
+    Token tok;
+    in >> tok;
+    return tok;
+}
+
+} // namespace
+
+TEST(TokenTest, NewCopiedAndAssignedTokensKeepTheirOwnPositions) {
+    Token fresh;
+    EXPECT_EQ(fresh._get_nDataType(), TY_UNDEFINED);
+    EXPECT_EQ(Text(fresh), "<empty>");
+    EXPECT_TRUE(fresh.Match("<empty>"));
+    EXPECT_EQ(fresh._get_nRow(), 65535);
+    EXPECT_EQ(fresh._get_nRadix(), 10);
+
+    Token source;
+    source.SetValue("text");
+    source._set_nRow(4);
+    source._set_nCol(9);
+    Token const copy(source);
+    EXPECT_TRUE(copy.Match("text"));
+    EXPECT_NE(copy.GetBuffer(), source.GetBuffer()); // the text is duplicated
+    EXPECT_EQ(copy._get_nRow(), 65535);
+    EXPECT_EQ(copy._get_nCol(), 65535);
+    Token assigned;
+    assigned._set_nRow(1);
+    assigned = source;
+    EXPECT_TRUE(assigned.Match("text"));
+    EXPECT_EQ(assigned._get_nRow(), 1);
+
+    // "<empty>" undefines, and the text held before is let go.
+    assigned.SetValue("<empty>");
+    EXPECT_EQ(assigned._get_nDataType(), TY_UNDEFINED);
+    EXPECT_EQ(assigned._get_szVal(), nullptr);
+    EXPECT_EQ(Make("<empty> and more")._get_nDataType(), TY_STRING);
+    Token donor = Make("mine");
+    char* const sz = donor.DonateString();
+    EXPECT_STREQ(sz, "mine");
+    EXPECT_EQ(donor._get_nDataType(), TY_STRING);
+    EXPECT_EQ(donor._get_szVal(), nullptr);
+    delete[] sz;
+}
+
+TEST(TokenTest, SettersClampTheirIndexesAndFetchersTheirsDifferently) {
+    Token tok;
+    tok.SetValue('a', 2);
+    tok.SetValue('z', 9); // clamped to 3
+    EXPECT_EQ(tok.FetchChar(2), 'a');
+    EXPECT_EQ(tok.FetchChar(3), 'z');
+    EXPECT_EQ(tok.FetchChar(4), tok.FetchChar(0)); // 4 and above read the first
+    tok.SetValue(static_cast<short>(7), 3);
+    EXPECT_EQ(tok.FetchShort(3), tok.FetchShort(1)); // 2 and above read the second
+    tok.SetValue(static_cast<short>(5), 1);
+    EXPECT_EQ(tok.FetchShort(9), 5);
+    // A setter stores its element alone: the first long still holds the
+    // shorts, and only FetchLong(1) sees the second.
+    tok.SetValue(std::int32_t{-9}, 5);
+    EXPECT_EQ(tok.FetchLong(1), -9);
+    EXPECT_EQ(tok.FetchLong(0), 5 << 16);
+    EXPECT_EQ(tok.FetchDouble(), 5 << 16);
+    tok.SetValueBool(-1);
+    EXPECT_TRUE(tok.MatchBool(0));
+    tok.SetValueBool(3);
+    EXPECT_TRUE(tok.MatchBool(1));
+    EXPECT_FALSE(tok.MatchBool(3));
+}
+
+TEST(TokenTest, FetchersConvertFromEveryType) {
+    Token c = Make('A');
+    EXPECT_EQ(c.FetchLong(), 65);
+    EXPECT_EQ(Make('\xF0').FetchShort(), -16);
+
+    Token s = Make(static_cast<short>(-300));
+    EXPECT_EQ(s.FetchChar(), static_cast<char>(-300 & 0xFF));
+    EXPECT_EQ(s.FetchLong(), -300);
+    Token l = Make(std::int32_t{70000});
+    EXPECT_EQ(l.FetchShort(), static_cast<short>(70000 - 65536));
+
+    EXPECT_EQ(Make(-1.9).FetchLong(), -1);
+    EXPECT_EQ(Make(2.5f).FetchChar(), 2);
+    EXPECT_EQ(Make(1e10).FetchLong(), INT32_MIN); // past 32 bits, as x86 gives
+    EXPECT_EQ(Make(std::nan("")).FetchLong(), INT32_MIN);
+    EXPECT_TRUE(Make(std::nan("")).FetchBool());
+
+    EXPECT_EQ(Make("12abc").FetchLong(), 12);
+    EXPECT_EQ(Make("  -70000").FetchShort(), static_cast<short>(-70000));
+    EXPECT_DOUBLE_EQ(Make("2.5e1x").FetchDouble(), 25.0);
+    EXPECT_TRUE(Make("").FetchBool()); // the pointer counts, not the text
+
+    // A symbolic token reads its code as a long only through FetchDouble:
+    // FetchLong takes the first short.
+    Token code;
+    code.SetValueToken(70000);
+    EXPECT_DOUBLE_EQ(code.FetchDouble(), 70000.0);
+    EXPECT_EQ(code.FetchLong(), static_cast<short>(70000 - 65536));
+}
+
+TEST(TokenTest, TextFormsFollowTypeRadixAndPrecision) {
+    Token s = Make(static_cast<short>(255));
+    s._set_nRadix(16);
+    EXPECT_EQ(Text(s), "ff");
+    s._set_nRadix(2);
+    EXPECT_EQ(Text(s), "0b11111111");
+    s.SetValue(static_cast<short>(0));
+    EXPECT_EQ(Text(s), "0b");
+    s.SetValue(static_cast<short>(-1));
+    EXPECT_EQ(Text(s), "0b1111111111111111");
+    s._set_nRadix(16);
+    EXPECT_EQ(Text(s), "ffffffff"); // a short is widened with its sign
+    Token code;
+    code.SetValueToken(31602);
+    EXPECT_EQ(Text(code), "if");
+    code.SetValueToken(12);
+    EXPECT_EQ(Text(code), "");
+
+    EXPECT_EQ(Precise(Make(1.5), 6), "1.500000");
+    EXPECT_EQ(Precise(Make(1.5), -6), "1.5");
+    EXPECT_EQ(Precise(Make(3.0), -6), "3.0");
+    EXPECT_EQ(Precise(Make(3.0), 0), "3.");
+    EXPECT_EQ(Precise(Make(2.0 / 3.0), 3), "0.666"); // cut, not rounded
+    EXPECT_EQ(Precise(Make(1e20), 6), "1e+20.000000");
+    EXPECT_EQ(Precise(Make(1.5e20), 6), "1.5e+200");
+    EXPECT_EQ(Precise(Make(1.23456789012e20), 6), "1.234567e+20");
+    EXPECT_EQ(Precise(Make(100.0), -12), "100.0");
+
+    char buf[64];
+    Token quoted = Make("\"say \"hi\"\\\tnow\n\"");
+    quoted.FetchAsStringWithEscapeCharacters(buf, 6);
+    EXPECT_STREQ(buf, "\"say \\\"hi\\\"\\\\\\tnow\\n\"");
+    quoted.FetchStringLiteral(buf);
+    EXPECT_STREQ(buf, "say \"hi\"\\\tnow\n");
+    Make("bare").FetchStringLiteral(buf);
+    EXPECT_STREQ(buf, "bare");
+    Make("\"").FetchStringLiteral(buf);
+    EXPECT_STREQ(buf, "");
+    EXPECT_TRUE(quoted.IsStringLiteral());
+
+    // Non-text values share one buffer; texts give their own pointer.
+    Token const one = Make(std::int32_t{1});
+    char const* const pointer = one.FetchStringPointer();
+    EXPECT_STREQ(pointer, "1");
+    EXPECT_STREQ(Make(std::int32_t{2}).FetchStringPointer(), "2");
+    EXPECT_STREQ(pointer, "2");
+    EXPECT_EQ(quoted.FetchStringPointer(), quoted.GetBuffer());
+    EXPECT_STREQ(one.GetBuffer(), "");
+}
+
+TEST(TokenTest, MatchesNeedTheExactType) {
+    EXPECT_FALSE(Make(std::int32_t{5}).Match(static_cast<short>(5)));
+    EXPECT_FALSE(Make(static_cast<short>(5)).Match(std::int32_t{5}));
+    EXPECT_FALSE(Make(5.0f).Match(5.0));
+    EXPECT_TRUE(Make(5.0f).Match(5.0f, 1)); // the index is not used
+    Token comment = Make("// note");
+    comment._set_nDataType(TY_COMMENT);
+    EXPECT_FALSE(comment.Match("// note"));
+    EXPECT_TRUE(comment.MatchType(TY_COMMENT | TY_STRING));
+    EXPECT_FALSE(Make("Abc").Match("abc"));
+    EXPECT_TRUE(Make("").MatchString('='));
+    EXPECT_FALSE(Make("==-").MatchString('='));
+    EXPECT_TRUE(Make("prefixed").MatchPrefix("pre"));
+    EXPECT_FALSE(Make("pre").MatchPrefix("prefixed"));
+    EXPECT_FALSE(Make('3').IsNumericType());
+    EXPECT_FALSE(Make("3").IsNumericType());
+}
+
+TEST(TokenTest, TextIsParsedByThePresentType) {
+    Token tok;
+    tok.SetValueFromString("12");
+    EXPECT_TRUE(tok.Match(std::int32_t{12}));
+    tok.UnInitialize();
+    tok.SetValueFromString("2.0");
+    EXPECT_TRUE(tok.Match(std::int32_t{2})); // no fractional part: a long
+    tok.UnInitialize();
+    tok.SetValueFromString("2.5");
+    EXPECT_TRUE(tok.Match(2.5));
+    tok.UnInitialize();
+    tok.SetValueFromString("");
+    EXPECT_TRUE(tok.Match(0.0));
+
+    tok.SetValue(static_cast<short>(1));
+    tok.SetValueFromString("70000");
+    EXPECT_TRUE(tok.Match(static_cast<short>(70000 - 65536)));
+    tok.SetValueBool(0);
+    tok.SetValueFromString("-3");
+    EXPECT_TRUE(tok.MatchBool(1));
+    tok.SetValue("old");
+    tok.SetValueFromString("new");
+    EXPECT_TRUE(tok.Match("new"));
+    tok._set_nDataType(TY_COMMENT);
+    tok.SetValueFromString("dropped");
+    EXPECT_EQ(tok._get_nDataType(), TY_COMMENT);
+    EXPECT_STREQ(tok.FetchStringPointer(), "new");
+    tok.SetValueFromString("has <empty> inside");
+    EXPECT_EQ(tok._get_nDataType(), TY_UNDEFINED);
+    // Codes below 64 that name no type read as a long.
+    tok._set_nDataType(3);
+    tok.SetValueFromString("77");
+    EXPECT_TRUE(tok.Match(std::int32_t{77}));
+}
+
+TEST(TokenTest, TypeNamesAndPrint) {
+    char buf[32];
+    EXPECT_STREQ(Token::MapTypeToString(TY_DOUBLE, buf), "TY_DOUBLE");
+    EXPECT_STREQ(buf, "TY_DOUBLE");
+    EXPECT_STREQ(Token::MapTypeToString(static_cast<short>(TY_COLLECTION), nullptr),
+                 "TY_UNDEFINED");
+    EXPECT_EQ(Token::MapStringToType("TY_COLLECTION"), -32768);
+    EXPECT_EQ(Token::MapStringToType("int"), TY_SHORT);
+    EXPECT_EQ(Token::MapStringToType("Int16"), 0);
+
+    std::ostringstream out;
+    Token b;
+    b.SetValueBool(1);
+    b._set_nRow(2);
+    b._set_nCol(5);
+    b.Print(out);
+    Token().Print(out);
+    Make(0.5).Print(out);
+    EXPECT_EQ(out.str(),
+              "R 2 C 5: Bool\n1\nR 65535 C 65535: \n<empty>\nR 65535 C 65535: Float64\n0.500000\n");
+}
+
+TEST(TokenTest, FileFormIsByteExactAndReadsBackWithItsPosition) {
+    Token s = Make(static_cast<short>(0x1234));
+    s._set_nRow(3);
+    s._set_nCol(0x0102);
+    s._set_nRadix(16);
+    EXPECT_EQ(Written(s),
+              std::string("\x33\x03\x00\x02\x01\x10\x00\x34\x12\x00\x00\x00\x00\x00\x00", 15));
+    Token str = Make("ab");
+    EXPECT_EQ(Written(str),
+              std::string("\x37\xff\xff\xff\xff\x0a\x00\x02\x00\x00\x00\x00\x00\x00\x00"
+                          "ab",
+                          17));
+    Token nullText = Make(static_cast<char const*>(nullptr));
+    EXPECT_EQ(Written(nullText).size(), 15u);
+    EXPECT_EQ(Written(Token())[0], '\x3b');
+    Token odd;
+    odd._set_nDataType(3); // no type: written as a short
+    EXPECT_EQ(Written(odd)[0], '\x33');
+
+    Token comment = Make("/* c */");
+    comment._set_nDataType(TY_COMMENT);
+    Token code;
+    code.SetValueToken(31606);
+    Token b;
+    b.SetValueBool(1);
+    for (Token const* tok : {&s, &str, &nullText, &comment, &code, &b}) {
+        Token const again = ReadBack(Written(*tok));
+        EXPECT_EQ(again._get_nDataType(), tok->_get_nDataType());
+        EXPECT_EQ(again._get_nRow(), tok->_get_nRow());
+        EXPECT_EQ(again._get_nCol(), tok->_get_nCol());
+        EXPECT_EQ(again._get_nRadix(), tok->_get_nRadix());
+        EXPECT_EQ(Text(again), Text(*tok));
+        EXPECT_EQ(Written(again), Written(*tok));
+    }
+    Token vector;
+    vector._set_nDataType(TY_COLLECTION);
+    std::string bytes = Written(vector);
+    bytes[7] = '\x55'; // a collection's first long is cleared on reading
+    EXPECT_EQ(ReadBack(bytes).FetchDouble(), 0.0);
+
+    // Older forms: version 1 has no position, version 2 no radix.
+    Token placed;
+    placed._set_nRow(8);
+    std::istringstream v1(std::string("\x14\x07\x00\x00\x00\x00\x00\x00\x00", 9));
+    v1 >> placed;
+    EXPECT_TRUE(placed.Match(std::int32_t{7}));
+    EXPECT_EQ(placed._get_nRow(), 8);
+    Token const v2 =
+        ReadBack(std::string("\x27\x01\x00\x02\x00\x03\x00\x00\x00\x00\x00\x00\x00xyz", 16));
+    EXPECT_STREQ(v2.GetBuffer(), "xyz");
+    EXPECT_EQ(v2._get_nCol(), 2);
+}
+
+TEST(TokenTest, TextFormsOfTheFileAreReadToo) {
+    Exception::_set_bDisableMessageBoxes(1);
+    std::istringstream oldest("\x03 42\x07line one\r\n\x02 5\x01 q");
+    Token tok;
+    oldest >> tok;
+    EXPECT_TRUE(tok.Match(static_cast<short>(42)));
+    oldest >> tok;
+    EXPECT_TRUE(tok.Match("line one"));
+    oldest >> tok;
+    EXPECT_TRUE(tok.MatchBool(1));
+    oldest >> tok;
+    EXPECT_TRUE(tok.Match('q'));
+
+    std::istringstream newest("Int16\r\n42\nBoolean\n7\nString\nhello there\nFloat64\n2.5\n");
+    newest >> tok;
+    EXPECT_TRUE(tok.Match(static_cast<short>(42)));
+    newest >> tok;
+    EXPECT_TRUE(tok.MatchBool(1));
+    newest >> tok;
+    EXPECT_TRUE(tok.Match("hello there"));
+    newest >> tok;
+    EXPECT_TRUE(tok.Match(2.5));
+
+    // What cannot be read throws 402, the detail unused by its message.
+    for (std::string const& bad :
+         {std::string("Bool\n1\n"), std::string(), std::string("\x37\0\0\0\0\0\0", 7),
+          std::string("\x37\0\0\0\0\0\0\x09\0\0\0\0\0\0\0abc", 18)}) {
+        std::istringstream in(bad);
+        try {
+            in >> tok;
+            ADD_FAILURE() << "read " << bad.size() << " bytes";
+        } catch (Exception const& e) {
+            EXPECT_EQ(e._get_nException(), 402);
+            EXPECT_STREQ(e.szMessage, "Unable to Load File");
+        }
+    }
+    Exception::_set_bDisableMessageBoxes(0);
+}
+
+TEST(TokenDeathTest, OverlongTextEndsTheProcess) {
+    // The length of a copied text was a short: from 32,768 on the copy fails.
+    std::string const longText(40000, 'x');
+    EXPECT_EXIT(Make(longText.c_str()), ExitedWithCode(kFatalStatus), "Value.szVal");
+    std::string const tooLong(70000, 'x');
+    char* const block = new char[tooLong.size() + 1];
+    std::memcpy(block, tooLong.c_str(), tooLong.size() + 1);
+    Token adopted;
+    adopted.AdoptValue(block, 0);
+    char buf[16];
+    EXPECT_EXIT(adopted.FetchAsString(buf, sizeof buf, 6), ExitedWithCode(kFatalStatus), "");
+}
