@@ -45,6 +45,13 @@ struct Kills {
     }
 };
 
+// Every test starts with no kills recorded, in one process or many.
+struct ClearKillsAtTestStart final : ::testing::EmptyTestEventListener {
+    void OnTestStart(::testing::TestInfo const&) override { Kills::seen.clear(); }
+};
+inline int const gClearKillsRegistered =
+    (::testing::UnitTest::GetInstance()->listeners().Append(new ClearKillsAtTestStart), 0);
+
 // A list's elements from head to tail by the links.
 inline std::vector<void*> Forward(CPList const& lst) {
     std::vector<void*> out;
