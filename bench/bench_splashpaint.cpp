@@ -7,14 +7,13 @@
 #include <splash/splashimage.h>
 #include <splash/splashpaint.h>
 
+#include "ratio.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 namespace {
 
@@ -83,28 +82,6 @@ void MakeFonts(benchmark::State& state) {
     }
 }
 
-class CollectingReporter : public benchmark::ConsoleReporter {
-public:
-    CollectingReporter()
-        : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
-    void ReportRuns(std::vector<Run> const& runs) override {
-        for (Run const& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-            times_[run.run_name.function_name] =
-                run.GetAdjustedRealTime() * 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    // Negative when the benchmark did not run.
-    double Nanoseconds(std::string const& name) const {
-        auto const found = times_.find(name);
-        return found == times_.end() ? -1.0 : found->second;
-    }
-
-private:
-    std::map<std::string, double> times_;
-};
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -119,7 +96,7 @@ int main(int argc, char** argv) {
         ->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    CollectingReporter reporter;
+    ratio::CollectingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 

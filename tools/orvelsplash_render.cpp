@@ -4,6 +4,7 @@
 // line, the trimming and the layout are the server's.
 #include <platform/codepage.h>
 #include <splash/splashimage.h>
+#include <splash/textcopy.h>
 
 #include <clocale>
 #include <cstdio>
@@ -28,16 +29,6 @@ constexpr char kUsage[] =
     "  --status TEXT       a status line, as the client's start-up sends it\n"
     "  --low-colour        as on a display of 256 colours or fewer\n"
     "Texts not given are not passed, so the object's defaults show.\n";
-
-// Arguments are in the user's character set.
-std::u16string Wide(char const* text) {
-    int const size = platform::MultiByteToWideChar(platform::CP_ACP, 0, text, -1, nullptr, 0);
-    if (size <= 1) return {};
-    std::u16string wide(static_cast<std::size_t>(size), u'\0');
-    platform::MultiByteToWideChar(platform::CP_ACP, 0, text, -1, wide.data(), size);
-    wide.resize(static_cast<std::size_t>(size) - 1);
-    return wide;
-}
 
 std::optional<short> Number(char const* text) {
     char* end = nullptr;
@@ -79,15 +70,15 @@ int main(int argc, char** argv) {
         if (i + 1 >= argc) return Usage(("no value for " + option).c_str());
         char const* const value = argv[++i];
         if (option == "--title") {
-            request.title = Wide(value);
+            request.title = WideFromNarrow(value);
         } else if (option == "--subtitle") {
-            request.subtitle = Wide(value);
+            request.subtitle = WideFromNarrow(value);
         } else if (option == "--version") {
-            request.version = Wide(value);
+            request.version = WideFromNarrow(value);
         } else if (option == "--licensee") {
-            request.licensee = Wide(value);
+            request.licensee = WideFromNarrow(value);
         } else if (option == "--status") {
-            request.status = Wide(value);
+            request.status = WideFromNarrow(value);
         } else if (option == "--major" || option == "--minor" || option == "--from" ||
                    option == "--to") {
             std::optional<short> const n = Number(value);

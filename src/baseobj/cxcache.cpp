@@ -11,10 +11,7 @@ namespace {
 // Checks and log lines report the unit's name, not the source path, and the
 // caller's line.
 constexpr char kUnit[] = "baseobj/cxcache";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 // Milliseconds of a monotonic clock as a 32-bit tick count, which wraps:
 // access times compare as unsigned 32-bit words.
@@ -77,7 +74,7 @@ void CreateableCache::Set(CacheObject* pcxo, Createable* pcreateable) {
 }
 
 char CreateableCache::Add(std::int32_t nKey, Createable* pcreateable) {
-    Assert(pcreateable != nullptr, "pcreateableA");
+    Check::Assert(pcreateable != nullptr, "pcreateableA");
     Trim();
     if (CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyNum(NumKey(nKey)))) {
         Set(pcxo, pcreateable);
@@ -90,8 +87,8 @@ char CreateableCache::Add(std::int32_t nKey, Createable* pcreateable) {
 }
 
 char CreateableCache::Add(char const* szKey, Createable* pcreateable) {
-    Assert(szKey != nullptr, "szKey");
-    Assert(pcreateable != nullptr, "pcreateableA");
+    Check::Assert(szKey != nullptr, "szKey");
+    Check::Assert(pcreateable != nullptr, "pcreateableA");
     Trim();
     if (CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyString(szKey))) {
         Set(pcxo, pcreateable);
@@ -115,7 +112,7 @@ Createable* CreateableCache::Find(std::int32_t nKey) {
 }
 
 Createable* CreateableCache::Find(char const* szKey) {
-    Assert(szKey != nullptr, "szKey");
+    Check::Assert(szKey != nullptr, "szKey");
     CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyString(szKey));
     if (pcxo == nullptr) {
         Miss();
@@ -127,7 +124,7 @@ Createable* CreateableCache::Find(char const* szKey) {
 }
 
 Createable* CreateableCache::Intern(std::uint32_t nKey, pfnCxNumFunc fnCxFunc) {
-    Assert(fnCxFunc != nullptr, "fnCxFunc");
+    Check::Assert(fnCxFunc != nullptr, "fnCxFunc");
     if (Createable* const pcr = Find(static_cast<std::int32_t>(nKey))) return pcr;
     Createable* const pcr = fnCxFunc(nKey);
     if (pcr != nullptr) Add(static_cast<std::int32_t>(nKey), pcr);
@@ -135,8 +132,8 @@ Createable* CreateableCache::Intern(std::uint32_t nKey, pfnCxNumFunc fnCxFunc) {
 }
 
 Createable* CreateableCache::Intern(char const* szKey, pfnCxStringFunc fnCxFunc) {
-    Assert(fnCxFunc != nullptr, "fnCxFunc");
-    Assert(szKey != nullptr, "szKey");
+    Check::Assert(fnCxFunc != nullptr, "fnCxFunc");
+    Check::Assert(szKey != nullptr, "szKey");
     if (Createable* const pcr = Find(szKey)) return pcr;
     Createable* const pcr = fnCxFunc(szKey);
     if (pcr != nullptr) Add(szKey, pcr);
@@ -151,7 +148,7 @@ char CreateableCache::Remove(std::int32_t nKey) {
 // As with the dictionary's own string removal, an absent key is the
 // caller's to rule out.
 char CreateableCache::Remove(char const* szKey) {
-    Assert(szKey != nullptr, "szKey");
+    Check::Assert(szKey != nullptr, "szKey");
     dctThe.DestroyKeyString(szKey, itReleaseCacheObject);
     return 1;
 }

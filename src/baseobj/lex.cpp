@@ -19,19 +19,12 @@ std::uint16_t Scanner::nLiveCount = 0;
 namespace {
 
 constexpr char kUnit[] = "baseobj/lex";
+using Check = UnitChecks<kUnit>;
 constexpr std::size_t kShortIdentifier = 32;
 constexpr std::size_t kLongIdentifier = 254;
 constexpr std::size_t kFieldSize = 256;
 constexpr std::size_t kTokenText = 256;
 constexpr std::size_t kLineSize = 1024;
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
 
 // Character classes of the C locale, whatever locale the process runs in:
 // bytes above 127 are in none of them.
@@ -277,7 +270,7 @@ void CharCQ::GetQueue(char* buf) {
 // ends the process here.
 void CharCQ::SetQueue(char const* sz) {
     std::size_t const nLength = std::strlen(sz);
-    Assert(nLength < static_cast<std::size_t>(kSlots), "strlen(sz) < 8096");
+    Check::Assert(nLength < static_cast<std::size_t>(kSlots), "strlen(sz) < 8096");
     std::memcpy(szQ, sz, nLength);
     nT = 0;
     nH = static_cast<int>(nLength);
@@ -564,8 +557,8 @@ void Scanner::PushBack(char c) {
 // Tokens -------------------------------------------------------------------------------
 
 Token* Scanner::BuildToken() {
-    Assert(pisThis != nullptr || (pcBuffer != nullptr && bUseBuffer != 0),
-           "pisThis || (pcBuffer && bUseBuffer)");
+    Check::Assert(pisThis != nullptr || (pcBuffer != nullptr && bUseBuffer != 0),
+                  "pisThis || (pcBuffer && bUseBuffer)");
     for (;;) {
         bHitLF = 0;
         bHitFF = 0;
@@ -608,7 +601,7 @@ void Scanner::ReadIdentifier(Token* ptok) {
         if (nLength < kShortIdentifier - 1) return;
         szIdentifier[nLength] = '\0';
         std::unique_ptr<char[]> szLong(new (std::nothrow) char[kLongIdentifier]);
-        FailIfNIL(szLong.get(), "szIdentifier");
+        Check::FailIfNIL(szLong.get(), "szIdentifier");
         std::memcpy(szLong.get(), szIdentifier.get(), kShortIdentifier);
         szIdentifier = std::move(szLong);
         bLong = true;
@@ -841,7 +834,7 @@ void Scanner::ReadPunctuation(Token* ptok) {
 void Scanner::ReadComment(Token* ptok, char cSecond) {
     std::size_t n = 0;
     auto store = [&n](char c) {
-        Assert(n < kCommentSize - 1, "nIndex < 65535");
+        Check::Assert(n < kCommentSize - 1, "nIndex < 65535");
         gszComment[n++] = c;
     };
     store('/');
@@ -1046,7 +1039,7 @@ Token* Scanner::Catenate2EOL() {
         PeekTokenPtr();
     }
     auto* const ptokThis = new (std::nothrow) Token;
-    FailIfNIL(ptokThis, "ptokThis");
+    Check::FailIfNIL(ptokThis, "ptokThis");
     ptokThis->SetValue(strLine.c_str());
     return ptokThis;
 }
@@ -1072,7 +1065,7 @@ Token* Scanner::GetField(short nDataType, std::uint16_t nMaxLen) {
     }
     szField[n] = '\0';
     auto* const ptokReturn = new (std::nothrow) Token;
-    FailIfNIL(ptokReturn, "ptokReturn");
+    Check::FailIfNIL(ptokReturn, "ptokReturn");
     ptokReturn->_set_nDataType(static_cast<std::uint16_t>(nDataType));
     ptokReturn->SetValueFromString(szField);
     return ptokReturn;

@@ -21,19 +21,19 @@ char Token::szStringPointer[Token::kStringPointerSize] = {};
 
 namespace {
 
+// One value of the oldest file form, written as text.
+template <class T> T ReadText(std::istream& in) {
+    T value{};
+    in >> value;
+    return value;
+}
+
 constexpr char kUnit[] = "baseobj/token";
+using Check = UnitChecks<kUnit>;
 constexpr char kEmpty[] = "<empty>";
 constexpr std::size_t kMaxText = 65535;
 constexpr unsigned char kFormVersion = 3;
 char gszEmpty[1] = {'\0'};
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
 
 // The table of token strings lives until the end of the program.
 struct TokenStringsTeardown {
@@ -222,7 +222,7 @@ char* DuplicateText(char const* sz, char const* szCheck) {
     char* copy = nullptr;
     if (nAlloc > 0 && static_cast<std::size_t>(nAlloc) > nLength)
         copy = new (std::nothrow) char[static_cast<std::size_t>(nAlloc)];
-    FailIfNIL(copy, szCheck);
+    Check::FailIfNIL(copy, szCheck);
     std::memcpy(copy, sz, nLength + 1);
     return copy;
 }
@@ -262,7 +262,7 @@ char* GetText(std::istream& in, std::uint32_t nLength) {
         if (static_cast<std::size_t>(in.gcount()) != want) Unreadable();
     }
     char* sz = new (std::nothrow) char[data.size() + 1];
-    FailIfNIL(sz, "obj.Value.szVal");
+    Check::FailIfNIL(sz, "obj.Value.szVal");
     std::memcpy(sz, data.data(), data.size());
     sz[data.size()] = '\0';
     return sz;
@@ -589,7 +589,7 @@ std::string Token::TextForm(char nPrecision) const {
     case TY_STRING:
     case TY_COMMENT:
         if (szVal == nullptr) return std::string();
-        Assert(std::strlen(szVal) <= kMaxText, "1==0");
+        Check::Assert(std::strlen(szVal) <= kMaxText, "1==0");
         return szVal;
     case TY_TOKEN: {
         std::int32_t const nCode = Get<std::int32_t>(0);
@@ -658,7 +658,7 @@ void Token::FetchStringLiteral(char* buf) const {
     buf[0] = '\0';
     if (szVal == nullptr) return;
     std::size_t const nLength = std::strlen(szVal);
-    Assert(nLength < kMaxText, "1==0");
+    Check::Assert(nLength < kMaxText, "1==0");
     // A lone quotation mark has no last character apart from its first.
     if (nLength < 2) return;
     std::memcpy(buf, szVal + 1, nLength - 2);
@@ -828,7 +828,7 @@ short Token::MapStringToType(char const* sz) {
 void Token::InitTokenStrings() {
     if (pdctTokenStrings != nullptr) return;
     pdctTokenStrings = new (std::nothrow) CPDictionary(CPDictionary::kSlots);
-    FailIfNIL(pdctTokenStrings, "pdctTokenStrings");
+    Check::FailIfNIL(pdctTokenStrings, "pdctTokenStrings");
     for (LanguageKeyword const& keyword : LanguageKeywords()) {
         if (!keyword.bPrinted) continue;
         std::size_t const nLength = std::strlen(keyword.szText);
@@ -909,42 +909,24 @@ std::istream& operator>>(std::istream& in, Token& tok) {
         // The oldest form: the type index alone, then the value as text.
         tok.nDataType = IndexType(nHeader);
         switch (nHeader) {
-        case 1: {
-            char c = '\0';
-            in >> c;
-            tok.SetValue(c, 0);
+        case 1:
+            tok.SetValue(ReadText<char>(in), 0);
             break;
-        }
-        case 2: {
-            short n = 0;
-            in >> n;
-            tok.SetValueBool(n);
+        case 2:
+            tok.SetValueBool(ReadText<short>(in));
             break;
-        }
-        case 3: {
-            short n = 0;
-            in >> n;
-            tok.SetValue(n, 0);
+        case 3:
+            tok.SetValue(ReadText<short>(in), 0);
             break;
-        }
-        case 4: {
-            std::int32_t n = 0;
-            in >> n;
-            tok.SetValue(n, 0);
+        case 4:
+            tok.SetValue(ReadText<std::int32_t>(in), 0);
             break;
-        }
-        case 5: {
-            float f = 0.0f;
-            in >> f;
-            tok.SetValue(f, 0);
+        case 5:
+            tok.SetValue(ReadText<float>(in), 0);
             break;
-        }
-        case 6: {
-            double d = 0.0;
-            in >> d;
-            tok.SetValue(d);
+        case 6:
+            tok.SetValue(ReadText<double>(in));
             break;
-        }
         case 7: {
             char szLine[256];
             GetLine(in, szLine, sizeof szLine);

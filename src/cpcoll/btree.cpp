@@ -11,18 +11,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/btree";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 void* KeyOf(std::uintptr_t nKey) {
     return reinterpret_cast<void*>(nKey);
@@ -90,54 +79,10 @@ IterationState* CPTree::CreateIterationState() {
 
 void CPTree::AddInternalContainer(CPInternalContainer*) {}
 
-// The facade's slots stay stubs.
-short CPTree::vadd(void*, void*) {
-    return 0;
-}
-short CPTree::vadd(void*, CPString*) {
-    return 0;
-}
-short CPTree::vadd(void*, char const*) {
-    return 0;
-}
-short CPTree::vadd(void*, std::int32_t) {
-    return 0;
-}
-short CPTree::vadd(void*) {
-    return 0;
-}
-void* CPTree::vremoveByProbe(void*) {
-    return nullptr;
-}
-void* CPTree::vremove(void*) {
-    return nullptr;
-}
-void* CPTree::vremove(CPString*) {
-    return nullptr;
-}
-void* CPTree::vremove(char const*) {
-    return nullptr;
-}
-void* CPTree::vremove(std::int32_t) {
-    return nullptr;
-}
-void* CPTree::vfind(void*) {
-    return nullptr;
-}
-void* CPTree::vfind(CPString*) {
-    return nullptr;
-}
-void* CPTree::vfind(char const*) {
-    return nullptr;
-}
-void* CPTree::vfind(std::int32_t) {
-    return nullptr;
-}
-
 CrDictionary* CPTree::StringKeys() {
     if (pcrdctStringKeys == nullptr) {
         pcrdctStringKeys = new (std::nothrow) CrDictionary;
-        FailIfNIL(pcrdctStringKeys, "pcrdctStringKeys");
+        Check::FailIfNIL(pcrdctStringKeys, "pcrdctStringKeys");
     }
     return pcrdctStringKeys;
 }
@@ -170,8 +115,8 @@ void CPTree::TakeKeyKind(enumTreeDataState e) {
 }
 
 void CPTree::AssertKeyKind(enumTreeDataState e, std::int32_t line) const {
-    Assert(etdsState == e,
-           e == etreeNumber ? "etdsState == etreeNumber" : "etdsState == etreeString", line);
+    Check::Assert(etdsState == e,
+                  e == etreeNumber ? "etdsState == etreeNumber" : "etdsState == etreeString", line);
 }
 
 // Adding ---------------------------------------------------------------------
@@ -242,7 +187,7 @@ void CPTree::ListInsert(Leaf* plfNew, Leaf* plfPos) {
         plfNew->plfNext = plfNew->plfPrev = nullptr;
         return;
     }
-    Assert(plfPos != nullptr, "plfPos != 0");
+    Check::Assert(plfPos != nullptr, "plfPos != 0");
     if (IsGreaterThan(plfPos->pvKey, plfNew->pvKey)) {
         plfNew->plfNext = plfPos;
         plfNew->plfPrev = plfPos->plfPrev;
@@ -594,7 +539,7 @@ void CPTree::ForEach(IteratorAction* pia) {
 }
 
 void CPTree::ForEach(pfnKeyFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
 }
 
 void CPTree::ForEachLeaf(pfnKillFunc pfn, void* pvUser) {
@@ -613,7 +558,7 @@ void CPTree::ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) {
 }
 
 void* CPTree::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     plfCursor = plfHead;
     return NextThat(pfnCond, pvUser);
 }
@@ -622,7 +567,7 @@ void* CPTree::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
 // condition that removes its leaf (which moves the cursor on) skips nothing
 // and leaves nothing freed in hand.
 void* CPTree::NextThat(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     while (plfCursor != nullptr) {
         Leaf* const plf = plfCursor;
         void* const pv = plf->pvValue;
@@ -634,13 +579,13 @@ void* CPTree::NextThat(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 void* CPTree::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     plfCursor = plfHead;
     return NextThatInternalContainer(pfnCond, pvUser);
 }
 
 void* CPTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     while (plfCursor != nullptr) {
         Leaf* const plf = plfCursor;
         int const nMatch = pfnCond(plf, pvUser);
@@ -651,9 +596,9 @@ void* CPTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 CPCollection* CPTree::AllThatOf(pfnCondFunc pfnCond, void* pvUser, bool bLeaf) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     auto* const ptreeA = new (std::nothrow) CPTree;
-    FailIfNIL(ptreeA, "ptreeA");
+    Check::FailIfNIL(ptreeA, "ptreeA");
     for (Leaf* plf = plfHead; plf != nullptr; plf = plf->plfNext) {
         void* const pvSeen = bLeaf ? static_cast<void*>(plf) : plf->pvValue;
         if (pfnCond(pvSeen, pvUser) == 0) continue;
@@ -720,9 +665,9 @@ std::uint32_t CPTree::BuildVectorFromTwoTrees(CPTree* ptreeFrom, Leaf*** pppVect
 }
 
 void CPTree::Merge(CPTree* ptreeFrom) {
-    Assert(ptreeFrom != nullptr, "ptreeFrom !=0");
+    Check::Assert(ptreeFrom != nullptr, "ptreeFrom !=0");
     // Each leaf would meet itself as a common key and be freed while kept.
-    CritAssert(ptreeFrom != this, "ptreeFrom != this");
+    Check::CritAssert(ptreeFrom != this, "ptreeFrom != this");
     Leaf** pplf = nullptr;
     std::uint32_t const n = BuildVectorFromTwoTrees(ptreeFrom, &pplf);
     nLength = n;
@@ -740,7 +685,7 @@ Leaf* CPTree::BuildTree(Leaf** pplf, std::uint32_t n, std::int32_t* pnDepth) {
     Leaf* const plfPivot = pplf[nLeft];
     std::int32_t const nDelta =
         static_cast<std::int32_t>(nRight) - static_cast<std::int32_t>(nLeft);
-    Assert(nDelta <= 0xFFFF, "nDelta <= 0xFFFF");
+    Check::Assert(nDelta <= 0xFFFF, "nDelta <= 0xFFFF");
     plfPivot->nBalance = static_cast<std::int16_t>(nDelta);
     plfPivot->plfLeft = plfPivot->plfRight = plfPivot->plfParent = nullptr;
 

@@ -119,21 +119,6 @@ public:
     CPCollection* CreateInstance() override;
     IterationState* CreateIterationState() override;
 
-    short vadd(void* pv, void* pvKey) override;
-    short vadd(void* pv, CPString* pstrKey) override;
-    short vadd(void* pv, char const* szKey) override;
-    short vadd(void* pv, std::int32_t nKey) override;
-    short vadd(void* pv) override;
-    void* vremoveByProbe(void* pvProbe) override;
-    void* vremove(void* pvKey) override;
-    void* vremove(CPString* pstrKey) override;
-    void* vremove(char const* szKey) override;
-    void* vremove(std::int32_t nKey) override;
-    void* vfind(void* pvKey) override;
-    void* vfind(CPString* pstrKey) override;
-    void* vfind(char const* szKey) override;
-    void* vfind(std::int32_t nKey) override;
-
     // Adding. A key already present has its element replaced, with no change
     // of count or transaction number.
     void Add(void* pvData, void* pvKey);

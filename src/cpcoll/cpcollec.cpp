@@ -9,14 +9,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/cpcollec";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 } // namespace
 
@@ -164,7 +157,7 @@ void** CPCollection::BuildVector() {
     if (nLength == 0) return nullptr;
     // Zeroed: a null element ends the fill and leaves the rest unset.
     void** const ppvVector = new (std::nothrow) void*[nLength]();
-    FailIfNIL(ppvVector, "ppvVector");
+    Check::FailIfNIL(ppvVector, "ppvVector");
     GotoTop();
     std::uint32_t i = 0;
     // An element count below the elements there are stops the fill at the
@@ -177,7 +170,7 @@ void** CPCollection::BuildVector() {
 // Counting -------------------------------------------------------------------
 
 void CPCollection::ReportEmpty() const {
-    Assert(nLength > 0, "nLength >0");
+    Check::Assert(nLength > 0, "nLength >0");
 }
 
 // Copying --------------------------------------------------------------------
@@ -187,7 +180,7 @@ void CPCollection::CopyFrom(CPCollection* pclFrom) {
 }
 
 void CPCollection::AddFrom(CPCollection* pclFrom) {
-    Assert(pclFrom != nullptr, "pclFrom");
+    Check::Assert(pclFrom != nullptr, "pclFrom");
     if (pclFrom->Length() == 0) return;
     // Bounded by the source's count: adding a collection to itself would
     // otherwise walk into its own new entries for ever.
@@ -217,7 +210,7 @@ void CPFlatCollection::Sort(pfnCompareFunc pfnCompare) {
 }
 
 void CPFlatCollection::SortedCopy(CPCollection* pcollFrom, pfnCompareFunc pfnCompare) {
-    Assert(pcollFrom != nullptr, "pcollFrom");
+    Check::Assert(pcollFrom != nullptr, "pcollFrom");
     if (pcollFrom->Length() == 0 || nLength == 0) return;
     void** const ppv = pcollFrom->BuildVector();
     std::uint32_t const n = pcollFrom->Length();

@@ -10,18 +10,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/cpdict";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 constexpr char kUnNamed[] = "UnNamed";
 // StringKeyList reads each key into a buffer of this size.
@@ -116,8 +105,9 @@ void itFillVector(void* pvItem, void* pvFill) {
 void itAppendKeyText(void* pvItem, void* pvOut) {
     CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
     // The key is read into a fixed buffer; a longer one would overrun it.
-    CritAssert(pda->_get_pstrKey() == nullptr || pda->_get_pstrKey()->Length() < kKeyTextSize,
-               "strlen(szKey) < 44");
+    Check::CritAssert(pda->_get_pstrKey() == nullptr ||
+                          pda->_get_pstrKey()->Length() < kKeyTextSize,
+                      "strlen(szKey) < 44");
     char szKey[kKeyTextSize];
     pda->GetKeyString(szKey);
     auto* const pszOut = static_cast<char*>(pvOut);
@@ -321,50 +311,6 @@ IterationState* CPDictionary::CreateIterationState() {
     return new (std::nothrow) DictionaryIterationState(this);
 }
 
-// The facade's slots stay stubs.
-short CPDictionary::vadd(void*, void*) {
-    return 0;
-}
-short CPDictionary::vadd(void*, CPString*) {
-    return 0;
-}
-short CPDictionary::vadd(void*, char const*) {
-    return 0;
-}
-short CPDictionary::vadd(void*, std::int32_t) {
-    return 0;
-}
-short CPDictionary::vadd(void*) {
-    return 0;
-}
-void* CPDictionary::vremoveByProbe(void*) {
-    return nullptr;
-}
-void* CPDictionary::vremove(void*) {
-    return nullptr;
-}
-void* CPDictionary::vremove(CPString*) {
-    return nullptr;
-}
-void* CPDictionary::vremove(char const*) {
-    return nullptr;
-}
-void* CPDictionary::vremove(std::int32_t) {
-    return nullptr;
-}
-void* CPDictionary::vfind(void*) {
-    return nullptr;
-}
-void* CPDictionary::vfind(CPString*) {
-    return nullptr;
-}
-void* CPDictionary::vfind(char const*) {
-    return nullptr;
-}
-void* CPDictionary::vfind(std::int32_t) {
-    return nullptr;
-}
-
 // Slots and chains -----------------------------------------------------------
 
 std::uint32_t CPDictionary::HashOnString(char const* szText) {
@@ -383,7 +329,7 @@ void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* 
     CPList*& plstSlot = arplstSlots[nSlot];
     if (plstSlot == nullptr) {
         plstSlot = new (std::nothrow) CPList;
-        FailIfNIL(plstSlot, "plstSlot");
+        Check::FailIfNIL(plstSlot, "plstSlot");
         plstSlot->AddRef();
     }
     plstSlot->Add(pda);
@@ -509,7 +455,7 @@ void CPDictionary::AddKeyNum(std::uintptr_t nKey, void* pv) {
     if (ExistsKeyNum(nKey) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    FailIfNIL(pdaThis, "pdaThis");
+    Check::FailIfNIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nKey), pdaThis);
@@ -520,7 +466,7 @@ void CPDictionary::AddKeyString(char const* szKey, void* pv, std::uint32_t* pulH
     if (ExistsKeyString(szKey, &nHash) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    FailIfNIL(pdaThis, "pdaThis");
+    Check::FailIfNIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nHash);
     pdaThis->SetKeyString(szKey);
     pdaThis->SetValue(pv);
@@ -532,7 +478,7 @@ void CPDictionary::AddKeyString(CPString* pstrKey, void* pv) {
     if (ExistsKeyString(pstrKey->GetBuffer(), &nHash) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    FailIfNIL(pdaThis, "pdaThis");
+    Check::FailIfNIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nHash);
     pdaThis->SetKeyString(pstrKey);
     pdaThis->SetValue(pv);
@@ -820,18 +766,18 @@ void* CPDictionary::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser
 }
 
 void* CPDictionary::NextThat(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 
 void* CPDictionary::NextThatInternalContainer(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 
 CPCollection* CPDictionary::AllThatOf(pfnCondFunc pfnCond, void* pvUser, bool bAssociation) {
     auto* const pdctNew = new (std::nothrow) CPDictionary(kSlots);
-    FailIfNIL(pdctNew, "pdctNew");
+    Check::FailIfNIL(pdctNew, "pdctNew");
     Call<pfnCondFunc> call{pfnCond, pvUser};
     // A null condition goes on to the chains, whose own check reports it.
     pfnCondFunc const pfnChain = pfnCond == nullptr ? nullptr

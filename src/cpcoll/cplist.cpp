@@ -8,14 +8,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/cplist";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 void* DataOf(CPBucket const* pbkt) {
     return pbkt != nullptr ? pbkt->_get_pvData() : nullptr;
@@ -222,50 +215,6 @@ IterationState* CPList::CreateIterationState() {
     return new (std::nothrow) ListIterationState(this);
 }
 
-// The facade's slots stay stubs.
-short CPList::vadd(void*, void*) {
-    return 0;
-}
-short CPList::vadd(void*, CPString*) {
-    return 0;
-}
-short CPList::vadd(void*, char const*) {
-    return 0;
-}
-short CPList::vadd(void*, std::int32_t) {
-    return 0;
-}
-short CPList::vadd(void*) {
-    return 0;
-}
-void* CPList::vremoveByProbe(void*) {
-    return nullptr;
-}
-void* CPList::vremove(void*) {
-    return nullptr;
-}
-void* CPList::vremove(CPString*) {
-    return nullptr;
-}
-void* CPList::vremove(char const*) {
-    return nullptr;
-}
-void* CPList::vremove(std::int32_t) {
-    return nullptr;
-}
-void* CPList::vfind(void*) {
-    return nullptr;
-}
-void* CPList::vfind(CPString*) {
-    return nullptr;
-}
-void* CPList::vfind(char const*) {
-    return nullptr;
-}
-void* CPList::vfind(std::int32_t) {
-    return nullptr;
-}
-
 // Cursor -------------------------------------------------------------------------
 
 void* CPList::operator[](int n) {
@@ -314,7 +263,7 @@ CPBucket* CPList::GetPredecessor(CPBucket* pbkt) const {
 
 void CPList::Add(void* pv) {
     CPBucket* const pbktNew = new (std::nothrow) CPBucket;
-    Assert(pbktNew != nullptr, "pbktNew !=0");
+    Check::Assert(pbktNew != nullptr, "pbktNew !=0");
     pbktNew->AddRef();
     ClearResetPoint();
     pbktNew->_set_pvData(pv);
@@ -336,7 +285,7 @@ void CPList::Intern(void* pv) {
 
 CPBucket* CPList::NewBucket(void* pv) {
     CPBucket* const pbktNew = new (std::nothrow) CPBucket;
-    FailIfNIL(pbktNew, "pbktNew");
+    Check::FailIfNIL(pbktNew, "pbktNew");
     pbktNew->AddRef();
     pbktNew->_set_pvData(pv);
     return pbktNew;
@@ -379,7 +328,7 @@ int CPList::InsertAfter(void* pv) {
 }
 
 void CPList::AddBucket(CPBucket* pbktA) {
-    Assert(pbktA != nullptr, "pbktA !=0");
+    Check::Assert(pbktA != nullptr, "pbktA !=0");
     pbktA->AddRef();
     ClearResetPoint();
     if (pbktHead == nullptr) pbktHead = pbktA;
@@ -401,7 +350,7 @@ char CPList::Detach(void* pv) {
 }
 
 void CPList::DetachBucket(void* pvBucket2Kill) {
-    Assert(pvBucket2Kill != nullptr, "pvBucket2Kill");
+    Check::Assert(pvBucket2Kill != nullptr, "pvBucket2Kill");
     auto* const pbkt = static_cast<CPBucket*>(pvBucket2Kill);
     UnlinkBucket(pbkt);
     pbkt->Release();
@@ -461,7 +410,7 @@ char CPList::DetachAll() {
 }
 
 char CPList::Destroy(void* pv, pfnKillFunc pfnKill) {
-    Assert(pfnKill != nullptr, "pfnKillFunc!=0");
+    Check::Assert(pfnKill != nullptr, "pfnKillFunc!=0");
     ClearResetPoint();
     CPBucket* const pbkt = FindBucket(pv);
     if (pbkt != nullptr) {
@@ -473,7 +422,7 @@ char CPList::Destroy(void* pv, pfnKillFunc pfnKill) {
 }
 
 char CPList::DestroyAll(pfnKillFunc pfnKill) {
-    Assert(pfnKill != nullptr, "pfnKillFunc !=0");
+    Check::Assert(pfnKill != nullptr, "pfnKillFunc !=0");
     ClearResetPoint();
     GotoTop();
     ForOwnBuckets([pfnKill](CPBucket* pbkt) {
@@ -486,7 +435,7 @@ char CPList::DestroyAll(pfnKillFunc pfnKill) {
 }
 
 void CPList::DetachAllThat(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     ClearResetPoint();
     GotoTop();
     void* pv = Retrieve();
@@ -502,7 +451,7 @@ void CPList::DetachAllThat(pfnCondFunc pfnCond, void* pvUser) {
 // Searching ----------------------------------------------------------------------
 
 CPBucket* CPList::FindBucket(void* pvItem2Find) {
-    Assert(pvItem2Find != nullptr, "pvItem2Find !=0");
+    Check::Assert(pvItem2Find != nullptr, "pvItem2Find !=0");
     pbktPrevFound = nullptr;
     pbktFound = nullptr;
     GotoTop();
@@ -546,7 +495,7 @@ void* CPList::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 void* CPList::NextThat(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     CondCall call{pfnCond, pvUser};
     void* const pv = iterInternal.nextThat(itCallCond, &call);
     pbktCursor = static_cast<ListIterationState*>(iterInternal._get_pitsThe())->_get_pbktCursor();
@@ -573,9 +522,9 @@ CPBucket* CPList::FirstInternalContainerThat(pfnCondFunc pfnCond, void* pvUser) 
 }
 
 CPCollection* CPList::AllThat(pfnCondFunc pfnCond, void* pvUser) {
-    Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
     CPList* const plstNew = new (std::nothrow) CPList;
-    FailIfNIL(plstNew, "plstNew");
+    Check::FailIfNIL(plstNew, "plstNew");
     GotoTop();
     for (void* pv; (pv = Retrieve()) != nullptr; Next())
         if (pfnCond(pv, pvUser) == 1) plstNew->Add(pv);

@@ -9,10 +9,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/cpstack";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 } // namespace
 
@@ -82,50 +79,6 @@ IterationState* CPStack::CreateIterationState() {
     return new (std::nothrow) StackIterationState(this);
 }
 
-// The facade's slots stay stubs.
-short CPStack::vadd(void*, void*) {
-    return 0;
-}
-short CPStack::vadd(void*, CPString*) {
-    return 0;
-}
-short CPStack::vadd(void*, char const*) {
-    return 0;
-}
-short CPStack::vadd(void*, std::int32_t) {
-    return 0;
-}
-short CPStack::vadd(void*) {
-    return 0;
-}
-void* CPStack::vremoveByProbe(void*) {
-    return nullptr;
-}
-void* CPStack::vremove(void*) {
-    return nullptr;
-}
-void* CPStack::vremove(CPString*) {
-    return nullptr;
-}
-void* CPStack::vremove(char const*) {
-    return nullptr;
-}
-void* CPStack::vremove(std::int32_t) {
-    return nullptr;
-}
-void* CPStack::vfind(void*) {
-    return nullptr;
-}
-void* CPStack::vfind(CPString*) {
-    return nullptr;
-}
-void* CPStack::vfind(char const*) {
-    return nullptr;
-}
-void* CPStack::vfind(std::int32_t) {
-    return nullptr;
-}
-
 void CPStack::Add(void* pv) {
     Push(pv);
 }
@@ -171,21 +124,21 @@ void CPStack::ForEach(pfnKillFunc pfn, void* pvUser) {
 }
 
 void CPStack::ForEach(IteratorAction*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
 }
 
 void* CPStack::FirstThat(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 
 void* CPStack::NextThat(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 
 CPCollection* CPStack::AllThat(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 

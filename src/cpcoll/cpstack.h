@@ -53,21 +53,6 @@ public:
     CPCollection* CreateInstance() override;
     IterationState* CreateIterationState() override;
 
-    short vadd(void* pv, void* pvKey) override;
-    short vadd(void* pv, CPString* pstrKey) override;
-    short vadd(void* pv, char const* szKey) override;
-    short vadd(void* pv, std::int32_t nKey) override;
-    short vadd(void* pv) override;
-    void* vremoveByProbe(void* pvProbe) override;
-    void* vremove(void* pvKey) override;
-    void* vremove(CPString* pstrKey) override;
-    void* vremove(char const* szKey) override;
-    void* vremove(std::int32_t nKey) override;
-    void* vfind(void* pvKey) override;
-    void* vfind(CPString* pstrKey) override;
-    void* vfind(char const* szKey) override;
-    void* vfind(std::int32_t nKey) override;
-
     // A full stack answers 0 and keeps nothing.
     std::uint32_t Push(void* pv) {
         if (nTop >= nCapacity) return 0;

@@ -9,10 +9,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/crdict";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -36,7 +33,7 @@ short CrDictionary::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyNum(nKey) != 0) return 0;
     pdctThe->AddKeyNum(nKey, pcrEntry);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -45,7 +42,7 @@ short CrDictionary::AddKeyString(char const* szKey, Createable* pcrEntry, std::u
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyString(szKey, pulHash) != 0) return 0;
     pdctThe->AddKeyString(szKey, pcrEntry, pulHash);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -54,7 +51,7 @@ short CrDictionary::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyString(pstrKey) != 0) return 0;
     pdctThe->AddKeyString(pstrKey, pcrEntry);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -158,7 +155,7 @@ Createable* CrDictionary::NextThatInternalContainer(pfnCondFunc pfnCond, void* p
 }
 
 CrCollection* CrDictionary::AllThatInternalContainer(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 

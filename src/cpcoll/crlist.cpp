@@ -9,14 +9,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/crlist";
-
-void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
-}
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -29,7 +22,7 @@ void CrCollection::itReleaseCreateable(void* pv, void*) {
 }
 
 CrList::CrList() : plstThe(new (std::nothrow) CPList) {
-    FailIfNIL(plstThe, "plstThe");
+    Check::FailIfNIL(plstThe, "plstThe");
     plstThe->AddRef();
 }
 
@@ -40,7 +33,7 @@ CrList::~CrList() {
 
 short CrList::Add(Createable* pcr) {
     // A null entry would be counted through null; that ends the process.
-    CritAssert(pcr != nullptr, "pcr !=0");
+    Check::CritAssert(pcr != nullptr, "pcr !=0");
     plstThe->Add(pcr);
     pcr->AddRef();
     return 1;

@@ -7,10 +7,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/crtree";
-
-void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().Assert(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -37,7 +34,7 @@ CrTree::~CrTree() {
 short CrTree::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
     if (ExistsKeyNum(nKey) != 0) return 0;
     ptreeThe->AddKeyNum(nKey, pcrEntry);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -45,7 +42,7 @@ short CrTree::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
 short CrTree::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_t* pulHash) {
     if (ExistsKeyString(szKey, pulHash) != 0) return 0;
     ptreeThe->AddKeyString(szKey, pcrEntry, pulHash);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -53,7 +50,7 @@ short CrTree::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_
 short CrTree::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
     if (ExistsKeyString(pstrKey) != 0) return 0;
     ptreeThe->AddKeyString(pstrKey, pcrEntry);
-    Assert(pcrEntry != nullptr, "pcrEntry");
+    Check::Assert(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -153,7 +150,7 @@ Createable* CrTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser)
 }
 
 CrCollection* CrTree::AllThatInternalContainer(pfnCondFunc, void*) {
-    Assert(1 == 0, "1==0");
+    Check::Assert(1 == 0, "1==0");
     return nullptr;
 }
 

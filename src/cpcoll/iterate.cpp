@@ -9,14 +9,7 @@ namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
 constexpr char kUnit[] = "cpcoll/iterate";
-
-void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, line, text);
-}
-
-void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-    if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(kUnit, line, text);
-}
+using Check = UnitChecks<kUnit>;
 
 // The private actions of allThat: the walked collection's new sibling is
 // their argument.
@@ -61,7 +54,7 @@ void Iterator::_set_pitsThe(IterationState* pits) {
 
 // Walking without a position would go through null; that ends the process.
 IterationState* Iterator::Position() const {
-    CritAssert(pitsThe != nullptr, "pitsThe !=0");
+    Check::CritAssert(pitsThe != nullptr, "pitsThe !=0");
     return pitsThe;
 }
 
@@ -204,9 +197,9 @@ CPInternalContainer* Iterator::nextinternalcontainerThat(IteratorContainerCondFu
 
 Iterator* Iterable::GetIterator() {
     Iterator* const piterA = new (std::nothrow) Iterator;
-    FailIfNIL(piterA, "piterA");
+    Check::FailIfNIL(piterA, "piterA");
     IterationState* const pitsA = CreateIterationState();
-    FailIfNIL(pitsA, "pitsA");
+    Check::FailIfNIL(pitsA, "pitsA");
     piterA->_set_pitsThe(pitsA);
     return piterA;
 }

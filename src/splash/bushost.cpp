@@ -1,10 +1,10 @@
 #include <splash/bushost.h>
 
 #include <platform/codepage.h>
-#include <platform/comalloc.h>
 #include <platform/registry.h>
 #include <platform/splashclient.h>
 #include <splash/module.h>
+#include <splash/textcopy.h>
 
 #include <systemd/sd-bus.h>
 
@@ -41,20 +41,13 @@ HRESULT FromStatus(platform::LSTATUS status) {
 // A BSTR made from the bus's UTF-8, freed at the end of the call.
 class Utf8Bstr {
 public:
-    explicit Utf8Bstr(char const* text) {
-        int const size = platform::MultiByteToWideChar(platform::CP_UTF8, 0, text, -1, nullptr, 0);
-        std::u16string wide(size > 0 ? static_cast<std::size_t>(size) : 1, u'\0');
-        if (size > 0)
-            platform::MultiByteToWideChar(platform::CP_UTF8, 0, text, -1, wide.data(), size);
-        bstr_ = platform::SysAllocString(wide.c_str());
-    }
-    ~Utf8Bstr() { platform::SysFreeString(bstr_); }
-    Utf8Bstr(Utf8Bstr const&) = delete;
-    Utf8Bstr& operator=(Utf8Bstr const&) = delete;
+    explicit Utf8Bstr(char const* text)
+        : wide_(WideFromNarrow(text, platform::CP_UTF8)), bstr_(wide_.c_str()) {}
     operator BSTR() const { return bstr_; }
 
 private:
-    BSTR bstr_ = nullptr;
+    std::u16string wide_;
+    OwnedBstr bstr_;
 };
 
 std::string ObjectPath() {

@@ -1,8 +1,8 @@
 #include <splash/splashimage.h>
 
-#include <platform/comalloc.h>
 #include <platform/eventloop.h>
 #include <splash/module.h>
+#include <splash/textcopy.h>
 
 #include <algorithm>
 
@@ -76,18 +76,10 @@ std::unique_ptr<platform::Window> ImageWindowSystem::CreatePopup(platform::Windo
 
 namespace {
 
-class Bstr {
-public:
-    explicit Bstr(std::optional<std::u16string> const& text)
-        : text_(text ? platform::SysAllocString(text->c_str()) : nullptr) {}
-    ~Bstr() { platform::SysFreeString(text_); }
-    Bstr(Bstr const&) = delete;
-    Bstr& operator=(Bstr const&) = delete;
-    operator BSTR() const { return text_; }
-
-private:
-    BSTR text_;
-};
+// An option that was not given is an absent BSTR.
+char16_t const* Text(std::optional<std::u16string> const& text) {
+    return text ? text->c_str() : nullptr;
+}
 
 } // namespace
 
@@ -104,16 +96,17 @@ SurfacePtr RenderSplash(SplashRequest const& request, PaintTrace* trace) {
     if (platform::FAILED(CSplashWindow::CreateInstance(services, &splash))) return nullptr;
     ImageWindow* const window = windows.LastWindow();
     splash->SetSplashTimeout(-1);
-    Bstr const title(request.title), subtitle(request.subtitle), licensee(request.licensee);
+    OwnedBstr const title(Text(request.title)), subtitle(Text(request.subtitle)),
+        licensee(Text(request.licensee));
     if (request.version) {
-        Bstr const version(request.version);
+        OwnedBstr const version(Text(request.version));
         splash->ShowSplash2(title, subtitle, version, request.yearFrom, request.yearTo, licensee);
     } else {
         splash->ShowSplash(title, subtitle, request.major, request.minor, request.yearFrom,
                            request.yearTo, licensee);
     }
     if (request.status) {
-        Bstr const status(request.status);
+        OwnedBstr const status(Text(request.status));
         splash->SetStatusText(status);
     }
     window->UpdateWindow();

@@ -3,6 +3,7 @@
 #include <platform/codepage.h>
 #include <platform/msgbox.h>
 #include <splash/dib.h>
+#include <splash/textcopy.h>
 
 #include <algorithm>
 #include <cctype>
@@ -57,16 +58,6 @@ std::string Utf8(std::u16string_view text) {
         }
     }
     return out;
-}
-
-// Narrow texts are in the locale's character set, as the object stored them.
-std::u16string Wide(char const* text) {
-    int const size = platform::MultiByteToWideChar(platform::CP_ACP, 0, text, -1, nullptr, 0);
-    if (size <= 1) return {};
-    std::u16string wide(static_cast<std::size_t>(size), u'\0');
-    platform::MultiByteToWideChar(platform::CP_ACP, 0, text, -1, wide.data(), size);
-    wide.resize(static_cast<std::size_t>(size) - 1);
-    return wide;
 }
 
 // A device context over the drawing library: a selected font, a current
@@ -233,7 +224,7 @@ void DrawWithRaisedSigns(Dc& dc, std::u16string_view text, Font const& signFont)
 // The narrow walk compares bytes with the signs' wide codes, which never
 // match, so its text is drawn plain and may go as one run.
 void DrawNarrow(Dc& dc, std::string const& text) {
-    dc.TextOut(0, 0, Wide(text.c_str()));
+    dc.TextOut(0, 0, WideFromNarrow(text.c_str()));
 }
 
 void Paint(cairo_t* cr, SurfacePtr const& image, int x, int y) {
@@ -544,18 +535,19 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
     }
     char const* const version = state.VersionText.data();
     if (version[0] != 'V' && version[0] != '\0') {
-        dc.TextOut(375, 175, Wide(version));
+        dc.TextOut(375, 175, WideFromNarrow(version));
     } else {
         // A version of its own making may begin with the letter; it is set
         // apart, and an empty version leaves it alone under the word.
         dc.TextOut(373, 175, u"V");
-        dc.TextOut(395, 175, Wide(version[0] == '\0' ? version : version + 1));
+        dc.TextOut(395, 175, WideFromNarrow(version[0] == '\0' ? version : version + 1));
     }
 
     if (!suite.tag.empty()) {
         Font const tagFont("Arial", cell(12), 700);
         dc.Select(&tagFont);
-        dc.TextOut(120, backgroundHeight + 5 * tagFont.CellHeight() / 3, Wide(suite.tag.c_str()));
+        dc.TextOut(120, backgroundHeight + 5 * tagFont.CellHeight() / 3,
+                   WideFromNarrow(suite.tag.c_str()));
     }
 
     Font const legalFont("Arial Narrow", cell(7), 400);
@@ -565,7 +557,7 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
 
     Font const licenseeFont("Arial", cell(6), 200);
     Font const statusFont("Arial", cell(8), 600);
-    std::u16string const licensee = Wide(state.Licensee.data());
+    std::u16string const licensee = WideFromNarrow(state.Licensee.data());
     if (state.StatusText[0] != u'\0') {
         dc.Select(&licenseeFont);
         dc.DrawText(licensee, state.LicenseeRect, DT_SINGLELINE | DT_RIGHT | DT_VCENTER);

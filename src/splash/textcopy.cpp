@@ -1,6 +1,7 @@
 #include <splash/textcopy.h>
 
 #include <platform/codepage.h>
+#include <platform/comalloc.h>
 
 namespace {
 
@@ -22,4 +23,20 @@ std::optional<std::string> NarrowFromBstr(BSTR text) {
     }
     narrow.resize(std::char_traits<char>::length(narrow.c_str()));
     return narrow;
+}
+
+std::u16string WideFromNarrow(char const* text, std::uint32_t codePage) {
+    int const size = platform::MultiByteToWideChar(codePage, 0, text, -1, nullptr, 0);
+    if (size <= 1) return {};
+    std::u16string wide(static_cast<std::size_t>(size), u'\0');
+    platform::MultiByteToWideChar(codePage, 0, text, -1, wide.data(), size);
+    wide.resize(static_cast<std::size_t>(size) - 1);
+    return wide;
+}
+
+OwnedBstr::OwnedBstr(char16_t const* text)
+    : text_(text != nullptr ? platform::SysAllocString(text) : nullptr) {}
+
+OwnedBstr::~OwnedBstr() {
+    platform::SysFreeString(text_);
 }

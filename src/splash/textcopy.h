@@ -6,12 +6,29 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 // A BSTR in the locale's character set; nothing for an absent text or one too
 // long to convert (its length plus one past 0x3FFFFFFF).
 std::optional<std::string> NarrowFromBstr(BSTR text);
+
+// Narrow text in a code page (the locale's by default) as UTF-16.
+std::u16string WideFromNarrow(char const* text, std::uint32_t codePage = 0);
+
+// A BSTR that frees itself; null for an absent text.
+class OwnedBstr {
+public:
+    explicit OwnedBstr(char16_t const* text);
+    ~OwnedBstr();
+    OwnedBstr(OwnedBstr const&) = delete;
+    OwnedBstr& operator=(OwnedBstr const&) = delete;
+    operator BSTR() const { return text_; }
+
+private:
+    BSTR text_;
+};
 
 // lstrcpyn: at most limit-1 characters and a terminator. An absent source
 // leaves the field as it was.

@@ -90,6 +90,20 @@ private:
     static int nNumber;
 };
 
+// The checks of a unit that reports its name ("cpcoll/cplist") where others
+// report a source path, with the caller's line.
+template <char const* Unit> struct UnitChecks {
+    static void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
+        if (!ok) Exceptions::_get_gexeptnsThe().Assert(Unit, line, text);
+    }
+    static void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
+        if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(Unit, line, text);
+    }
+    static void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
+        if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(Unit, line, text);
+    }
+};
+
 // Fatal-check helpers: test at the call site, report with this file and line
 // and the author's text for the condition.
 #define SV_ASSERT(cond, text)                                                                      \

@@ -8,6 +8,7 @@
 #include <platform/window.h>
 #include <splash/module.h>
 #include <splash/seams.h>
+#include <splash/textcopy.h>
 
 #include <functional>
 #include <map>
@@ -150,15 +151,4 @@ public:
     std::string calls;
 };
 
-// A BSTR that frees itself.
-class Bstr {
-public:
-    explicit Bstr(char16_t const* text) : text_(platform::SysAllocString(text)) {}
-    ~Bstr() { platform::SysFreeString(text_); }
-    Bstr(Bstr const&) = delete;
-    Bstr& operator=(Bstr const&) = delete;
-    operator BSTR() const { return text_; }
-
-private:
-    BSTR text_;
-};
+using Bstr = OwnedBstr;
