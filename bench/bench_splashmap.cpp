@@ -3,11 +3,11 @@
 // window of the same size. Every sample is a process of its own, as every
 // splash is. With no $DISPLAY, the run brings its own virtual server.
 #include <platform/comalloc.h>
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <splash/module.h>
 #include <splash/splashpaint.h>
 #include <splash/splashwindow.h>
-#include <splash/x11window.h>
+#include <splash/host/x11window.h>
 #include <support/xvfb.h>
 
 #include <algorithm>
@@ -21,6 +21,8 @@
 
 #include <sys/wait.h>
 #include <unistd.h>
+
+using namespace splash;
 
 namespace {
 
@@ -46,7 +48,7 @@ long long Nanoseconds(Clock::time_point from, Clock::time_point to) {
 // create and show. Prints the nanoseconds to the first exposure and to the
 // end of the first paint, and the resident kilobytes after it.
 int SplashSample() {
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     std::unique_ptr<splash::XWindowSystem> windows = splash::XWindowSystem::Open(loop);
     if (!windows) return 2;
     CExeModule module(loop);
@@ -54,7 +56,7 @@ int SplashSample() {
     NullRecentLists recent;
 
     struct TimedPainter final : SplashPainter {
-        void Paint(platform::Window& window, SplashState& state) override {
+        void Paint(splash::Window& window, SplashState& state) override {
             if (!exposed) exposed = Clock::now();
             painter.Paint(window, state);
             if (!painted) painted = Clock::now();
@@ -75,7 +77,7 @@ int SplashSample() {
     object->ShowSplash(title, subtitle, 8, 4, 2005, 2019, licensee);
     Clock::time_point const deadline = start + std::chrono::seconds(10);
     while (!painter.painted && Clock::now() < deadline) {
-        platform::EventLoop::Message message;
+        splash::EventLoop::Message message;
         if (!loop.GetMessage(message)) break;
         loop.DispatchMessage(message);
     }

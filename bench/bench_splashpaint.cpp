@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+using namespace splash;
+
 namespace {
 
 constexpr double kMinTime = 0.5;
@@ -22,10 +24,10 @@ constexpr double kMinTime = 0.5;
 // The state of an ordinary show, taken from the server's own object.
 SplashState ShownState() {
     struct Capture final : SplashPainter {
-        void Paint(platform::Window&, SplashState& state) override { captured = state; }
+        void Paint(splash::Window&, SplashState& state) override { captured = state; }
         SplashState captured;
     };
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module(loop);
     splash::ImageWindowSystem windows;
     NullSplashChecks checks;

@@ -14,6 +14,8 @@
 #include <optional>
 #include <string>
 
+using namespace splash;
+
 namespace {
 
 constexpr char kUsage[] =

@@ -1,6 +1,6 @@
 // splashctl: shows a splash through the session bus, for scripts and
 // installers, and makes the other calls of a splash.
-#include <platform/splashclient.h>
+#include <splashclient/splashclient.h>
 
 #include <chrono>
 #include <cstdio>

@@ -7,7 +7,7 @@
 #include <cpcoll/btree.h>
 #include <cpcoll/cpdict.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -3,7 +3,7 @@
 // acts on a keyword; whoever consumes the tokens gives the codes a meaning.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstddef>
 #include <cstdint>

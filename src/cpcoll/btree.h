@@ -12,7 +12,7 @@
 
 #include <cpcoll/cpcollec.h>
 #include <cpcoll/iterate.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -9,7 +9,7 @@
 
 #include <cpcoll/iterate.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

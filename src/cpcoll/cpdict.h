@@ -9,7 +9,7 @@
 #include <cpcoll/cplist.h>
 #include <util/crc16.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <array>

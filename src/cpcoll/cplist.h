@@ -5,7 +5,7 @@
 
 #include <cpcoll/cpcollec.h>
 #include <cpcoll/iterate.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <array>
 #include <cstdint>

@@ -7,7 +7,7 @@
 #include <cpcoll/crdict.h>
 #include <cpcoll/iterate.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cpcoll/crlist.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -10,7 +10,7 @@
 
 #include <cpcoll/cpcollec.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -7,7 +7,7 @@
 #include <cpcoll/cpstack.h>
 #include <util/createable.h>
 #include <util/exceptions.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <new>

@@ -13,7 +13,7 @@
 
 #include <platform/oletypes.h>
 #include <platform/syserror.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <string>

@@ -2,7 +2,7 @@
 // event clears itself as that waiter leaves.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <chrono>
 #include <condition_variable>

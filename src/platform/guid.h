@@ -3,7 +3,7 @@
 #pragma once
 
 #include <platform/oletypes.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 namespace platform {
 

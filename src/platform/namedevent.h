@@ -4,7 +4,7 @@
 // flag never reaches another's processes.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <memory>
 #include <string>

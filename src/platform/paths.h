@@ -2,7 +2,7 @@
 // path and the user's temporary folder.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <platform/seam.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -9,7 +9,7 @@
 // (~/.config/... without it).
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <string>

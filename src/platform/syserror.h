@@ -3,7 +3,7 @@
 // library's errno texts.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <optional>

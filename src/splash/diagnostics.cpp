@@ -9,6 +9,8 @@
 #include <fstream>
 #include <string>
 
+namespace splash {
+
 namespace {
 
 constexpr char kSettingsKey[] = "Software\\Orveltech";
@@ -87,3 +89,5 @@ void SplashLog(CPString message) {
     // The terminator goes to the file too.
     log.write(record.c_str(), static_cast<std::streamsize>(record.size() + 1));
 }
+
+} // namespace splash

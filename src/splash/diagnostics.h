@@ -4,6 +4,8 @@
 
 #include <util/pstring.h>
 
+namespace splash {
+
 inline constexpr char DiagnosticsLogName[] = "orvelsplash.log";
 
 // Appends one record, or nothing: a missing setting or a failed open or
@@ -21,3 +23,5 @@ bool ReadLogPathSetting(CPString& path);
 // The user's temporary folder and DiagnosticsLogName; empty when the folder
 // is not known.
 CPString DefaultDiagnosticsLogPath();
+
+} // namespace splash

@@ -1,10 +1,10 @@
 // orvelsplash: the per-client splash server.
-#include <platform/eventloop.h>
-#include <splash/bushost.h>
+#include <splash/host/eventloop.h>
+#include <splash/host/bushost.h>
 #include <splash/module.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
-#include <splash/x11window.h>
+#include <splash/host/x11window.h>
 
 #include <clocale>
 #include <string>
@@ -27,12 +27,13 @@ std::string CommandLine(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    using namespace splash;
     // The narrow texts are in the user's character set.
     std::setlocale(LC_ALL, "");
 
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     splash::SplashScreen const screen = splash::OpenSplashScreen(loop);
-    platform::WindowSystem& windows = *screen.windows;
+    splash::WindowSystem& windows = *screen.windows;
     CExeModule module(loop);
     NullSplashChecks checks;
     BusClassHost host(loop);

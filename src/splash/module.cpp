@@ -3,24 +3,22 @@
 #include <platform/msgbox.h>
 #include <platform/process.h>
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <clocale>
 #include <cstring>
 #include <cwchar>
-#include <strings.h>
-#include <sys/syscall.h>
-#include <unistd.h>
+#include <string_view>
 
-CExeModule::CExeModule(platform::EventLoop& loop) : loop_(loop) {}
+namespace splash {
+
+CExeModule::CExeModule(splash::EventLoop& loop) : loop_(loop) {}
 
 CExeModule::~CExeModule() {
     stopping_ = true;
     ShutdownEvent.Set();
     if (monitor_.joinable()) monitor_.join();
-}
-
-void CExeModule::Init() {
-    MainThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
 std::int32_t CExeModule::Lock() {
@@ -80,6 +78,20 @@ char const* FindSwitch(char const* text, char const* leadChars) {
     return nullptr;
 }
 
+namespace {
+
+// The whole rest of the line against a switch's name, in either case.
+bool SwitchIs(char const* rest, std::string_view name) {
+    std::string_view const text = rest;
+    return text.size() == name.size() &&
+           std::equal(text.begin(), text.end(), name.begin(), [](char a, char b) {
+               return std::tolower(static_cast<unsigned char>(a)) ==
+                      std::tolower(static_cast<unsigned char>(b));
+           });
+}
+
+} // namespace
+
 int ServerMain(char const* commandLine, ServerPlatform& server) {
     server.host.Initialize();
     server.module.Init();
@@ -92,19 +104,19 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
     // anything after it matches nothing.
     for (char const* token = FindSwitch(commandLine, CExeModule::SwitchLeadChars); token != nullptr;
          token = FindSwitch(token, CExeModule::SwitchLeadChars)) {
-        if (::strcasecmp(token, "UnregServer") == 0) {
+        if (SwitchIs(token, "UnregServer")) {
             server.registrar.ApplyScript(ClassRegistrar::kAppScript, false);
             result = server.registrar.UnregisterServer();
             run = false;
             break;
         }
-        if (::strcasecmp(token, "RegServer") == 0) {
+        if (SwitchIs(token, "RegServer")) {
             server.registrar.ApplyScript(ClassRegistrar::kAppScript, true);
             result = server.registrar.RegisterServer();
             run = false;
             break;
         }
-        if (::strcasecmp(token, "Embedding") == 0) {
+        if (SwitchIs(token, "Embedding")) {
             embedding = true;
             break;
         }
@@ -120,7 +132,7 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
         server.module.StartShutdownMonitor();
         // Not tested: the loop runs even if publishing failed.
         server.host.RegisterClassObjects(server.factory);
-        platform::EventLoop::Message message;
+        splash::EventLoop::Message message;
         while (server.loop.GetMessage(message))
             server.loop.DispatchMessage(message);
         server.host.RevokeClassObjects();
@@ -131,3 +143,5 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
     server.host.Uninitialize();
     return result;
 }
+
+} // namespace splash

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <platform/event.h>
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <platform/oletypes.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <thread>
 
+namespace splash {
+
 class CExeModule {
 public:
     static constexpr std::uint32_t ShutdownIdleMs = 5000;
@@ -20,14 +22,14 @@ public:
     static constexpr char SwitchLeadChars[] = "-/";
 
     // The loop is the main thread's: the monitor posts its quit there.
-    explicit CExeModule(platform::EventLoop& loop);
+    explicit CExeModule(splash::EventLoop& loop);
     // Stops a monitor that is still waiting; no thread outlives its module.
     ~CExeModule();
     CExeModule(CExeModule const&) = delete;
     CExeModule& operator=(CExeModule const&) = delete;
 
-    // Notes the calling thread as the one that runs the loop.
-    void Init();
+    // The loop object is the main thread's own; nothing to note.
+    void Init() {}
     void Term() {}
 
     std::int32_t Lock();
@@ -47,12 +49,11 @@ public:
     // Written by both threads; the event's signal orders it well enough, and
     // a late set costs one more pass of the monitor.
     std::atomic<bool> ActivitySeen{false};
-    std::uint32_t MainThreadId = 0;
 
 private:
     void MonitorShutdown();
 
-    platform::EventLoop& loop_;
+    splash::EventLoop& loop_;
     std::atomic<std::int32_t> lockCount_{0};
     std::uint32_t shutdownIdleMs_ = ShutdownIdleMs;
     std::uint32_t postLoopDelayMs_ = PostLoopDelayMs;
@@ -77,7 +78,7 @@ private:
 
 // What the server entry reaches.
 struct ServerPlatform {
-    platform::EventLoop& loop;
+    splash::EventLoop& loop;
     CExeModule& module;
     ClassObjectHost& host;
     ClassRegistrar& registrar;
@@ -91,3 +92,5 @@ char const* FindSwitch(char const* text, char const* leadChars);
 // The server entry: the whole command line, the program's path included.
 // Returns the process's exit code.
 int ServerMain(char const* commandLine, ServerPlatform& server);
+
+} // namespace splash

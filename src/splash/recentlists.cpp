@@ -10,6 +10,8 @@
 #include <cstring>
 #include <string>
 
+namespace splash {
+
 namespace {
 
 using namespace platform;
@@ -150,3 +152,5 @@ void RecentListStore::RecentDocs(CPString (&entries)[RecentListCapacity]) {
 void RecentListStore::Favorites(CPString (&entries)[RecentListCapacity]) {
     ReadList("Favorites", entries);
 }
+
+} // namespace splash

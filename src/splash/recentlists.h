@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+namespace splash {
+
 inline constexpr int RecentListCapacity = 5;
 inline constexpr std::uint32_t RecentEntryReadLimit = 255;
 inline constexpr std::uint32_t RecentInputLimit = 255;
@@ -50,3 +52,5 @@ private:
 // entry's later copies are skipped, so slots past the last one written keep
 // what they held.
 void AddToRecentList(char const* listName, CPString const& entry);
+
+} // namespace splash

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <platform/oletypes.h>
-#include <platform/window.h>
+#include <splash/window.h>
 
 #include <cstdint>
+
+namespace splash {
 
 struct SplashState;
 
@@ -15,7 +17,7 @@ struct SplashState;
 class SplashChecks {
 public:
     virtual ~SplashChecks() = default;
-    virtual void TestUserRegistration(platform::Window* parent) = 0;
+    virtual void TestUserRegistration(splash::Window* parent) = 0;
     virtual void CheckLicenseExpiration(BSTR bstrLicense) = 0;
 };
 
@@ -33,7 +35,7 @@ public:
 class SplashPainter {
 public:
     virtual ~SplashPainter() = default;
-    virtual void Paint(platform::Window& window, SplashState& state) = 0;
+    virtual void Paint(splash::Window& window, SplashState& state) = 0;
 };
 
 // Publishing the class to clients: the apartment, and the class object that
@@ -66,7 +68,7 @@ public:
 // Stand-ins that do nothing and succeed.
 class NullSplashChecks final : public SplashChecks {
 public:
-    void TestUserRegistration(platform::Window*) override {}
+    void TestUserRegistration(splash::Window*) override {}
     void CheckLicenseExpiration(BSTR) override {}
 };
 
@@ -78,7 +80,7 @@ public:
 
 class NullSplashPainter final : public SplashPainter {
 public:
-    void Paint(platform::Window&, SplashState&) override {}
+    void Paint(splash::Window&, SplashState&) override {}
 };
 
 class NullClassRegistrar final : public ClassRegistrar {
@@ -96,3 +98,5 @@ public:
     HRESULT RegisterClassObjects(ClassFactory&) override { return platform::S_OK; }
     void RevokeClassObjects() override {}
 };
+
+} // namespace splash

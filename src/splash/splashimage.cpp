@@ -1,6 +1,6 @@
 #include <splash/splashimage.h>
 
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <splash/module.h>
 #include <splash/textcopy.h>
 
@@ -8,49 +8,49 @@
 
 namespace splash {
 
-ImageWindow::ImageWindow(platform::WindowHandler& handler, platform::Rect const& rect,
+ImageWindow::ImageWindow(splash::WindowHandler& handler, splash::Rect const& rect,
                          int pixelsPerInch)
     : handler_(handler), rect_(rect), pixelsPerInch_(pixelsPerInch),
       image_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, std::max(1, rect.Width()),
                                         std::max(1, rect.Height()))) {}
 
 void ImageWindow::Create() {
-    handler_.OnMessage(*this, platform::WM_CREATE, 0, 0);
+    handler_.OnMessage(*this, splash::WM_CREATE, 0, 0);
 }
 
 void ImageWindow::ShowWindow(int command) {
-    bool const show = command != platform::SW_HIDE;
+    bool const show = command != splash::SW_HIDE;
     // A window that comes into view has everything to paint.
     if (show && !visible_) InvalidateRect(nullptr, true);
     visible_ = show;
 }
 
-void ImageWindow::SetTopmost(platform::Rect const& rect) {
+void ImageWindow::SetTopmost(splash::Rect const& rect) {
     rect_ = rect;
-    ShowWindow(platform::SW_SHOW);
+    ShowWindow(splash::SW_SHOW);
 }
 
 void ImageWindow::Move(std::int32_t x, std::int32_t y) {
-    rect_ = platform::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
+    rect_ = splash::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
 }
 
-void ImageWindow::InvalidateRect(platform::Rect const* rect, bool) {
-    platform::Rect const whole{0, 0, rect_.Width(), rect_.Height()};
-    platform::Rect const add = rect != nullptr ? *rect : whole;
+void ImageWindow::InvalidateRect(splash::Rect const* rect, bool) {
+    splash::Rect const whole{0, 0, rect_.Width(), rect_.Height()};
+    splash::Rect const add = rect != nullptr ? *rect : whole;
     if (!invalid_) {
         invalid_ = add;
         return;
     }
-    invalid_ = platform::Rect{std::min(invalid_->left, add.left), std::min(invalid_->top, add.top),
+    invalid_ = splash::Rect{std::min(invalid_->left, add.left), std::min(invalid_->top, add.top),
                               std::max(invalid_->right, add.right),
                               std::max(invalid_->bottom, add.bottom)};
 }
 
 void ImageWindow::UpdateWindow() {
-    if (visible_ && invalid_) handler_.OnMessage(*this, platform::WM_PAINT, 0, 0);
+    if (visible_ && invalid_) handler_.OnMessage(*this, splash::WM_PAINT, 0, 0);
 }
 
-platform::PaintSurface ImageWindow::BeginPaint() {
+splash::PaintSurface ImageWindow::BeginPaint() {
     painting_.reset(cairo_create(image_.get()));
     if (invalid_) {
         cairo_rectangle(painting_.get(), invalid_->left, invalid_->top, invalid_->Width(),
@@ -60,14 +60,14 @@ platform::PaintSurface ImageWindow::BeginPaint() {
     return {painting_.get(), pixelsPerInch_};
 }
 
-void ImageWindow::EndPaint(platform::PaintSurface const&) {
+void ImageWindow::EndPaint(splash::PaintSurface const&) {
     painting_.reset();
     cairo_surface_flush(image_.get());
     invalid_.reset();
 }
 
-std::unique_ptr<platform::Window> ImageWindowSystem::CreatePopup(platform::WindowHandler& handler,
-                                                                 platform::Rect const& rect) {
+std::unique_ptr<splash::Window> ImageWindowSystem::CreatePopup(splash::WindowHandler& handler,
+                                                                 splash::Rect const& rect) {
     auto window = std::make_unique<ImageWindow>(handler, rect, pixelsPerInch_);
     last_ = window.get();
     window->Create();
@@ -84,7 +84,7 @@ char16_t const* Text(std::optional<std::u16string> const& text) {
 } // namespace
 
 SurfacePtr RenderSplash(SplashRequest const& request, PaintTrace* trace) {
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module(loop);
     ImageWindowSystem windows(request.lowColour ? 8 : 24);
     NullSplashChecks checks;

@@ -2,7 +2,7 @@
 // support staff, who want to see what a client's texts make, and for tests.
 #pragma once
 
-#include <platform/window.h>
+#include <splash/window.h>
 #include <splash/cairoptr.h>
 #include <splash/splashpaint.h>
 
@@ -14,9 +14,9 @@ namespace splash {
 
 // A window whose pixels are an image. Paint requests gather as they do on a
 // screen and are delivered by UpdateWindow; nothing runs on a timer.
-class ImageWindow final : public platform::Window {
+class ImageWindow final : public splash::Window {
 public:
-    ImageWindow(platform::WindowHandler& handler, platform::Rect const& rect, int pixelsPerInch);
+    ImageWindow(splash::WindowHandler& handler, splash::Rect const& rect, int pixelsPerInch);
 
     // WM_PAINT, when part of the shown window is invalid, as the message
     // loop would send it.
@@ -25,38 +25,38 @@ public:
     bool Visible() const { return visible_; }
 
     void ShowWindow(int command) override;
-    platform::Rect GetWindowRect() override { return rect_; }
-    void SetTopmost(platform::Rect const& rect) override;
+    splash::Rect GetWindowRect() override { return rect_; }
+    void SetTopmost(splash::Rect const& rect) override;
     void Move(std::int32_t x, std::int32_t y) override;
-    void InvalidateRect(platform::Rect const* rect, bool erase) override;
+    void InvalidateRect(splash::Rect const* rect, bool erase) override;
     void SetTimer(std::uintptr_t, std::uint32_t) override {}
     void KillTimer(std::uintptr_t) override {}
-    platform::Rect MonitorWorkArea() override { return kWorkArea; }
-    platform::PaintSurface BeginPaint() override;
-    void EndPaint(platform::PaintSurface const& surface) override;
+    splash::Rect MonitorWorkArea() override { return kWorkArea; }
+    splash::PaintSurface BeginPaint() override;
+    void EndPaint(splash::PaintSurface const& surface) override;
 
-    static constexpr platform::Rect kWorkArea{0, 0, 1920, 1080};
+    static constexpr splash::Rect kWorkArea{0, 0, 1920, 1080};
 
 private:
     friend class ImageWindowSystem;
     void Create();
 
-    platform::WindowHandler& handler_;
-    platform::Rect rect_;
+    splash::WindowHandler& handler_;
+    splash::Rect rect_;
     int pixelsPerInch_;
     SurfacePtr image_;
     CairoPtr painting_;
-    std::optional<platform::Rect> invalid_; // in window coordinates
+    std::optional<splash::Rect> invalid_; // in window coordinates
     bool visible_ = false;
 };
 
-class ImageWindowSystem final : public platform::WindowSystem {
+class ImageWindowSystem final : public splash::WindowSystem {
 public:
     explicit ImageWindowSystem(int colourBits = 24, int pixelsPerInch = 96)
         : colourBits_(colourBits), pixelsPerInch_(pixelsPerInch) {}
 
-    std::unique_ptr<platform::Window> CreatePopup(platform::WindowHandler& handler,
-                                                  platform::Rect const& rect) override;
+    std::unique_ptr<splash::Window> CreatePopup(splash::WindowHandler& handler,
+                                                  splash::Rect const& rect) override;
     int ScreenColourBits() override { return colourBits_; }
     // The window made last, while it lives.
     ImageWindow* LastWindow() const { return last_; }

@@ -95,7 +95,7 @@ public:
         if (baseline_) x_ += Width(utf8);
     }
 
-    void DrawText(std::u16string_view text, platform::Rect const& box, unsigned format) {
+    void DrawText(std::u16string_view text, splash::Rect const& box, unsigned format) {
         if (font_ == nullptr) return;
         std::vector<std::u16string> const lines =
             (format & DT_SINGLELINE) != 0 ? std::vector<std::u16string>{std::u16string(text)}
@@ -425,7 +425,7 @@ std::vector<std::uint8_t> LoadBitmapResource(int number) {
 // On a true-colour surface the palette's selection changes nothing, so its
 // colours map the pixels directly.
 int DrawThroughPalette(cairo_t* cr, std::vector<std::uint8_t>& dib, int x, int y,
-                       std::uint32_t fill, platform::Rect const* fillBox) {
+                       std::uint32_t fill, splash::Rect const* fillBox) {
     std::optional<BitmapInfoHeader> header = ReadInfoHeader(dib);
     if (!header) return 0;
     std::uint32_t count = header->biClrUsed;
@@ -481,7 +481,7 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
         std::optional<BitmapInfoHeader> const header = ReadInfoHeader(dib);
         // Meant for what the image leaves uncovered on the right; the image
         // reaches past the window, so the box is the wrong way round.
-        platform::Rect const uncovered{5 + (header ? header->biWidth : 0), 0, state.Width,
+        splash::Rect const uncovered{5 + (header ? header->biWidth : 0), 0, state.Width,
                                        state.Height};
         backgroundHeight = DrawThroughPalette(cr, dib, 5, 0, 0x000000, &uncovered);
     }
@@ -571,10 +571,9 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
     cairo_restore(cr);
 }
 
-} // namespace splash
 
-void CairoSplashPainter::Paint(platform::Window& window, SplashState& state) {
-    platform::PaintSurface const surface = window.BeginPaint();
+void CairoSplashPainter::Paint(splash::Window& window, SplashState& state) {
+    splash::PaintSurface const surface = window.BeginPaint();
     if (surface.context == nullptr) {
         platform::MessageBoxA(nullptr, "No hdc", "", platform::MB_OK);
         return;
@@ -582,3 +581,5 @@ void CairoSplashPainter::Paint(platform::Window& window, SplashState& state) {
     splash::PaintSplash(surface.context, surface.pixelsPerInchY, state, trace_);
     window.EndPaint(surface);
 }
+
+} // namespace splash

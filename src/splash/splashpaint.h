@@ -3,7 +3,7 @@
 // paints: every paint loads its bitmaps and makes its fonts anew.
 #pragma once
 
-#include <platform/window.h>
+#include <splash/window.h>
 #include <splash/cairoptr.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
@@ -92,7 +92,7 @@ std::vector<std::uint8_t> LoadBitmapResource(int number);
 // the header leaves it 0; then the fill box, if given, in the fill colour
 // (0xRRGGBB). Answers the bitmap's height.
 int DrawThroughPalette(cairo_t* cr, std::vector<std::uint8_t>& dib, int x, int y,
-                       std::uint32_t fill, platform::Rect const* fillBox);
+                       std::uint32_t fill, splash::Rect const* fillBox);
 
 // One text as the paint placed it.
 struct TextDraw {
@@ -110,13 +110,14 @@ using PaintTrace = std::vector<TextDraw>;
 // trace, when given, gets every text drawn.
 void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace* trace = nullptr);
 
-} // namespace splash
 
 class CairoSplashPainter final : public SplashPainter {
 public:
-    explicit CairoSplashPainter(splash::PaintTrace* trace = nullptr) : trace_(trace) {}
-    void Paint(platform::Window& window, SplashState& state) override;
+    explicit CairoSplashPainter(PaintTrace* trace = nullptr) : trace_(trace) {}
+    void Paint(Window& window, SplashState& state) override;
 
 private:
-    splash::PaintTrace* trace_;
+    PaintTrace* trace_;
 };
+
+} // namespace splash

@@ -12,6 +12,8 @@
 #include <string>
 #include <utility>
 
+namespace splash {
+
 namespace {
 
 constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
@@ -135,7 +137,7 @@ void CSplashWindow::Show(BSTR bstrTitle, BSTR bstrSubtitle, SetVersion setVersio
     state_.CopyrightYear = nCopyrightTo == 0 ? u"2008" : Decimal(nCopyrightTo);
     BuildCopyrightText();
 
-    window_->ShowWindow(platform::SW_SHOW);
+    window_->ShowWindow(splash::SW_SHOW);
     window_->SetTopmost(window_->GetWindowRect());
 
     // The object holds itself until a tick finds the client gone. Nothing
@@ -210,7 +212,7 @@ HRESULT CSplashWindow::TestUserRegistration() {
 }
 
 HRESULT CSplashWindow::HideSplash() {
-    window_->ShowWindow(platform::SW_HIDE);
+    window_->ShowWindow(splash::SW_HIDE);
     return platform::S_OK;
 }
 
@@ -227,30 +229,30 @@ HRESULT CSplashWindow::CheckLicenseExpiration(BSTR bstrLicense) {
 
 // Window messages -----------------------------------------------------------------
 
-void CSplashWindow::OnMessage(platform::Window& window, std::uint32_t message,
+void CSplashWindow::OnMessage(splash::Window& window, std::uint32_t message,
                               std::uintptr_t wParam, std::intptr_t lParam) {
     switch (message) {
-    case platform::WM_CREATE:
+    case splash::WM_CREATE:
         OnCreate(window);
         break;
-    case platform::WM_PAINT:
+    case splash::WM_PAINT:
         services_.painter.Paint(window, state_);
         break;
-    case platform::WM_TIMER:
+    case splash::WM_TIMER:
         OnTimer(wParam, lParam);
         break;
-    case platform::WM_LBUTTONDOWN:
-        window.ShowWindow(platform::SW_HIDE); // the timer goes on
+    case splash::WM_LBUTTONDOWN:
+        window.ShowWindow(splash::SW_HIDE); // the timer goes on
         break;
     default:
         break;
     }
 }
 
-void CSplashWindow::OnCreate(platform::Window& window) {
+void CSplashWindow::OnCreate(splash::Window& window) {
     // Centred on the nearest monitor's work area, and kept inside it.
-    platform::Rect const area = window.MonitorWorkArea();
-    platform::Rect const rect = window.GetWindowRect();
+    splash::Rect const area = window.MonitorWorkArea();
+    splash::Rect const rect = window.GetWindowRect();
     std::int32_t x = area.left + (area.Width() - rect.Width()) / 2;
     std::int32_t y = area.top + (area.Height() - rect.Height()) / 2;
     x = std::max(area.left, std::min(x, area.right - rect.Width()));
@@ -260,7 +262,7 @@ void CSplashWindow::OnCreate(platform::Window& window) {
 
 void CSplashWindow::OnTimer(std::uintptr_t wParam, std::intptr_t lParam) {
     if (wParam == kSplashTimer) {
-        window_->ShowWindow(platform::SW_HIDE);
+        window_->ShowWindow(splash::SW_HIDE);
         // Only the object's own reference is left: the client has gone.
         if (refCount_ <= 1) {
             window_->KillTimer(kSplashTimer);
@@ -275,3 +277,5 @@ void CSplashWindow::OnTimer(std::uintptr_t wParam, std::intptr_t lParam) {
         Release();
     }
 }
+
+} // namespace splash

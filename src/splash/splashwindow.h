@@ -4,13 +4,15 @@
 #pragma once
 
 #include <platform/oletypes.h>
-#include <platform/window.h>
+#include <splash/window.h>
 #include <splash/seams.h>
 
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
+
+namespace splash {
 
 class CExeModule;
 
@@ -56,25 +58,25 @@ struct SplashState {
     std::u16string CopyrightText;
     std::array<char, kVersionLimit> VersionText{};
     std::array<OLECHAR, kStatusLimit> StatusText{};
-    platform::Rect StatusRect;
+    splash::Rect StatusRect;
     std::int32_t Width = 0;
     std::int32_t Height = 0;
     bool LowColourDisplay = false;
     std::int32_t TimeoutMs = 0;
-    platform::Rect LicenseeRect;
+    splash::Rect LicenseeRect;
     std::u16string CopyrightYear;
 };
 
 // What a splash object reaches beyond itself.
 struct SplashServices {
-    platform::WindowSystem& windows;
+    splash::WindowSystem& windows;
     CExeModule& module;
     SplashChecks& checks;
     RecentLists& recent;
     SplashPainter& painter;
 };
 
-class CSplashWindow final : public ISplashWindow, private platform::WindowHandler {
+class CSplashWindow final : public ISplashWindow, private splash::WindowHandler {
 public:
     static constexpr std::int32_t kWidth = 495;
     static constexpr std::int32_t kHeight = 392;
@@ -111,7 +113,7 @@ public:
                         short nCopyrightTo, BSTR bstrLicensee) override;
 
     SplashState const& State() const { return state_; }
-    platform::Window* GetWindow() const { return window_.get(); }
+    splash::Window* GetWindow() const { return window_.get(); }
 
     // The three signs of the legal line, or their fallbacks where the
     // runtime does not format the character.
@@ -124,9 +126,9 @@ private:
     ~CSplashWindow() override;
     HRESULT FinalConstruct();
 
-    void OnMessage(platform::Window& window, std::uint32_t message, std::uintptr_t wParam,
+    void OnMessage(splash::Window& window, std::uint32_t message, std::uintptr_t wParam,
                    std::intptr_t lParam) override;
-    void OnCreate(platform::Window& window);
+    void OnCreate(splash::Window& window);
     void OnTimer(std::uintptr_t wParam, std::intptr_t lParam);
 
     // The steps a show shares with its second form; the version is the
@@ -138,6 +140,8 @@ private:
 
     SplashServices& services_;
     SplashState state_;
-    std::unique_ptr<platform::Window> window_;
+    std::unique_ptr<splash::Window> window_;
     std::uint32_t refCount_ = 0;
 };
+
+} // namespace splash

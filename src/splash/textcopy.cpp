@@ -3,6 +3,8 @@
 #include <platform/codepage.h>
 #include <platform/comalloc.h>
 
+namespace splash {
+
 namespace {
 
 constexpr std::size_t kLongestConvertible = 0x3FFFFFFF;
@@ -40,3 +42,5 @@ OwnedBstr::OwnedBstr(char16_t const* text)
 OwnedBstr::~OwnedBstr() {
     platform::SysFreeString(text_);
 }
+
+} // namespace splash

@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+namespace splash {
+
 // A BSTR in the locale's character set; nothing for an absent text or one too
 // long to convert (its length plus one past 0x3FFFFFFF).
 std::optional<std::string> NarrowFromBstr(BSTR text);
@@ -65,3 +67,5 @@ template <class Char, std::size_t N> void RightTrim(std::array<Char, N>& field) 
     }
     field[keep] = Char{};
 }
+
+} // namespace splash

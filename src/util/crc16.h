@@ -2,7 +2,7 @@
 // check value on string buffers and the hash of dictionary keys.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <array>
 #include <cstdint>

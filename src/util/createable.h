@@ -3,7 +3,7 @@
 // calls AddRef, and the Release that brings it back to 0 deletes it.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

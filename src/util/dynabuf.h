@@ -5,7 +5,7 @@
 
 #include <util/crc16.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <iosfwd>

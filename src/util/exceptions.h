@@ -2,7 +2,7 @@
 // process, messages to the report log, and the unit library's thrown type.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 // flushed after each so that it is complete when the process dies.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <iosfwd>

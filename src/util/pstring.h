@@ -8,7 +8,7 @@
 
 #include <util/createable.h>
 #include <util/dynabuf.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <iosfwd>

@@ -42,6 +42,7 @@ run("configuring the consumer project"
 run("building the consumer project" ${CMAKE_COMMAND} --build ${consumer_build})
 # The build tree's rpath points at the prefix's library directory.
 run("running the consumer" ${consumer_build}/consumer)
+run("running the client library's consumer" ${consumer_build}/client_consumer)
 
 file(GLOB_RECURSE pc_files ${prefix}/*/sorvane.pc)
 if(NOT pc_files)

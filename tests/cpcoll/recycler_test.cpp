@@ -1,4 +1,3 @@
-#include <baseobj/cxcache.h>
 #include <cpcoll/recycler.h>
 #include <util/exceptions.h>
 
@@ -28,25 +27,6 @@ struct Pooled : Createable, Recyclable {
     int nUnInit = 0;
     static inline int nLive = 0;
 };
-
-struct Counted : Createable {
-    Counted() { ++nLive; }
-    ~Counted() override { --nLive; }
-    static inline int nLive = 0;
-};
-
-// Access times are whole milliseconds: a pause keeps two accesses apart.
-void Pause() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(3));
-}
-
-Createable* itMake(std::uint32_t) {
-    return new Counted;
-}
-
-Createable* itMakeNothing(char const*) {
-    return nullptr;
-}
 
 } // namespace
 
@@ -80,106 +60,4 @@ TEST(RecyclerTest, ThePoolKeepsUpTo255AndReleasesTheRest) {
         EXPECT_EQ(pool._get_nPooled(), 255u);
     }
     EXPECT_EQ(Pooled::nLive, 0);
-}
-
-TEST(CreateableCacheTest, EvictionByMode) {
-    // Mode 0 at a limit of 3: a third goes, the one accessed longest ago,
-    // and then the add.
-    {
-        CreateableCache cache(3, CreateableCache::cacheLRU);
-        for (std::int32_t n = 1; n <= 3; ++n) {
-            cache.Add(n, new Counted);
-            Pause();
-        }
-        EXPECT_NE(cache.Find(1), nullptr);
-        Pause();
-        cache.Add(4, new Counted);
-        EXPECT_EQ(cache.Length(), 3u);
-        EXPECT_EQ(cache.Find(2), nullptr);
-        EXPECT_NE(cache.Find(1), nullptr);
-        EXPECT_NE(cache.Find(3), nullptr);
-        EXPECT_EQ(Counted::nLive, 3);
-    }
-    EXPECT_EQ(Counted::nLive, 0);
-
-    // At a limit of 2 a third is nothing: the cache grows past its limit.
-    CreateableCache two(2, CreateableCache::cacheLRU);
-    two.Add(1, new Counted);
-    two.Add(2, new Counted);
-    two.Add(3, new Counted);
-    EXPECT_EQ(two.Length(), 3u);
-
-    // Mode 1 empties the cache, even for a key already there.
-    CreateableCache clearing(2);
-    Counted kept;
-    kept.AddRef();
-    clearing.Add("a", &kept);
-    clearing.Add(7, new Counted);
-    EXPECT_EQ(kept._get_nRefCount(), 2);
-    clearing.Add("a", &kept);
-    EXPECT_EQ(clearing.Length(), 1u);
-    EXPECT_EQ(kept._get_nRefCount(), 2);
-    // Below the limit an existing key changes its object.
-    clearing.Add("a", new Counted);
-    EXPECT_EQ(kept._get_nRefCount(), 1);
-    EXPECT_EQ(clearing.Remove("a"), 1);
-    EXPECT_EQ(clearing.Length(), 0u);
-}
-
-TEST(CreateableCacheTest, HitsAndMissesAreCountedAsWholeNumbers) {
-    CreateableCache cache;
-    EXPECT_EQ(cache._get_HitRatio(), 0.0);
-    cache.Add(5, new Counted);
-    // Number and text keys never meet.
-    EXPECT_EQ(cache.Find("5"), nullptr);
-    EXPECT_NE(cache.Find(5), nullptr);
-    EXPECT_EQ(cache._get_HitRatio(), 0.0);
-    // A key given unsigned names the entry of the same signed word.
-    Createable* const pcrMade = cache.Intern(0xFFFFFFFFu, itMake);
-    EXPECT_EQ(cache.Find(-1), pcrMade);
-    EXPECT_EQ(cache.Intern("none", itMakeNothing), nullptr);
-    EXPECT_EQ(cache.Length(), 2u);
-
-    CreateableCache hits;
-    hits.Add(1, new Counted);
-    for (int i = 0; i < 1000; ++i)
-        hits.Find(1);
-    EXPECT_EQ(hits._get_HitRatio(), 1.0);
-    hits.Find(1);
-    EXPECT_EQ(hits._get_nHits(), 1u);
-    EXPECT_EQ(hits._get_nRequests(), 1u);
-}
-
-TEST(CreateableCacheTest, StatisticsGoToTheReportLog) {
-    std::string const path = ::testing::TempDir() + "sorvane_cxcache_statistics.log";
-    std::remove(path.c_str());
-    EXPECT_EXIT(
-        {
-            Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
-            CreateableCache::_set_bLogStatistics(1);
-            CreateableCache cache;
-            cache.Add("k", new Counted);
-            cache.Find("k");
-            cache.Find("x");
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(0), "");
-    std::ifstream in(path);
-    std::ostringstream log;
-    log << in.rdbuf();
-    EXPECT_NE(log.str().find("Comment: \"Cache Hit.  nRequests: 1, nHits: 1, CacheSize: 1\" in "
-                             "baseobj/cxcache at line "),
-              std::string::npos)
-        << log.str();
-    EXPECT_NE(log.str().find("\"Cache Miss.  nRequests: 2, nHits: 1, CacheSize: 1\""),
-              std::string::npos);
-    std::remove(path.c_str());
-}
-
-TEST(CreateableCacheDeathTest, MissingArgumentsReport) {
-    char const* const unit = "baseobj/cxcache";
-    ExpectAssertion([] { CreateableCache().Add(1, nullptr); }, unit, "pcreateableA");
-    ExpectAssertion([] { CreateableCache().Find(static_cast<char const*>(nullptr)); }, unit,
-                    "szKey");
-    ExpectAssertion([] { CreateableCache().Intern(1u, nullptr); }, unit, "fnCxFunc");
 }

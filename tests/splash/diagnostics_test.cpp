@@ -11,6 +11,8 @@
 #include <string>
 #include <unistd.h>
 
+using namespace splash;
+
 namespace {
 
 using namespace platform;

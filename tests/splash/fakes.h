@@ -5,7 +5,7 @@
 #include <platform/comalloc.h>
 #include <platform/process.h>
 #include <platform/syserror.h>
-#include <platform/window.h>
+#include <splash/window.h>
 #include <splash/module.h>
 #include <splash/seams.h>
 #include <splash/textcopy.h>
@@ -16,9 +16,11 @@
 #include <string>
 #include <vector>
 
-class FakeWindow final : public platform::Window {
+namespace splash {
+
+class FakeWindow final : public splash::Window {
 public:
-    FakeWindow(platform::WindowHandler& handler, platform::Rect rect, platform::Rect workArea,
+    FakeWindow(splash::WindowHandler& handler, splash::Rect rect, splash::Rect workArea,
                bool* destroyed)
         : rect(rect), workArea(workArea), handler_(handler), destroyed_(destroyed) {}
     ~FakeWindow() override {
@@ -29,9 +31,9 @@ public:
         handler_.OnMessage(*this, message, wParam, lParam);
     }
 
-    void ShowWindow(int command) override { visible = command != platform::SW_HIDE; }
-    platform::Rect GetWindowRect() override { return rect; }
-    void SetTopmost(platform::Rect const& at) override {
+    void ShowWindow(int command) override { visible = command != splash::SW_HIDE; }
+    splash::Rect GetWindowRect() override { return rect; }
+    void SetTopmost(splash::Rect const& at) override {
         rect = at;
         visible = true;
         ++topmostCalls;
@@ -39,33 +41,33 @@ public:
     void Move(std::int32_t x, std::int32_t y) override {
         rect = {x, y, x + rect.Width(), y + rect.Height()};
     }
-    void InvalidateRect(platform::Rect const* at, bool erase) override {
+    void InvalidateRect(splash::Rect const* at, bool erase) override {
         invalidated.push_back(at != nullptr ? *at : rect);
         lastErase = erase;
     }
     void SetTimer(std::uintptr_t id, std::uint32_t periodMs) override { timers[id] = periodMs; }
     void KillTimer(std::uintptr_t id) override { timers.erase(id); }
-    platform::Rect MonitorWorkArea() override { return workArea; }
-    platform::PaintSurface BeginPaint() override { return {}; }
-    void EndPaint(platform::PaintSurface const&) override {}
+    splash::Rect MonitorWorkArea() override { return workArea; }
+    splash::PaintSurface BeginPaint() override { return {}; }
+    void EndPaint(splash::PaintSurface const&) override {}
 
-    platform::Rect rect;
-    platform::Rect workArea;
+    splash::Rect rect;
+    splash::Rect workArea;
     bool visible = false;
     int topmostCalls = 0;
-    std::vector<platform::Rect> invalidated;
+    std::vector<splash::Rect> invalidated;
     bool lastErase = false;
     std::map<std::uintptr_t, std::uint32_t> timers;
 
 private:
-    platform::WindowHandler& handler_;
+    splash::WindowHandler& handler_;
     bool* destroyed_;
 };
 
-class FakeWindowSystem final : public platform::WindowSystem {
+class FakeWindowSystem final : public splash::WindowSystem {
 public:
-    std::unique_ptr<platform::Window> CreatePopup(platform::WindowHandler& handler,
-                                                  platform::Rect const& rect) override {
+    std::unique_ptr<splash::Window> CreatePopup(splash::WindowHandler& handler,
+                                                  splash::Rect const& rect) override {
         if (failWith != 0) {
             platform::SetLastError(failWith);
             return nullptr;
@@ -73,12 +75,12 @@ public:
         destroyed = false;
         auto made = std::make_unique<FakeWindow>(handler, rect, workArea, &destroyed);
         window = made.get();
-        made->Send(platform::WM_CREATE);
+        made->Send(splash::WM_CREATE);
         return made;
     }
     int ScreenColourBits() override { return colourBits; }
 
-    platform::Rect workArea{0, 0, 1280, 800};
+    splash::Rect workArea{0, 0, 1280, 800};
     int colourBits = 32;
     std::uint32_t failWith = 0;
     FakeWindow* window = nullptr;
@@ -87,14 +89,14 @@ public:
 
 class FakeChecks final : public SplashChecks {
 public:
-    void TestUserRegistration(platform::Window* parent) override {
+    void TestUserRegistration(splash::Window* parent) override {
         ++registrationChecks;
         lastParent = parent;
     }
     void CheckLicenseExpiration(BSTR) override { ++licenceChecks; }
     int registrationChecks = 0;
     int licenceChecks = 0;
-    platform::Window* lastParent = nullptr;
+    splash::Window* lastParent = nullptr;
 };
 
 class FakeRecentLists final : public RecentLists {
@@ -152,3 +154,5 @@ public:
 };
 
 using Bstr = OwnedBstr;
+
+} // namespace splash

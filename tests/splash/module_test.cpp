@@ -3,7 +3,7 @@
 #include <splash/module.h>
 
 #include <platform/msgbox.h>
-#include <platform/nullwindow.h>
+#include <splash/host/nullwindow.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +11,8 @@
 #include <future>
 #include <string>
 #include <thread>
+
+using namespace splash;
 
 namespace {
 
@@ -36,9 +38,9 @@ protected:
 
     int Run(char const* commandLine) { return ServerMain(commandLine, server); }
 
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module;
-    platform::NullWindowSystem windows;
+    splash::NullWindowSystem windows;
     FakeChecks checks;
     FakeRecentLists recent;
     NullSplashPainter painter;
@@ -150,14 +152,14 @@ TEST_F(ServerTest, UntimedSplashEndsThroughTheMonitorAfterTheIdleTime) {
 }
 
 TEST(ShutdownMonitorTest, UnlockRestartsTheIdleTimeAndALiveLockKeepsTheServer) {
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module(loop);
     module._set_nShutdownIdleMs(kIdleMs);
     ASSERT_TRUE(module.StartShutdownMonitor());
 
     // Quit arrives only after a full idle time from the last unlock.
     auto const quitAt = [&] {
-        platform::EventLoop::Message message;
+        splash::EventLoop::Message message;
         while (loop.GetMessage(message))
             loop.DispatchMessage(message);
         return Clock::now();
@@ -172,7 +174,7 @@ TEST(ShutdownMonitorTest, UnlockRestartsTheIdleTimeAndALiveLockKeepsTheServer) {
 
     // A lock taken during the idle time and kept: at the timeout the count is
     // not 0, and the monitor goes back to waiting without limit.
-    platform::EventLoop loop2;
+    splash::EventLoop loop2;
     CExeModule module2(loop2);
     module2._set_nShutdownIdleMs(kIdleMs);
     module2.StartShutdownMonitor();
@@ -182,7 +184,7 @@ TEST(ShutdownMonitorTest, UnlockRestartsTheIdleTimeAndALiveLockKeepsTheServer) {
     std::this_thread::sleep_for(milliseconds(kIdleMs * 3));
     bool sentinelFirst = false;
     loop2.PostTask([&] { sentinelFirst = true; });
-    platform::EventLoop::Message message;
+    splash::EventLoop::Message message;
     ASSERT_TRUE(loop2.GetMessage(message)); // no quit is waiting
     loop2.DispatchMessage(message);
     EXPECT_TRUE(sentinelFirst);
@@ -191,16 +193,16 @@ TEST(ShutdownMonitorTest, UnlockRestartsTheIdleTimeAndALiveLockKeepsTheServer) {
 }
 
 TEST(EventLoopTest, TimersFireWhenNothingIsQueuedAndQuitComesFromAnyThread) {
-    platform::EventLoop loop;
-    struct Counter final : platform::MessageTarget {
+    splash::EventLoop loop;
+    struct Counter final : splash::MessageTarget {
         void Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) override {
-            if (message == platform::WM_TIMER) ticks += "t" + std::to_string(wParam);
+            if (message == splash::WM_TIMER) ticks += "t" + std::to_string(wParam);
         }
         std::string ticks;
     } target;
     loop.SetTimer(&target, 1, 0); // clamped to the shortest period
     loop.PostTask([] {});
-    platform::EventLoop::Message message;
+    splash::EventLoop::Message message;
     ASSERT_TRUE(loop.GetMessage(message));
     EXPECT_TRUE(static_cast<bool>(message.task)); // the posted task first
     ASSERT_TRUE(loop.GetMessage(message));
@@ -215,9 +217,9 @@ TEST(EventLoopTest, TimersFireWhenNothingIsQueuedAndQuitComesFromAnyThread) {
 
 TEST(ServerDeathTest, TheTickEndsTheRealProcessWithZero) {
     auto run = [] {
-        platform::EventLoop loop;
+        splash::EventLoop loop;
         CExeModule module(loop);
-        platform::NullWindowSystem windows(loop);
+        splash::NullWindowSystem windows(loop);
         NullSplashChecks checks;
         NullRecentLists recent;
         NullSplashPainter painter;

@@ -16,6 +16,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace splash;
+
 namespace {
 
 using namespace platform;

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+using namespace splash;
+
 using splash::Size;
 
 namespace {
@@ -167,7 +169,7 @@ TEST(SplashBitmaps, PaletteProcedureWritesTheCountBackAndMapsRowsBottomUp) {
     std::vector<std::uint8_t> dib = Dib(3, 2, 8, 256, {1, 2, 3, 0, 4, 5, 6, 0});
     splash::SurfacePtr const target(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 8, 4));
     splash::CairoPtr const cr(cairo_create(target.get()));
-    platform::Rect const reversed{6, 0, 5, 4};
+    splash::Rect const reversed{6, 0, 5, 4};
     EXPECT_EQ(splash::DrawThroughPalette(cr.get(), dib, 1, 1, 0xFF0000, &reversed), 2);
     EXPECT_EQ(splash::ReadInfoHeader(dib)->biClrUsed, 256u);
     EXPECT_EQ(Pixel(target.get(), 1, 1), 0x404040u);
@@ -179,7 +181,7 @@ TEST(SplashBitmaps, PaletteProcedureWritesTheCountBackAndMapsRowsBottomUp) {
     // 24 bits follow the header directly, blue first; a box the right way
     // round is filled.
     dib = Dib(2, -1, 24, 0, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0, 0});
-    platform::Rect const box{6, 0, 8, 4};
+    splash::Rect const box{6, 0, 8, 4};
     splash::DrawThroughPalette(cr.get(), dib, 0, 0, 0x00FF00, &box);
     EXPECT_EQ(splash::ReadInfoHeader(dib)->biClrUsed, 0u);
     EXPECT_EQ(Pixel(target.get(), 0, 0), 0x332211u);

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <string>
 
+using namespace splash;
+
 using splash::PaintTrace;
 using splash::SplashRequest;
 using splash::SurfacePtr;
@@ -262,7 +264,7 @@ TEST(SplashPlacement, LegalLineAndTheStatusStrip) {
 }
 
 TEST(SplashRoad, StatusChangeRepaintsOnlyTheStripAndThePaintChangesTheFields) {
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module(loop);
     splash::ImageWindowSystem windows;
     NullSplashChecks checks;
@@ -293,7 +295,7 @@ TEST(SplashRoad, StatusChangeRepaintsOnlyTheStripAndThePaintChangesTheFields) {
     window->UpdateWindow();
 
     int changedInside = 0, changedOutside = 0;
-    platform::Rect const strip = splash->State().StatusRect;
+    splash::Rect const strip = splash->State().StatusRect;
     for (int y = 0; y < 392; ++y) {
         for (int x = 0; x < 495; ++x) {
             bool const inside = x >= strip.left && x < strip.right && y >= strip.top;
@@ -317,9 +319,9 @@ public:
     std::string shown;
 };
 
-class NoHandler final : public platform::WindowHandler {
+class NoHandler final : public splash::WindowHandler {
 public:
-    void OnMessage(platform::Window&, std::uint32_t, std::uintptr_t, std::intptr_t) override {}
+    void OnMessage(splash::Window&, std::uint32_t, std::uintptr_t, std::intptr_t) override {}
 };
 
 } // namespace

@@ -2,12 +2,14 @@
 
 #include <splash/splashwindow.h>
 
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <support/scoped_locale.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+using namespace splash;
 
 namespace {
 
@@ -28,7 +30,7 @@ protected:
         return static_cast<CSplashWindow*>(made);
     }
 
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     CExeModule module;
     FakeWindowSystem windows;
     FakeChecks checks;
@@ -51,9 +53,9 @@ TEST_F(SplashWindowTest, CreationGivesDefaultsACentredHiddenWindowAndALock) {
     EXPECT_EQ(Narrow(s.Licensee.data()), "");
     EXPECT_EQ(s.TimeoutMs, 5000);
     EXPECT_TRUE(s.LowColourDisplay);
-    EXPECT_EQ(s.StatusRect, (platform::Rect{15, 362, 490, 392}));
-    EXPECT_EQ(s.LicenseeRect, (platform::Rect{15, 317, 490, 392}));
-    EXPECT_EQ(windows.window->rect, (platform::Rect{392, 204, 887, 596}));
+    EXPECT_EQ(s.StatusRect, (splash::Rect{15, 362, 490, 392}));
+    EXPECT_EQ(s.LicenseeRect, (splash::Rect{15, 317, 490, 392}));
+    EXPECT_EQ(windows.window->rect, (splash::Rect{392, 204, 887, 596}));
     EXPECT_FALSE(windows.window->visible);
     EXPECT_EQ(module.GetLockCount(), 1);
     EXPECT_EQ(splash->RefCount(), 1u);
@@ -171,13 +173,13 @@ TEST_F(SplashWindowTest, TimerRuleClickAndRepeatedShow) {
     splash->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
     FakeWindow& window = *windows.window;
 
-    window.Send(platform::WM_LBUTTONDOWN);
+    window.Send(splash::WM_LBUTTONDOWN);
     EXPECT_FALSE(window.visible);
     EXPECT_EQ(window.timers.count(CSplashWindow::kSplashTimer), 1u); // the timer goes on
 
     // The client still holds it: the tick hides and nothing more.
     window.visible = true;
-    window.Send(platform::WM_TIMER, CSplashWindow::kSplashTimer);
+    window.Send(splash::WM_TIMER, CSplashWindow::kSplashTimer);
     EXPECT_FALSE(window.visible);
     EXPECT_EQ(window.timers.count(CSplashWindow::kSplashTimer), 1u);
 
@@ -186,18 +188,18 @@ TEST_F(SplashWindowTest, TimerRuleClickAndRepeatedShow) {
     splash->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
     splash->Release();
     EXPECT_EQ(splash->RefCount(), 2u);
-    window.Send(platform::WM_TIMER, CSplashWindow::kSplashTimer);
+    window.Send(splash::WM_TIMER, CSplashWindow::kSplashTimer);
     EXPECT_EQ(splash->RefCount(), 2u);
 
     // The dormant branch: any other id with lParam 2 gives one reference back.
-    window.Send(platform::WM_TIMER, 7, 2);
+    window.Send(splash::WM_TIMER, 7, 2);
     EXPECT_EQ(splash->RefCount(), 1u);
-    window.Send(platform::WM_TIMER, 7, 0);
+    window.Send(splash::WM_TIMER, 7, 0);
     EXPECT_EQ(splash->RefCount(), 1u);
 
     // Now only the object's own reference is left: the tick ends the process.
     try {
-        window.Send(platform::WM_TIMER, CSplashWindow::kSplashTimer);
+        window.Send(splash::WM_TIMER, CSplashWindow::kSplashTimer);
         ADD_FAILURE() << "the process should have ended";
     } catch (ProcessExited const& exited) {
         EXPECT_EQ(exited.code, 0u);

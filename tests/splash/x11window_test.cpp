@@ -2,11 +2,11 @@
 // connection as another client on the desktop would see it.
 #include "fakes.h"
 
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <splash/splashimage.h>
 #include <splash/splashpaint.h>
 #include <splash/splashwindow.h>
-#include <splash/x11window.h>
+#include <splash/host/x11window.h>
 #include <support/xvfb.h>
 
 #include <gtest/gtest.h>
@@ -25,19 +25,21 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+using namespace splash;
+
 namespace {
 
 // Dispatches the loop's messages until done() holds or the time is up; a
 // ticking timer keeps the wait from blocking for good.
-bool RunUntil(platform::EventLoop& loop, std::function<bool()> const& done, int ms = 5000) {
-    struct Tick final : platform::MessageTarget {
+bool RunUntil(splash::EventLoop& loop, std::function<bool()> const& done, int ms = 5000) {
+    struct Tick final : splash::MessageTarget {
         void Deliver(std::uint32_t, std::uintptr_t, std::intptr_t) override {}
     } tick;
     loop.SetTimer(&tick, 1, 10);
     auto const deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
     bool met = done();
     while (!met && std::chrono::steady_clock::now() < deadline) {
-        platform::EventLoop::Message message;
+        splash::EventLoop::Message message;
         if (!loop.GetMessage(message)) break;
         loop.DispatchMessage(message);
         met = done();
@@ -48,7 +50,7 @@ bool RunUntil(platform::EventLoop& loop, std::function<bool()> const& done, int 
 
 class CountingPainter final : public SplashPainter {
 public:
-    void Paint(platform::Window& window, SplashState& state) override {
+    void Paint(splash::Window& window, SplashState& state) override {
         ++paints;
         painter_.Paint(window, state);
     }
@@ -60,7 +62,7 @@ private:
 
 // One splash object with no timer, on whatever window system it is given.
 struct Splash {
-    Splash(platform::EventLoop& loop, platform::WindowSystem& windows, SplashPainter& painter)
+    Splash(splash::EventLoop& loop, splash::WindowSystem& windows, SplashPainter& painter)
         : module(loop), services{windows, module, checks, recent, painter} {
         EXPECT_EQ(CSplashWindow::CreateInstance(services, &object), platform::S_OK);
         if (object != nullptr) object->SetSplashTimeout(-1);
@@ -91,7 +93,7 @@ struct ImageSplash {
         windows.LastWindow()->UpdateWindow();
         return windows.LastWindow()->Image();
     }
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     splash::ImageWindowSystem windows;
     CairoSplashPainter painter;
     Splash splash{loop, windows, painter};
@@ -135,7 +137,7 @@ public:
         return attributes.map_state;
     }
 
-    platform::Rect Geometry(::Window window) const {
+    splash::Rect Geometry(::Window window) const {
         ::Window root = 0;
         int x = 0, y = 0;
         unsigned w = 0, h = 0, border = 0, depth = 0;
@@ -262,7 +264,7 @@ protected:
     static ScopedXvfb* server_;
     std::optional<std::string> savedDisplay_;
     std::optional<Observer> observer_;
-    platform::EventLoop loop_;
+    splash::EventLoop loop_;
     std::unique_ptr<splash::XWindowSystem> windows_;
     CountingPainter painter_;
     std::optional<Splash> splash_;
@@ -278,7 +280,7 @@ TEST_F(XWindowTest, ABorderlessSplashAboveOthersCentredAndHiddenUntilShown) {
     EXPECT_FALSE(splash_->Object().State().LowColourDisplay);
 
     // No manager publishes a work area here: the screen is the area.
-    platform::Rect const centred{392, 204, 887, 596};
+    splash::Rect const centred{392, 204, 887, 596};
     RunUntil(loop_, [&] { return observer_->Geometry(id) == centred; });
     EXPECT_EQ(observer_->Geometry(id), centred);
     EXPECT_EQ(observer_->MapState(id), IsUnmapped);
@@ -343,7 +345,7 @@ TEST_F(XWindowTest, CentredOnTheCurrentDesktopsWorkArea) {
     XDeleteProperty(observer_->Get(), observer_->Root(), observer_->Intern("_NET_WORKAREA"));
     XDeleteProperty(observer_->Get(), observer_->Root(), observer_->Intern("_NET_CURRENT_DESKTOP"));
     ASSERT_NE(id, 0u);
-    platform::Rect const centred{252, 154, 747, 546};
+    splash::Rect const centred{252, 154, 747, 546};
     RunUntil(loop_, [&] { return observer_->Geometry(id) == centred; });
     EXPECT_EQ(observer_->Geometry(id), centred);
 }
@@ -380,7 +382,7 @@ TEST(XWindowSystem, AnEightBitScreenIsLowColourAndStillPaints) {
     // sends through it, which the leak check would report.
     ScopedXvfb server("1280x800x8", {"-extension", "MIT-SHM"});
     if (!server.Running()) GTEST_SKIP() << server.Failure();
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     std::unique_ptr<splash::XWindowSystem> windows =
         splash::XWindowSystem::Open(loop, server.Name().c_str());
     ASSERT_NE(windows, nullptr);
@@ -397,7 +399,7 @@ TEST(XWindowSystem, WithNoDisplayTheServerGoesOnWithoutShowing) {
     std::optional<std::string> saved;
     if (char const* old = std::getenv("DISPLAY")) saved = old;
     SetDisplayVariable(nullptr);
-    platform::EventLoop loop;
+    splash::EventLoop loop;
     EXPECT_EQ(splash::XWindowSystem::Open(loop), nullptr);
     EXPECT_EQ(splash::XWindowSystem::Open(loop, ":65000"), nullptr);
 

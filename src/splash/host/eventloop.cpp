@@ -1,4 +1,4 @@
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <systemd/sd-event.h>
 #include <unistd.h>
 
-namespace platform {
+namespace splash {
 
 struct EventLoop::Watch {
     EventLoop* loop = nullptr;
@@ -194,4 +194,4 @@ void EventLoop::RemoveWatch(int id) {
     std::erase_if(watches_, [id](auto const& w) { return w->id == id; });
 }
 
-} // namespace platform
+} // namespace splash

@@ -1,6 +1,6 @@
-#include <splash/x11window.h>
+#include <splash/host/x11window.h>
 
-#include <platform/nullwindow.h>
+#include <splash/host/nullwindow.h>
 #include <splash/cairoptr.h>
 #include <splash/splashpaint.h>
 
@@ -120,8 +120,8 @@ class XPopup;
 
 } // namespace
 
-struct XWindowSystem::Connection final : platform::MessageTarget {
-    Connection(platform::EventLoop& loop, DisplayPtr display)
+struct XWindowSystem::Connection final : splash::MessageTarget {
+    Connection(splash::EventLoop& loop, DisplayPtr display)
         : loop(loop), display(std::move(display)) {
         Display* const d = Get();
         screen = DefaultScreen(d);
@@ -172,9 +172,9 @@ struct XWindowSystem::Connection final : platform::MessageTarget {
         return values;
     }
 
-    platform::Rect WorkArea() {
+    splash::Rect WorkArea() {
         Display* const d = Get();
-        platform::Rect const screenRect{0, 0, DisplayWidth(d, screen), DisplayHeight(d, screen)};
+        splash::Rect const screenRect{0, 0, DisplayWidth(d, screen), DisplayHeight(d, screen)};
         std::vector<long> const areas = Cardinals(root, atoms[kWorkArea]);
         std::vector<long> const current = Cardinals(root, atoms[kCurrentDesktop]);
         if (areas.size() < 4) return screenRect;
@@ -182,13 +182,13 @@ struct XWindowSystem::Connection final : platform::MessageTarget {
         std::size_t desktop = current.empty() ? 0 : static_cast<std::size_t>(current[0]);
         if (desktop >= areas.size() / 4) desktop = 0;
         long const* a = &areas[4 * desktop];
-        platform::Rect const area{static_cast<std::int32_t>(a[0]), static_cast<std::int32_t>(a[1]),
+        splash::Rect const area{static_cast<std::int32_t>(a[0]), static_cast<std::int32_t>(a[1]),
                                   static_cast<std::int32_t>(a[0] + a[2]),
                                   static_cast<std::int32_t>(a[1] + a[3])};
         return area.Width() > 0 && area.Height() > 0 ? area : screenRect;
     }
 
-    platform::EventLoop& loop;
+    splash::EventLoop& loop;
     DisplayPtr display;
     int screen = 0;
     ::Window root = 0;
@@ -219,7 +219,7 @@ private:
     ::Window id_;
 };
 
-::Window CreateXWindow(XWindowSystem::Connection& x, platform::Rect const& rect) {
+::Window CreateXWindow(XWindowSystem::Connection& x, splash::Rect const& rect) {
     Display* const d = x.Get();
     XSetWindowAttributes attributes{};
     // The platform's default brush, which a paint draws over.
@@ -231,10 +231,10 @@ private:
                          InputOutput, CopyFromParent, CWBackPixel | CWEventMask, &attributes);
 }
 
-class XPopup final : public platform::Window, private platform::MessageTarget {
+class XPopup final : public splash::Window, private splash::MessageTarget {
 public:
-    XPopup(XWindowSystem::Connection& x, platform::WindowHandler& handler,
-           platform::Rect const& rect)
+    XPopup(XWindowSystem::Connection& x, splash::WindowHandler& handler,
+           splash::Rect const& rect)
         : x_(x), handler_(handler), window_(x.Get(), CreateXWindow(x, rect)), rect_(rect) {
         x_.windows[window_.Id()] = this;
         DescribeToWindowManager();
@@ -249,7 +249,7 @@ public:
     }
 
     void Create() {
-        handler_.OnMessage(*this, platform::WM_CREATE, 0, 0);
+        handler_.OnMessage(*this, splash::WM_CREATE, 0, 0);
         x_.Settle();
     }
 
@@ -264,7 +264,7 @@ public:
             if (event.xbutton.button == Button1) {
                 auto const x = static_cast<std::uint16_t>(event.xbutton.x);
                 auto const y = static_cast<std::uint16_t>(event.xbutton.y);
-                x_.loop.PostMessage(this, platform::WM_LBUTTONDOWN, kMkLButton,
+                x_.loop.PostMessage(this, splash::WM_LBUTTONDOWN, kMkLButton,
                                     static_cast<std::intptr_t>(std::uint32_t{y} << 16 | x));
             }
             break;
@@ -292,7 +292,7 @@ public:
 
     void ShowWindow(int command) override {
         Display* const d = x_.Get();
-        if (command == platform::SW_HIDE) {
+        if (command == splash::SW_HIDE) {
             if (shown_) XWithdrawWindow(d, window_.Id(), x_.screen);
             shown_ = false;
         } else if (!shown_) {
@@ -303,9 +303,9 @@ public:
         x_.Settle();
     }
 
-    platform::Rect GetWindowRect() override { return rect_; }
+    splash::Rect GetWindowRect() override { return rect_; }
 
-    void SetTopmost(platform::Rect const& rect) override {
+    void SetTopmost(splash::Rect const& rect) override {
         Display* const d = x_.Get();
         Resize(rect);
         rect_ = rect;
@@ -335,13 +335,13 @@ public:
     }
 
     void Move(std::int32_t x, std::int32_t y) override {
-        rect_ = platform::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
+        rect_ = splash::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
         XMoveWindow(x_.Get(), window_.Id(), x, y);
         x_.Settle();
     }
 
-    void InvalidateRect(platform::Rect const* rect, bool) override {
-        AddDamage(rect != nullptr ? *rect : platform::Rect{0, 0, rect_.Width(), rect_.Height()});
+    void InvalidateRect(splash::Rect const* rect, bool) override {
+        AddDamage(rect != nullptr ? *rect : splash::Rect{0, 0, rect_.Width(), rect_.Height()});
     }
 
     void SetTimer(std::uintptr_t id, std::uint32_t periodMs) override {
@@ -350,13 +350,13 @@ public:
     void KillTimer(std::uintptr_t id) override { x_.loop.KillTimer(this, id); }
 
     // The desktop's work area, which on several monitors spans them all.
-    platform::Rect MonitorWorkArea() override { return x_.WorkArea(); }
+    splash::Rect MonitorWorkArea() override { return x_.WorkArea(); }
 
     // Drawn off the screen and copied on in one piece: a paint builds the
     // splash up in layers, which the screen would show one by one.
-    platform::PaintSurface BeginPaint() override {
-        platform::Rect const whole{0, 0, rect_.Width(), rect_.Height()};
-        platform::Rect area = damage_.value_or(whole);
+    splash::PaintSurface BeginPaint() override {
+        splash::Rect const whole{0, 0, rect_.Width(), rect_.Height()};
+        splash::Rect area = damage_.value_or(whole);
         area = {std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, whole.right),
                 std::min(area.bottom, whole.bottom)};
         if (area.Width() <= 0 || area.Height() <= 0) area = {0, 0, 1, 1};
@@ -371,7 +371,7 @@ public:
         return {painting_.get(), x_.pixelsPerInch};
     }
 
-    void EndPaint(platform::PaintSurface const&) override {
+    void EndPaint(splash::PaintSurface const&) override {
         painting_.reset();
         if (offScreen_) {
             cairo_surface_flush(offScreen_.get());
@@ -395,7 +395,7 @@ public:
 
 private:
     void Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override {
-        if (message == platform::WM_PAINT) {
+        if (message == splash::WM_PAINT) {
             paintPending_ = false;
             // What is drawn on a window out of view is lost; the exposure
             // that comes with its map asks again.
@@ -433,9 +433,9 @@ private:
         XDestroyImage(image);
     }
 
-    void AddDamage(platform::Rect const& add) {
+    void AddDamage(splash::Rect const& add) {
         if (damage_) {
-            damage_ = platform::Rect{
+            damage_ = splash::Rect{
                 std::min(damage_->left, add.left), std::min(damage_->top, add.top),
                 std::max(damage_->right, add.right), std::max(damage_->bottom, add.bottom)};
         } else {
@@ -447,7 +447,7 @@ private:
     void PostPaint() {
         if (paintPending_) return;
         paintPending_ = true;
-        x_.loop.PostMessage(this, platform::WM_PAINT, 0, 0);
+        x_.loop.PostMessage(this, splash::WM_PAINT, 0, 0);
     }
 
     void DescribeToWindowManager() {
@@ -500,7 +500,7 @@ private:
         XSetWMNormalHints(x_.Get(), window_.Id(), &hints);
     }
 
-    void Resize(platform::Rect const& rect) {
+    void Resize(splash::Rect const& rect) {
         if (rect.Width() == rect_.Width() && rect.Height() == rect_.Height()) return;
         rect_ = rect;
         if (surface_) {
@@ -511,14 +511,14 @@ private:
     }
 
     XWindowSystem::Connection& x_;
-    platform::WindowHandler& handler_;
+    splash::WindowHandler& handler_;
     XWindowHandle window_; // before the surface, which draws on it
-    platform::Rect rect_;
+    splash::Rect rect_;
     SurfacePtr surface_;   // for screens that take no image as it is
     SurfacePtr offScreen_; // while a paint is under way
     CairoPtr painting_;
-    platform::Rect painted_;
-    std::optional<platform::Rect> damage_; // in window coordinates
+    splash::Rect painted_;
+    std::optional<splash::Rect> damage_; // in window coordinates
     bool paintPending_ = false;
     bool shown_ = false;    // mapped at our request
     bool viewable_ = false; // mapped as the server last told
@@ -543,7 +543,7 @@ XWindowSystem::XWindowSystem(std::unique_ptr<Connection> connection)
 
 XWindowSystem::~XWindowSystem() = default;
 
-std::unique_ptr<XWindowSystem> XWindowSystem::Open(platform::EventLoop& loop,
+std::unique_ptr<XWindowSystem> XWindowSystem::Open(splash::EventLoop& loop,
                                                    char const* displayName) {
     static std::once_flag handlerSet;
     std::call_once(handlerSet, [] { XSetErrorHandler(IgnoreProtocolError); });
@@ -555,8 +555,8 @@ std::unique_ptr<XWindowSystem> XWindowSystem::Open(platform::EventLoop& loop,
     return std::unique_ptr<XWindowSystem>(new XWindowSystem(std::move(connection)));
 }
 
-std::unique_ptr<platform::Window> XWindowSystem::CreatePopup(platform::WindowHandler& handler,
-                                                             platform::Rect const& rect) {
+std::unique_ptr<splash::Window> XWindowSystem::CreatePopup(splash::WindowHandler& handler,
+                                                             splash::Rect const& rect) {
     auto window = std::make_unique<XPopup>(*connection_, handler, rect);
     window->Create();
     return window;
@@ -566,12 +566,12 @@ int XWindowSystem::ScreenColourBits() {
     return DefaultDepth(connection_->Get(), connection_->screen);
 }
 
-SplashScreen OpenSplashScreen(platform::EventLoop& loop) {
+SplashScreen OpenSplashScreen(splash::EventLoop& loop) {
     if (std::unique_ptr<XWindowSystem> x = XWindowSystem::Open(loop)) {
         return {std::move(x), std::make_unique<CairoSplashPainter>()};
     }
     std::fputs("orvelsplash: no display; serving calls without showing the splash\n", stderr);
-    return {std::make_unique<platform::NullWindowSystem>(loop),
+    return {std::make_unique<splash::NullWindowSystem>(loop),
             std::make_unique<NullSplashPainter>()};
 }
 

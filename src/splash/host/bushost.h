@@ -3,7 +3,7 @@
 // and the control panel's refresh.
 #pragma once
 
-#include <platform/eventloop.h>
+#include <splash/host/eventloop.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
@@ -12,9 +12,11 @@
 
 #include <systemd/sd-bus.h>
 
+namespace splash {
+
 class BusClassHost final : public ClassObjectHost {
 public:
-    explicit BusClassHost(platform::EventLoop& loop) : loop_(loop) {}
+    explicit BusClassHost(splash::EventLoop& loop) : loop_(loop) {}
     ~BusClassHost() override;
 
     // Connects to the session bus. Without one the server still runs its
@@ -40,7 +42,7 @@ private:
     // Gives back the client's reference, once.
     void ReleaseClient();
 
-    platform::EventLoop& loop_;
+    splash::EventLoop& loop_;
     sd_bus* bus_ = nullptr;
     int busError_ = 0;
     int watch_ = -1;
@@ -64,7 +66,6 @@ public:
 
     static std::string ServiceFilePath();
     static std::string InterfaceFilePath();
-    static char const* IntrospectionXml();
 };
 
 // The control panel's refresh over the bus: called, and waited for within
@@ -77,3 +78,5 @@ public:
 private:
     BusClassHost& host_;
 };
+
+} // namespace splash

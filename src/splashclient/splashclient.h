@@ -1,30 +1,16 @@
-// The splash server as its clients reach it over the session bus, and the
-// names both sides agree on. A client creates a splash (which starts a
+// The splash server as its clients reach it over the session bus. A client creates a splash (which starts a
 // server process of its own), calls it, and releases it; leaving the bus
 // releases it too.
 #pragma once
 
-#include <util/export.h>
+#include <platform/busclient.h>
+#include <platform/export.h>
+#include <splashclient/splashprotocol.h>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 
-namespace splashbus {
-
-// The name a waiting server owns; a create call takes it out of view, so the
-// next client's activation starts a new process.
-inline constexpr char kServiceName[] = "com.orveltech.Splash";
-inline constexpr char kFactoryPath[] = "/com/orveltech/Splash";
-inline constexpr char kFactoryInterface[] = "com.orveltech.Splash.ClassFactory";
-inline constexpr char kObjectPathPrefix[] = "/com/orveltech/Splash/SplashWindow";
-inline constexpr char kInterface[] = "com.orveltech.Splash.ISplashWindow";
-// The desktop's control panel, told when a recent list changes.
-inline constexpr char kControlPanelName[] = "com.orveltech.ControlPanel";
-inline constexpr char kControlPanelPath[] = "/com/orveltech/ControlPanel";
-inline constexpr char kControlPanelInterface[] = "com.orveltech.ControlPanel";
-
-} // namespace splashbus
 
 // Texts are UTF-8, as the bus carries them. Each call answers 0 on success or
 // a negative errno-style code with the bus's message in LastError().
@@ -60,11 +46,11 @@ public:
     std::string const& LastError() const { return lastError_; }
 
 private:
-    struct Bus;
-    SplashClient(std::unique_ptr<Bus> bus, std::string server, std::string path);
-    template <class... Args> int Call(char const* method, char const* signature, Args... args);
+    SplashClient(std::unique_ptr<platform::BusConnection> bus, std::string server,
+                 std::string path);
+    template <class... Args> int Call(splashbus::Method method, Args const&... args);
 
-    std::unique_ptr<Bus> bus_;
+    std::unique_ptr<platform::BusConnection> bus_;
     std::string server_; // the server's unique name
     std::string path_;
     std::uint32_t serverPid_ = 0;

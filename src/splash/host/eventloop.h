@@ -6,7 +6,7 @@
 // other threads wake it through an eventfd.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <chrono>
 #include <cstdint>
@@ -16,7 +16,7 @@
 #include <mutex>
 #include <vector>
 
-namespace platform {
+namespace splash {
 
 enum : std::uint32_t {
     WM_CREATE = 0x0001,
@@ -100,4 +100,4 @@ private:
     int nextWatchId_ = 1;
 };
 
-} // namespace platform
+} // namespace splash

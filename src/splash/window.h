@@ -2,8 +2,8 @@
 // same on a real display, with no display, and against a test's fake.
 #pragma once
 
-#include <platform/eventloop.h>
-#include <util/export.h>
+#include <splash/host/eventloop.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +12,7 @@
 // declared here rather than included.
 typedef struct _cairo cairo_t;
 
-namespace platform {
+namespace splash {
 
 struct Rect {
     std::int32_t left = 0;
@@ -79,4 +79,4 @@ public:
     virtual int ScreenColourBits() = 0;
 };
 
-} // namespace platform
+} // namespace splash

@@ -1,6 +1,6 @@
-#include <platform/nullwindow.h>
+#include <splash/host/nullwindow.h>
 
-namespace platform {
+namespace splash {
 namespace {
 
 class NullWindow final : public Window, private MessageTarget {
@@ -54,4 +54,4 @@ std::unique_ptr<Window> NullWindowSystem::CreatePopup(WindowHandler& handler, Re
     return window;
 }
 
-} // namespace platform
+} // namespace splash

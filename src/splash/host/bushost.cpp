@@ -1,8 +1,8 @@
-#include <splash/bushost.h>
+#include <splash/host/bushost.h>
 
 #include <platform/codepage.h>
 #include <platform/registry.h>
-#include <platform/splashclient.h>
+#include <splashclient/splashprotocol.h>
 #include <splash/module.h>
 #include <splash/textcopy.h>
 
@@ -12,10 +12,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <array>
 #include <filesystem>
+#include <memory>
 #include <fstream>
 #include <string>
+#include <vector>
+
 #include <unistd.h>
+
+namespace splash {
 
 namespace {
 
@@ -23,8 +29,6 @@ using platform::HKEY;
 using platform::HKEY_CLASSES_ROOT;
 
 constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
-constexpr char kInUse[] = "com.orveltech.Splash.Error.InUse";
-constexpr char kCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
 
 // The identities the store carries for the class.
 constexpr char kClsid[] = "{8026C20A-A6F4-4CFE-87BC-0A181CDD6FEF}";
@@ -69,46 +73,43 @@ std::string ProgramPath() {
 
 } // namespace
 
-// The methods, in the interface's order; every one answers success.
-static sd_bus_vtable const kObjectVtable[] = {
-    SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD_WITH_NAMES("ShowSplash", "ssnnnns",
-                             SD_BUS_PARAM(bstrTitle) SD_BUS_PARAM(bstrSubtitle)
-                                 SD_BUS_PARAM(nMajorVersion) SD_BUS_PARAM(nMinorVersion)
-                                     SD_BUS_PARAM(nCopyrightFrom) SD_BUS_PARAM(nCopyrightTo)
-                                         SD_BUS_PARAM(bstrLicensee),
-                             "", , BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("SetStatusText", "s", SD_BUS_PARAM(bstrStatus), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("SetLicenseeText", "s", SD_BUS_PARAM(bstrLicensee), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("AddToRecentAppList", "ss",
-                             SD_BUS_PARAM(bstrAppPath) SD_BUS_PARAM(bstrAppTitle), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("AddToRecentDocList", "ss",
-                             SD_BUS_PARAM(bstrDocumentPath) SD_BUS_PARAM(bstrAppOpenWith), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("TestUserRegistration", "", "", BusClassHost::OnMethod,
-                  SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("HideSplash", "", "", BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("SetSplashTimeout", "n", SD_BUS_PARAM(nTimeout), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("CheckLicenseExpiration", "s", SD_BUS_PARAM(bstrLicense), "", ,
-                             BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("ShowSplash2", "sssnns",
-                             SD_BUS_PARAM(bstrTitle) SD_BUS_PARAM(bstrSubtitle)
-                                 SD_BUS_PARAM(bstrVersion) SD_BUS_PARAM(nCopyrightFrom)
-                                     SD_BUS_PARAM(nCopyrightTo) SD_BUS_PARAM(bstrLicensee),
-                             "", , BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    // The client's reference goes back with this, or when it leaves the bus.
-    SD_BUS_METHOD("Release", "", "", BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_VTABLE_END};
-
+// The factory's one method, and the splash object's methods as the
+// interface's table gives them; every one answers success.
 static sd_bus_vtable const kFactoryVtable[] = {
     SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD_WITH_NAMES("CreateInstance", "", , "o", SD_BUS_PARAM(object),
+    SD_BUS_METHOD_WITH_NAMES(splashbus::kCreateMethod, "", , "o", SD_BUS_PARAM(object),
                              BusClassHost::OnCreateInstance, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
+
+namespace {
+
+// The bus wants each method's argument names as one block of NUL-ended
+// names; the blocks live as long as the process.
+struct ObjectVtable {
+    std::array<std::string, splashbus::kMethodCount> names;
+    std::vector<sd_bus_vtable> entries;
+
+    ObjectVtable() {
+        entries.push_back(SD_BUS_VTABLE_START(0));
+        for (std::size_t i = 0; i < splashbus::kMethodCount; ++i) {
+            splashbus::MethodSpec const& method = splashbus::kMethods[i];
+            for (std::size_t a = 0; method.signature[a] != '\0'; ++a)
+                names[i].append(method.arguments[a]).push_back('\0');
+            entries.push_back(SD_BUS_METHOD_WITH_NAMES(method.name, method.signature,
+                                                       names[i].c_str(), "", ,
+                                                       BusClassHost::OnMethod,
+                                                       SD_BUS_VTABLE_UNPRIVILEGED));
+        }
+        entries.push_back(SD_BUS_VTABLE_END);
+    }
+};
+
+sd_bus_vtable const* ObjectVtableEntries() {
+    static ObjectVtable const vtable;
+    return vtable.entries.data();
+}
+
+} // namespace
 
 BusClassHost::~BusClassHost() {
     Uninitialize();
@@ -179,18 +180,18 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
     auto* host = static_cast<BusClassHost*>(user);
     // Single use: one process, one splash, one client.
     if (host->created_ || host->factory_ == nullptr)
-        return sd_bus_error_set(error, kInUse, "this server already serves its client");
+        return sd_bus_error_set(error, splashbus::kErrorInUse, "this server already serves its client");
     ISplashWindow* object = nullptr;
     HRESULT const hr = host->factory_->CreateInstance(&object);
     if (platform::FAILED(hr))
-        return sd_bus_error_setf(error, kCreateFailed, "the splash could not be made (0x%08X)",
+        return sd_bus_error_setf(error, splashbus::kErrorCreateFailed, "the splash could not be made (0x%08X)",
                                  static_cast<unsigned>(hr));
     host->created_ = true;
     host->object_ = object;
     host->client_ = sd_bus_message_get_sender(m) != nullptr ? sd_bus_message_get_sender(m) : "";
     std::string const path = ObjectPath();
     sd_bus_add_object_vtable(host->bus_, &host->objectSlot_, path.c_str(), splashbus::kInterface,
-                             kObjectVtable, host);
+                             ObjectVtableEntries(), host);
     if (!host->client_.empty()) {
         sd_bus_match_signal(host->bus_, &host->clientWatch_, "org.freedesktop.DBus",
                             "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged",
@@ -229,54 +230,72 @@ int BusClassHost::OnMethod(sd_bus_message* m, void* user, sd_bus_error* error) {
     }
 }
 
+namespace {
+
+// A call's arguments as read off the message, by the method's signature.
+struct CallArguments {
+    std::vector<std::unique_ptr<Utf8Bstr>> texts;
+    std::vector<std::int16_t> numbers;
+
+    BSTR Text(std::size_t i) const { return *texts[i]; }
+    std::int16_t Number(std::size_t i) const { return numbers[i]; }
+
+    int Read(sd_bus_message* m, char const* signature) {
+        for (char const* type = signature; *type != '\0'; ++type) {
+            int rc = 0;
+            if (*type == 's') {
+                char const* text = nullptr;
+                rc = sd_bus_message_read_basic(m, 's', &text);
+                if (rc >= 0) texts.push_back(std::make_unique<Utf8Bstr>(text));
+            } else {
+                std::int16_t number = 0;
+                rc = sd_bus_message_read_basic(m, 'n', &number);
+                numbers.push_back(number);
+            }
+            if (rc < 0) return rc;
+        }
+        return 0;
+    }
+};
+
+using Invoke = void (*)(ISplashWindow& object, CallArguments const& a);
+
+// What each method does with the object, in the interface's order.
+constexpr Invoke kInvokers[splashbus::kMethodCount] = {
+    [](ISplashWindow& o, CallArguments const& a) {
+        o.ShowSplash(a.Text(0), a.Text(1), a.Number(0), a.Number(1), a.Number(2), a.Number(3),
+                     a.Text(2));
+    },
+    [](ISplashWindow& o, CallArguments const& a) { o.SetStatusText(a.Text(0)); },
+    [](ISplashWindow& o, CallArguments const& a) { o.SetLicenseeText(a.Text(0)); },
+    [](ISplashWindow& o, CallArguments const& a) { o.AddToRecentAppList(a.Text(0), a.Text(1)); },
+    [](ISplashWindow& o, CallArguments const& a) { o.AddToRecentDocList(a.Text(0), a.Text(1)); },
+    [](ISplashWindow& o, CallArguments const&) { o.TestUserRegistration(); },
+    [](ISplashWindow& o, CallArguments const&) { o.HideSplash(); },
+    [](ISplashWindow& o, CallArguments const& a) { o.SetSplashTimeout(a.Number(0)); },
+    [](ISplashWindow& o, CallArguments const& a) { o.CheckLicenseExpiration(a.Text(0)); },
+    [](ISplashWindow& o, CallArguments const& a) {
+        o.ShowSplash2(a.Text(0), a.Text(1), a.Text(2), a.Number(0), a.Number(1), a.Text(3));
+    },
+    nullptr, // Release: the host's own
+};
+
+} // namespace
+
 int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
-    std::string const member = sd_bus_message_get_member(m);
-    if (member == "Release") {
+    splashbus::Method method{};
+    if (!splashbus::FindMethod(sd_bus_message_get_member(m), &method))
+        return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "no such method");
+    if (method == splashbus::Method::Release) {
         ReleaseClient();
         return sd_bus_reply_method_return(m, "");
     }
     ISplashWindow* object = object_;
     if (object == nullptr) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_OBJECT, "released");
-    char const* s[6] = {};
-    std::int16_t n[4] = {};
-    int rc = 0;
-    if (member == "ShowSplash") {
-        rc = sd_bus_message_read(m, "ssnnnns", &s[0], &s[1], &n[0], &n[1], &n[2], &n[3], &s[2]);
-        if (rc >= 0)
-            object->ShowSplash(Utf8Bstr(s[0]), Utf8Bstr(s[1]), n[0], n[1], n[2], n[3],
-                               Utf8Bstr(s[2]));
-    } else if (member == "ShowSplash2") {
-        rc = sd_bus_message_read(m, "sssnns", &s[0], &s[1], &s[2], &n[0], &n[1], &s[3]);
-        if (rc >= 0)
-            object->ShowSplash2(Utf8Bstr(s[0]), Utf8Bstr(s[1]), Utf8Bstr(s[2]), n[0], n[1],
-                                Utf8Bstr(s[3]));
-    } else if (member == "SetStatusText" || member == "SetLicenseeText" ||
-               member == "CheckLicenseExpiration") {
-        rc = sd_bus_message_read(m, "s", &s[0]);
-        if (rc >= 0) {
-            Utf8Bstr const text(s[0]);
-            if (member == "SetStatusText")
-                object->SetStatusText(text);
-            else if (member == "SetLicenseeText")
-                object->SetLicenseeText(text);
-            else
-                object->CheckLicenseExpiration(text);
-        }
-    } else if (member == "AddToRecentAppList" || member == "AddToRecentDocList") {
-        rc = sd_bus_message_read(m, "ss", &s[0], &s[1]);
-        if (rc >= 0 && member == "AddToRecentAppList")
-            object->AddToRecentAppList(Utf8Bstr(s[0]), Utf8Bstr(s[1]));
-        else if (rc >= 0)
-            object->AddToRecentDocList(Utf8Bstr(s[0]), Utf8Bstr(s[1]));
-    } else if (member == "SetSplashTimeout") {
-        rc = sd_bus_message_read(m, "n", &n[0]);
-        if (rc >= 0) object->SetSplashTimeout(n[0]);
-    } else if (member == "TestUserRegistration") {
-        object->TestUserRegistration();
-    } else if (member == "HideSplash") {
-        object->HideSplash();
-    }
+    CallArguments arguments;
+    int const rc = arguments.Read(m, splashbus::Spec(method).signature);
     if (rc < 0) return rc;
+    kInvokers[static_cast<std::size_t>(method)](*object, arguments);
     return sd_bus_reply_method_return(m, "");
 }
 
@@ -397,7 +416,7 @@ HRESULT BusClassRegistrar::RegisterServer() {
                 {iface + "\\TypeLib", nullptr, kLibId},
                 {iface + "\\TypeLib", "Version", "1.0"}});
     if (platform::FAILED(hr)) return hr;
-    hr = WriteFile(InterfaceFilePath(), IntrospectionXml());
+    hr = WriteFile(InterfaceFilePath(), splashbus::IntrospectionXml());
     if (platform::FAILED(hr)) return hr;
     return WriteFile(ServiceFilePath(), std::string("[D-BUS Service]\nName=") +
                                             splashbus::kServiceName + "\nExec=" + ProgramPath() +
@@ -412,44 +431,6 @@ HRESULT BusClassRegistrar::UnregisterServer() {
     hr = RemoveFile(InterfaceFilePath());
     if (platform::FAILED(hr)) return hr;
     return RemoveFile(ServiceFilePath());
-}
-
-char const* BusClassRegistrar::IntrospectionXml() {
-    return R"xml(<!DOCTYPE node PUBLIC "-//freedesktop//DTD D-BUS Object Introspection 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd">
-<!-- ISplashWindow Interface 13.1 -->
-<node>
-  <interface name="com.orveltech.Splash.ClassFactory">
-    <method name="CreateInstance"><arg name="object" type="o" direction="out"/></method>
-  </interface>
-  <interface name="com.orveltech.Splash.ISplashWindow">
-    <method name="ShowSplash">
-      <arg name="bstrTitle" type="s" direction="in"/><arg name="bstrSubtitle" type="s" direction="in"/>
-      <arg name="nMajorVersion" type="n" direction="in"/><arg name="nMinorVersion" type="n" direction="in"/>
-      <arg name="nCopyrightFrom" type="n" direction="in"/><arg name="nCopyrightTo" type="n" direction="in"/>
-      <arg name="bstrLicensee" type="s" direction="in"/>
-    </method>
-    <method name="SetStatusText"><arg name="bstrStatus" type="s" direction="in"/></method>
-    <method name="SetLicenseeText"><arg name="bstrLicensee" type="s" direction="in"/></method>
-    <method name="AddToRecentAppList">
-      <arg name="bstrAppPath" type="s" direction="in"/><arg name="bstrAppTitle" type="s" direction="in"/>
-    </method>
-    <method name="AddToRecentDocList">
-      <arg name="bstrDocumentPath" type="s" direction="in"/><arg name="bstrAppOpenWith" type="s" direction="in"/>
-    </method>
-    <method name="TestUserRegistration"/>
-    <method name="HideSplash"/>
-    <method name="SetSplashTimeout"><arg name="nTimeout" type="n" direction="in"/></method>
-    <method name="CheckLicenseExpiration"><arg name="bstrLicense" type="s" direction="in"/></method>
-    <method name="ShowSplash2">
-      <arg name="bstrTitle" type="s" direction="in"/><arg name="bstrSubtitle" type="s" direction="in"/>
-      <arg name="bstrVersion" type="s" direction="in"/><arg name="nCopyrightFrom" type="n" direction="in"/>
-      <arg name="nCopyrightTo" type="n" direction="in"/><arg name="bstrLicensee" type="s" direction="in"/>
-    </method>
-    <method name="Release"/>
-  </interface>
-</node>
-)xml";
 }
 
 // The control panel ------------------------------------------------------------
@@ -477,3 +458,5 @@ void BusControlPanel::SendRefresh(std::uint32_t message) {
     // What arrived during the wait is handled once this call has returned.
     host_.ScheduleProcess();
 }
+
+} // namespace splash

@@ -4,11 +4,11 @@
 // whole roads.
 #pragma once
 
-#include <platform/eventloop.h>
-#include <platform/window.h>
-#include <util/export.h>
+#include <splash/host/eventloop.h>
+#include <splash/window.h>
+#include <platform/export.h>
 
-namespace platform {
+namespace splash {
 
 class SORVANE_API NullWindowSystem final : public WindowSystem {
 public:
@@ -25,4 +25,4 @@ private:
     EventLoop& loop_;
 };
 
-} // namespace platform
+} // namespace splash

@@ -1,0 +1,87 @@
+// The splash server's interface on the session bus, described once: the
+// names both sides agree on and the methods with their arguments. The
+// server's dispatch and its introspection text, and the client's calls, are
+// all made from this table.
+#pragma once
+
+#include <platform/export.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace splashbus {
+
+// The name a waiting server owns; a create call takes it out of view, so the
+// next client's activation starts a new process.
+inline constexpr char kServiceName[] = "com.orveltech.Splash";
+inline constexpr char kFactoryPath[] = "/com/orveltech/Splash";
+inline constexpr char kFactoryInterface[] = "com.orveltech.Splash.ClassFactory";
+inline constexpr char kCreateMethod[] = "CreateInstance";
+inline constexpr char kObjectPathPrefix[] = "/com/orveltech/Splash/SplashWindow";
+inline constexpr char kInterface[] = "com.orveltech.Splash.ISplashWindow";
+// The errors a create call can answer.
+inline constexpr char kErrorInUse[] = "com.orveltech.Splash.Error.InUse";
+inline constexpr char kErrorCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
+// The desktop's control panel, told when a recent list changes.
+inline constexpr char kControlPanelName[] = "com.orveltech.ControlPanel";
+inline constexpr char kControlPanelPath[] = "/com/orveltech/ControlPanel";
+inline constexpr char kControlPanelInterface[] = "com.orveltech.ControlPanel";
+
+// The splash object's methods, in the interface's order.
+enum class Method : std::size_t {
+    ShowSplash,
+    SetStatusText,
+    SetLicenseeText,
+    AddToRecentAppList,
+    AddToRecentDocList,
+    TestUserRegistration,
+    HideSplash,
+    SetSplashTimeout,
+    CheckLicenseExpiration,
+    ShowSplash2,
+    // The client's reference goes back with this, or when it leaves the bus.
+    Release,
+};
+inline constexpr std::size_t kMethodCount = static_cast<std::size_t>(Method::Release) + 1;
+inline constexpr std::size_t kMaxArguments = 7;
+
+// A method takes texts ('s', UTF-8) and 16-bit numbers ('n'), and answers
+// nothing.
+struct MethodSpec {
+    char const* name;
+    char const* signature; // one type character per argument
+    char const* arguments[kMaxArguments];
+};
+
+inline constexpr MethodSpec kMethods[kMethodCount] = {
+    {"ShowSplash",
+     "ssnnnns",
+     {"bstrTitle", "bstrSubtitle", "nMajorVersion", "nMinorVersion", "nCopyrightFrom",
+      "nCopyrightTo", "bstrLicensee"}},
+    {"SetStatusText", "s", {"bstrStatus"}},
+    {"SetLicenseeText", "s", {"bstrLicensee"}},
+    {"AddToRecentAppList", "ss", {"bstrAppPath", "bstrAppTitle"}},
+    {"AddToRecentDocList", "ss", {"bstrDocumentPath", "bstrAppOpenWith"}},
+    {"TestUserRegistration", "", {}},
+    {"HideSplash", "", {}},
+    {"SetSplashTimeout", "n", {"nTimeout"}},
+    {"CheckLicenseExpiration", "s", {"bstrLicense"}},
+    {"ShowSplash2",
+     "sssnns",
+     {"bstrTitle", "bstrSubtitle", "bstrVersion", "nCopyrightFrom", "nCopyrightTo",
+      "bstrLicensee"}},
+    {"Release", "", {}},
+};
+
+constexpr MethodSpec const& Spec(Method method) {
+    return kMethods[static_cast<std::size_t>(method)];
+}
+
+// The method of that name; false when there is none.
+SORVANE_API bool FindMethod(std::string_view name, Method* method);
+
+// The interface's description as the bus's introspection format gives it.
+SORVANE_API std::string IntrospectionXml();
+
+} // namespace splashbus
