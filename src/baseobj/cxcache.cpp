@@ -10,8 +10,6 @@ namespace {
 
 // Checks and log lines report the unit's name, not the source path, and the
 // caller's line.
-constexpr char kUnit[] = "baseobj/cxcache";
-using Check = UnitChecks<kUnit>;
 
 // Milliseconds of a monotonic clock as a 32-bit tick count, which wraps:
 // access times compare as unsigned 32-bit words.
@@ -74,7 +72,7 @@ void CreateableCache::Set(CacheObject* pcxo, Createable* pcreateable) {
 }
 
 char CreateableCache::Add(std::int32_t nKey, Createable* pcreateable) {
-    Check::Assert(pcreateable != nullptr, "pcreateableA");
+    SV_ASSERT(pcreateable != nullptr, "pcreateableA");
     Trim();
     if (CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyNum(NumKey(nKey)))) {
         Set(pcxo, pcreateable);
@@ -87,8 +85,8 @@ char CreateableCache::Add(std::int32_t nKey, Createable* pcreateable) {
 }
 
 char CreateableCache::Add(char const* szKey, Createable* pcreateable) {
-    Check::Assert(szKey != nullptr, "szKey");
-    Check::Assert(pcreateable != nullptr, "pcreateableA");
+    SV_ASSERT(szKey != nullptr, "szKey");
+    SV_ASSERT(pcreateable != nullptr, "pcreateableA");
     Trim();
     if (CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyString(szKey))) {
         Set(pcxo, pcreateable);
@@ -112,7 +110,7 @@ Createable* CreateableCache::Find(std::int32_t nKey) {
 }
 
 Createable* CreateableCache::Find(char const* szKey) {
-    Check::Assert(szKey != nullptr, "szKey");
+    SV_ASSERT(szKey != nullptr, "szKey");
     CacheObject* const pcxo = AsCacheObject(dctThe.FindKeyString(szKey));
     if (pcxo == nullptr) {
         Miss();
@@ -124,7 +122,7 @@ Createable* CreateableCache::Find(char const* szKey) {
 }
 
 Createable* CreateableCache::Intern(std::uint32_t nKey, pfnCxNumFunc fnCxFunc) {
-    Check::Assert(fnCxFunc != nullptr, "fnCxFunc");
+    SV_ASSERT(fnCxFunc != nullptr, "fnCxFunc");
     if (Createable* const pcr = Find(static_cast<std::int32_t>(nKey))) return pcr;
     Createable* const pcr = fnCxFunc(nKey);
     if (pcr != nullptr) Add(static_cast<std::int32_t>(nKey), pcr);
@@ -132,8 +130,8 @@ Createable* CreateableCache::Intern(std::uint32_t nKey, pfnCxNumFunc fnCxFunc) {
 }
 
 Createable* CreateableCache::Intern(char const* szKey, pfnCxStringFunc fnCxFunc) {
-    Check::Assert(fnCxFunc != nullptr, "fnCxFunc");
-    Check::Assert(szKey != nullptr, "szKey");
+    SV_ASSERT(fnCxFunc != nullptr, "fnCxFunc");
+    SV_ASSERT(szKey != nullptr, "szKey");
     if (Createable* const pcr = Find(szKey)) return pcr;
     Createable* const pcr = fnCxFunc(szKey);
     if (pcr != nullptr) Add(szKey, pcr);
@@ -148,7 +146,7 @@ char CreateableCache::Remove(std::int32_t nKey) {
 // As with the dictionary's own string removal, an absent key is the
 // caller's to rule out.
 char CreateableCache::Remove(char const* szKey) {
-    Check::Assert(szKey != nullptr, "szKey");
+    SV_ASSERT(szKey != nullptr, "szKey");
     dctThe.DestroyKeyString(szKey, itReleaseCacheObject);
     return 1;
 }
@@ -238,7 +236,7 @@ void CreateableCache::Count(char const* szFormat) {
                   static_cast<long>(static_cast<std::int32_t>(nRequests)),
                   static_cast<long>(static_cast<std::int32_t>(nHits)),
                   static_cast<long>(static_cast<std::int32_t>(Length())));
-    Exceptions::_get_gexeptnsThe().Comment(kUnit, __LINE__, szLine);
+    Exceptions::_get_gexeptnsThe().Comment(SV_UNIT_NAME(), __LINE__, szLine);
 }
 
 // Staticable -----------------------------------------------------------------

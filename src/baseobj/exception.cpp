@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr char kUnit[] = "baseobj/exception";
 
 // The language's words: code, text, in the scanner's table, in the printed
 // table. 31527 only scans, so it prints as nothing; 31700 only prints.
@@ -326,8 +325,7 @@ void Exception::BuildErrorMessage(int nCode, char const* szDetail) {
 
 ExceptionContext::ExceptionContext(char const* sz)
     : pstrThisContext(new (std::nothrow) CPString(sz)) {
-    if (pstrThisContext == nullptr)
-        Exceptions::_get_gexeptnsThe().FailIfNIL(kUnit, __LINE__, "pstrThisContext");
+    SV_FAIL_IF_NIL(pstrThisContext, "pstrThisContext");
     Push();
 }
 

@@ -18,8 +18,6 @@ std::uint16_t Scanner::nLiveCount = 0;
 
 namespace {
 
-constexpr char kUnit[] = "baseobj/lex";
-using Check = UnitChecks<kUnit>;
 constexpr std::size_t kShortIdentifier = 32;
 constexpr std::size_t kLongIdentifier = 254;
 constexpr std::size_t kFieldSize = 256;
@@ -270,7 +268,7 @@ void CharCQ::GetQueue(char* buf) {
 // ends the process here.
 void CharCQ::SetQueue(char const* sz) {
     std::size_t const nLength = std::strlen(sz);
-    Check::Assert(nLength < static_cast<std::size_t>(kSlots), "strlen(sz) < 8096");
+    SV_ASSERT(nLength < static_cast<std::size_t>(kSlots), "strlen(sz) < 8096");
     std::memcpy(szQ, sz, nLength);
     nT = 0;
     nH = static_cast<int>(nLength);
@@ -557,7 +555,7 @@ void Scanner::PushBack(char c) {
 // Tokens -------------------------------------------------------------------------------
 
 Token* Scanner::BuildToken() {
-    Check::Assert(pisThis != nullptr || (pcBuffer != nullptr && bUseBuffer != 0),
+    SV_ASSERT(pisThis != nullptr || (pcBuffer != nullptr && bUseBuffer != 0),
                   "pisThis || (pcBuffer && bUseBuffer)");
     for (;;) {
         bHitLF = 0;
@@ -601,7 +599,7 @@ void Scanner::ReadIdentifier(Token* ptok) {
         if (nLength < kShortIdentifier - 1) return;
         szIdentifier[nLength] = '\0';
         std::unique_ptr<char[]> szLong(new (std::nothrow) char[kLongIdentifier]);
-        Check::FailIfNIL(szLong.get(), "szIdentifier");
+        SV_FAIL_IF_NIL(szLong.get(), "szIdentifier");
         std::memcpy(szLong.get(), szIdentifier.get(), kShortIdentifier);
         szIdentifier = std::move(szLong);
         bLong = true;
@@ -834,7 +832,7 @@ void Scanner::ReadPunctuation(Token* ptok) {
 void Scanner::ReadComment(Token* ptok, char cSecond) {
     std::size_t n = 0;
     auto store = [&n](char c) {
-        Check::Assert(n < kCommentSize - 1, "nIndex < 65535");
+        SV_ASSERT(n < kCommentSize - 1, "nIndex < 65535");
         gszComment[n++] = c;
     };
     store('/');
@@ -1039,7 +1037,7 @@ Token* Scanner::Catenate2EOL() {
         PeekTokenPtr();
     }
     auto* const ptokThis = new (std::nothrow) Token;
-    Check::FailIfNIL(ptokThis, "ptokThis");
+    SV_FAIL_IF_NIL(ptokThis, "ptokThis");
     ptokThis->SetValue(strLine.c_str());
     return ptokThis;
 }
@@ -1065,7 +1063,7 @@ Token* Scanner::GetField(short nDataType, std::uint16_t nMaxLen) {
     }
     szField[n] = '\0';
     auto* const ptokReturn = new (std::nothrow) Token;
-    Check::FailIfNIL(ptokReturn, "ptokReturn");
+    SV_FAIL_IF_NIL(ptokReturn, "ptokReturn");
     ptokReturn->_set_nDataType(static_cast<std::uint16_t>(nDataType));
     ptokReturn->SetValueFromString(szField);
     return ptokReturn;

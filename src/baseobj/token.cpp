@@ -28,8 +28,6 @@ template <class T> T ReadText(std::istream& in) {
     return value;
 }
 
-constexpr char kUnit[] = "baseobj/token";
-using Check = UnitChecks<kUnit>;
 constexpr char kEmpty[] = "<empty>";
 constexpr std::size_t kMaxText = 65535;
 constexpr unsigned char kFormVersion = 3;
@@ -222,7 +220,7 @@ char* DuplicateText(char const* sz, char const* szCheck) {
     char* copy = nullptr;
     if (nAlloc > 0 && static_cast<std::size_t>(nAlloc) > nLength)
         copy = new (std::nothrow) char[static_cast<std::size_t>(nAlloc)];
-    Check::FailIfNIL(copy, szCheck);
+    SV_FAIL_IF_NIL(copy, szCheck);
     std::memcpy(copy, sz, nLength + 1);
     return copy;
 }
@@ -262,7 +260,7 @@ char* GetText(std::istream& in, std::uint32_t nLength) {
         if (static_cast<std::size_t>(in.gcount()) != want) Unreadable();
     }
     char* sz = new (std::nothrow) char[data.size() + 1];
-    Check::FailIfNIL(sz, "obj.Value.szVal");
+    SV_FAIL_IF_NIL(sz, "obj.Value.szVal");
     std::memcpy(sz, data.data(), data.size());
     sz[data.size()] = '\0';
     return sz;
@@ -589,7 +587,7 @@ std::string Token::TextForm(char nPrecision) const {
     case TY_STRING:
     case TY_COMMENT:
         if (szVal == nullptr) return std::string();
-        Check::Assert(std::strlen(szVal) <= kMaxText, "1==0");
+        SV_ASSERT(std::strlen(szVal) <= kMaxText, "1==0");
         return szVal;
     case TY_TOKEN: {
         std::int32_t const nCode = Get<std::int32_t>(0);
@@ -658,7 +656,7 @@ void Token::FetchStringLiteral(char* buf) const {
     buf[0] = '\0';
     if (szVal == nullptr) return;
     std::size_t const nLength = std::strlen(szVal);
-    Check::Assert(nLength < kMaxText, "1==0");
+    SV_ASSERT(nLength < kMaxText, "1==0");
     // A lone quotation mark has no last character apart from its first.
     if (nLength < 2) return;
     std::memcpy(buf, szVal + 1, nLength - 2);
@@ -828,7 +826,7 @@ short Token::MapStringToType(char const* sz) {
 void Token::InitTokenStrings() {
     if (pdctTokenStrings != nullptr) return;
     pdctTokenStrings = new (std::nothrow) CPDictionary(CPDictionary::kSlots);
-    Check::FailIfNIL(pdctTokenStrings, "pdctTokenStrings");
+    SV_FAIL_IF_NIL(pdctTokenStrings, "pdctTokenStrings");
     for (LanguageKeyword const& keyword : LanguageKeywords()) {
         if (!keyword.bPrinted) continue;
         std::size_t const nLength = std::strlen(keyword.szText);

@@ -10,8 +10,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/btree";
-using Check = UnitChecks<kUnit>;
 
 void* KeyOf(std::uintptr_t nKey) {
     return reinterpret_cast<void*>(nKey);
@@ -82,7 +80,7 @@ void CPTree::AddInternalContainer(CPInternalContainer*) {}
 CrDictionary* CPTree::StringKeys() {
     if (pcrdctStringKeys == nullptr) {
         pcrdctStringKeys = new (std::nothrow) CrDictionary;
-        Check::FailIfNIL(pcrdctStringKeys, "pcrdctStringKeys");
+        SV_FAIL_IF_NIL(pcrdctStringKeys, "pcrdctStringKeys");
     }
     return pcrdctStringKeys;
 }
@@ -115,8 +113,11 @@ void CPTree::TakeKeyKind(enumTreeDataState e) {
 }
 
 void CPTree::AssertKeyKind(enumTreeDataState e, std::int32_t line) const {
-    Check::Assert(etdsState == e,
-                  e == etreeNumber ? "etdsState == etreeNumber" : "etdsState == etreeString", line);
+    // Reported at the caller's line.
+    if (etdsState != e)
+        Exceptions::_get_gexeptnsThe().Assert(
+            SV_UNIT_NAME(), line,
+            e == etreeNumber ? "etdsState == etreeNumber" : "etdsState == etreeString");
 }
 
 // Adding ---------------------------------------------------------------------
@@ -187,7 +188,7 @@ void CPTree::ListInsert(Leaf* plfNew, Leaf* plfPos) {
         plfNew->plfNext = plfNew->plfPrev = nullptr;
         return;
     }
-    Check::Assert(plfPos != nullptr, "plfPos != 0");
+    SV_ASSERT(plfPos != nullptr, "plfPos != 0");
     if (IsGreaterThan(plfPos->pvKey, plfNew->pvKey)) {
         plfNew->plfNext = plfPos;
         plfNew->plfPrev = plfPos->plfPrev;
@@ -539,7 +540,7 @@ void CPTree::ForEach(IteratorAction* pia) {
 }
 
 void CPTree::ForEach(pfnKeyFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
 }
 
 void CPTree::ForEachLeaf(pfnKillFunc pfn, void* pvUser) {
@@ -558,7 +559,7 @@ void CPTree::ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) {
 }
 
 void* CPTree::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     plfCursor = plfHead;
     return NextThat(pfnCond, pvUser);
 }
@@ -567,7 +568,7 @@ void* CPTree::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
 // condition that removes its leaf (which moves the cursor on) skips nothing
 // and leaves nothing freed in hand.
 void* CPTree::NextThat(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     while (plfCursor != nullptr) {
         Leaf* const plf = plfCursor;
         void* const pv = plf->pvValue;
@@ -579,13 +580,13 @@ void* CPTree::NextThat(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 void* CPTree::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     plfCursor = plfHead;
     return NextThatInternalContainer(pfnCond, pvUser);
 }
 
 void* CPTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     while (plfCursor != nullptr) {
         Leaf* const plf = plfCursor;
         int const nMatch = pfnCond(plf, pvUser);
@@ -596,9 +597,9 @@ void* CPTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 CPCollection* CPTree::AllThatOf(pfnCondFunc pfnCond, void* pvUser, bool bLeaf) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     auto* const ptreeA = new (std::nothrow) CPTree;
-    Check::FailIfNIL(ptreeA, "ptreeA");
+    SV_FAIL_IF_NIL(ptreeA, "ptreeA");
     for (Leaf* plf = plfHead; plf != nullptr; plf = plf->plfNext) {
         void* const pvSeen = bLeaf ? static_cast<void*>(plf) : plf->pvValue;
         if (pfnCond(pvSeen, pvUser) == 0) continue;
@@ -665,9 +666,9 @@ std::uint32_t CPTree::BuildVectorFromTwoTrees(CPTree* ptreeFrom, Leaf*** pppVect
 }
 
 void CPTree::Merge(CPTree* ptreeFrom) {
-    Check::Assert(ptreeFrom != nullptr, "ptreeFrom !=0");
+    SV_ASSERT(ptreeFrom != nullptr, "ptreeFrom !=0");
     // Each leaf would meet itself as a common key and be freed while kept.
-    Check::CritAssert(ptreeFrom != this, "ptreeFrom != this");
+    SV_CRIT_ASSERT(ptreeFrom != this, "ptreeFrom != this");
     Leaf** pplf = nullptr;
     std::uint32_t const n = BuildVectorFromTwoTrees(ptreeFrom, &pplf);
     nLength = n;
@@ -685,7 +686,7 @@ Leaf* CPTree::BuildTree(Leaf** pplf, std::uint32_t n, std::int32_t* pnDepth) {
     Leaf* const plfPivot = pplf[nLeft];
     std::int32_t const nDelta =
         static_cast<std::int32_t>(nRight) - static_cast<std::int32_t>(nLeft);
-    Check::Assert(nDelta <= 0xFFFF, "nDelta <= 0xFFFF");
+    SV_ASSERT(nDelta <= 0xFFFF, "nDelta <= 0xFFFF");
     plfPivot->nBalance = static_cast<std::int16_t>(nDelta);
     plfPivot->plfLeft = plfPivot->plfRight = plfPivot->plfParent = nullptr;
 

@@ -8,8 +8,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/cpcollec";
-using Check = UnitChecks<kUnit>;
 
 } // namespace
 
@@ -157,7 +155,7 @@ void** CPCollection::BuildVector() {
     if (nLength == 0) return nullptr;
     // Zeroed: a null element ends the fill and leaves the rest unset.
     void** const ppvVector = new (std::nothrow) void*[nLength]();
-    Check::FailIfNIL(ppvVector, "ppvVector");
+    SV_FAIL_IF_NIL(ppvVector, "ppvVector");
     GotoTop();
     std::uint32_t i = 0;
     // An element count below the elements there are stops the fill at the
@@ -170,7 +168,7 @@ void** CPCollection::BuildVector() {
 // Counting -------------------------------------------------------------------
 
 void CPCollection::ReportEmpty() const {
-    Check::Assert(nLength > 0, "nLength >0");
+    SV_ASSERT(nLength > 0, "nLength >0");
 }
 
 // Copying --------------------------------------------------------------------
@@ -180,7 +178,7 @@ void CPCollection::CopyFrom(CPCollection* pclFrom) {
 }
 
 void CPCollection::AddFrom(CPCollection* pclFrom) {
-    Check::Assert(pclFrom != nullptr, "pclFrom");
+    SV_ASSERT(pclFrom != nullptr, "pclFrom");
     if (pclFrom->Length() == 0) return;
     // Bounded by the source's count: adding a collection to itself would
     // otherwise walk into its own new entries for ever.
@@ -210,7 +208,7 @@ void CPFlatCollection::Sort(pfnCompareFunc pfnCompare) {
 }
 
 void CPFlatCollection::SortedCopy(CPCollection* pcollFrom, pfnCompareFunc pfnCompare) {
-    Check::Assert(pcollFrom != nullptr, "pcollFrom");
+    SV_ASSERT(pcollFrom != nullptr, "pcollFrom");
     if (pcollFrom->Length() == 0 || nLength == 0) return;
     void** const ppv = pcollFrom->BuildVector();
     std::uint32_t const n = pcollFrom->Length();

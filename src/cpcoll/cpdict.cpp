@@ -9,8 +9,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/cpdict";
-using Check = UnitChecks<kUnit>;
 
 constexpr char kUnNamed[] = "UnNamed";
 // StringKeyList reads each key into a buffer of this size.
@@ -105,7 +103,7 @@ void itFillVector(void* pvItem, void* pvFill) {
 void itAppendKeyText(void* pvItem, void* pvOut) {
     CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
     // The key is read into a fixed buffer; a longer one would overrun it.
-    Check::CritAssert(pda->_get_pstrKey() == nullptr ||
+    SV_CRIT_ASSERT(pda->_get_pstrKey() == nullptr ||
                           pda->_get_pstrKey()->Length() < kKeyTextSize,
                       "strlen(szKey) < 44");
     char szKey[kKeyTextSize];
@@ -329,7 +327,7 @@ void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* 
     CPList*& plstSlot = arplstSlots[nSlot];
     if (plstSlot == nullptr) {
         plstSlot = new (std::nothrow) CPList;
-        Check::FailIfNIL(plstSlot, "plstSlot");
+        SV_FAIL_IF_NIL(plstSlot, "plstSlot");
         plstSlot->AddRef();
     }
     plstSlot->Add(pda);
@@ -455,7 +453,7 @@ void CPDictionary::AddKeyNum(std::uintptr_t nKey, void* pv) {
     if (ExistsKeyNum(nKey) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    Check::FailIfNIL(pdaThis, "pdaThis");
+    SV_FAIL_IF_NIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nKey), pdaThis);
@@ -466,7 +464,7 @@ void CPDictionary::AddKeyString(char const* szKey, void* pv, std::uint32_t* pulH
     if (ExistsKeyString(szKey, &nHash) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    Check::FailIfNIL(pdaThis, "pdaThis");
+    SV_FAIL_IF_NIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nHash);
     pdaThis->SetKeyString(szKey);
     pdaThis->SetValue(pv);
@@ -478,7 +476,7 @@ void CPDictionary::AddKeyString(CPString* pstrKey, void* pv) {
     if (ExistsKeyString(pstrKey->GetBuffer(), &nHash) != 0) return;
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
-    Check::FailIfNIL(pdaThis, "pdaThis");
+    SV_FAIL_IF_NIL(pdaThis, "pdaThis");
     pdaThis->SetKeyCardinal(nHash);
     pdaThis->SetKeyString(pstrKey);
     pdaThis->SetValue(pv);
@@ -766,18 +764,18 @@ void* CPDictionary::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser
 }
 
 void* CPDictionary::NextThat(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 
 void* CPDictionary::NextThatInternalContainer(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 
 CPCollection* CPDictionary::AllThatOf(pfnCondFunc pfnCond, void* pvUser, bool bAssociation) {
     auto* const pdctNew = new (std::nothrow) CPDictionary(kSlots);
-    Check::FailIfNIL(pdctNew, "pdctNew");
+    SV_FAIL_IF_NIL(pdctNew, "pdctNew");
     Call<pfnCondFunc> call{pfnCond, pvUser};
     // A null condition goes on to the chains, whose own check reports it.
     pfnCondFunc const pfnChain = pfnCond == nullptr ? nullptr

@@ -7,8 +7,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/cplist";
-using Check = UnitChecks<kUnit>;
 
 void* DataOf(CPBucket const* pbkt) {
     return pbkt != nullptr ? pbkt->_get_pvData() : nullptr;
@@ -263,7 +261,7 @@ CPBucket* CPList::GetPredecessor(CPBucket* pbkt) const {
 
 void CPList::Add(void* pv) {
     CPBucket* const pbktNew = new (std::nothrow) CPBucket;
-    Check::Assert(pbktNew != nullptr, "pbktNew !=0");
+    SV_ASSERT(pbktNew != nullptr, "pbktNew !=0");
     pbktNew->AddRef();
     ClearResetPoint();
     pbktNew->_set_pvData(pv);
@@ -285,7 +283,7 @@ void CPList::Intern(void* pv) {
 
 CPBucket* CPList::NewBucket(void* pv) {
     CPBucket* const pbktNew = new (std::nothrow) CPBucket;
-    Check::FailIfNIL(pbktNew, "pbktNew");
+    SV_FAIL_IF_NIL(pbktNew, "pbktNew");
     pbktNew->AddRef();
     pbktNew->_set_pvData(pv);
     return pbktNew;
@@ -328,7 +326,7 @@ int CPList::InsertAfter(void* pv) {
 }
 
 void CPList::AddBucket(CPBucket* pbktA) {
-    Check::Assert(pbktA != nullptr, "pbktA !=0");
+    SV_ASSERT(pbktA != nullptr, "pbktA !=0");
     pbktA->AddRef();
     ClearResetPoint();
     if (pbktHead == nullptr) pbktHead = pbktA;
@@ -350,7 +348,7 @@ char CPList::Detach(void* pv) {
 }
 
 void CPList::DetachBucket(void* pvBucket2Kill) {
-    Check::Assert(pvBucket2Kill != nullptr, "pvBucket2Kill");
+    SV_ASSERT(pvBucket2Kill != nullptr, "pvBucket2Kill");
     auto* const pbkt = static_cast<CPBucket*>(pvBucket2Kill);
     UnlinkBucket(pbkt);
     pbkt->Release();
@@ -410,7 +408,7 @@ char CPList::DetachAll() {
 }
 
 char CPList::Destroy(void* pv, pfnKillFunc pfnKill) {
-    Check::Assert(pfnKill != nullptr, "pfnKillFunc!=0");
+    SV_ASSERT(pfnKill != nullptr, "pfnKillFunc!=0");
     ClearResetPoint();
     CPBucket* const pbkt = FindBucket(pv);
     if (pbkt != nullptr) {
@@ -422,7 +420,7 @@ char CPList::Destroy(void* pv, pfnKillFunc pfnKill) {
 }
 
 char CPList::DestroyAll(pfnKillFunc pfnKill) {
-    Check::Assert(pfnKill != nullptr, "pfnKillFunc !=0");
+    SV_ASSERT(pfnKill != nullptr, "pfnKillFunc !=0");
     ClearResetPoint();
     GotoTop();
     ForOwnBuckets([pfnKill](CPBucket* pbkt) {
@@ -435,7 +433,7 @@ char CPList::DestroyAll(pfnKillFunc pfnKill) {
 }
 
 void CPList::DetachAllThat(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     ClearResetPoint();
     GotoTop();
     void* pv = Retrieve();
@@ -451,7 +449,7 @@ void CPList::DetachAllThat(pfnCondFunc pfnCond, void* pvUser) {
 // Searching ----------------------------------------------------------------------
 
 CPBucket* CPList::FindBucket(void* pvItem2Find) {
-    Check::Assert(pvItem2Find != nullptr, "pvItem2Find !=0");
+    SV_ASSERT(pvItem2Find != nullptr, "pvItem2Find !=0");
     pbktPrevFound = nullptr;
     pbktFound = nullptr;
     GotoTop();
@@ -495,7 +493,7 @@ void* CPList::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
 }
 
 void* CPList::NextThat(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     CondCall call{pfnCond, pvUser};
     void* const pv = iterInternal.nextThat(itCallCond, &call);
     pbktCursor = static_cast<ListIterationState*>(iterInternal._get_pitsThe())->_get_pbktCursor();
@@ -522,9 +520,9 @@ CPBucket* CPList::FirstInternalContainerThat(pfnCondFunc pfnCond, void* pvUser) 
 }
 
 CPCollection* CPList::AllThat(pfnCondFunc pfnCond, void* pvUser) {
-    Check::Assert(pfnCond != nullptr, "pfnCondFunc !=0");
+    SV_ASSERT(pfnCond != nullptr, "pfnCondFunc !=0");
     CPList* const plstNew = new (std::nothrow) CPList;
-    Check::FailIfNIL(plstNew, "plstNew");
+    SV_FAIL_IF_NIL(plstNew, "plstNew");
     GotoTop();
     for (void* pv; (pv = Retrieve()) != nullptr; Next())
         if (pfnCond(pv, pvUser) == 1) plstNew->Add(pv);

@@ -8,8 +8,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/cpstack";
-using Check = UnitChecks<kUnit>;
 
 } // namespace
 
@@ -124,21 +122,21 @@ void CPStack::ForEach(pfnKillFunc pfn, void* pvUser) {
 }
 
 void CPStack::ForEach(IteratorAction*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
 }
 
 void* CPStack::FirstThat(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 
 void* CPStack::NextThat(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 
 CPCollection* CPStack::AllThat(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 

@@ -8,8 +8,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/crdict";
-using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -33,7 +31,7 @@ short CrDictionary::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyNum(nKey) != 0) return 0;
     pdctThe->AddKeyNum(nKey, pcrEntry);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -42,7 +40,7 @@ short CrDictionary::AddKeyString(char const* szKey, Createable* pcrEntry, std::u
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyString(szKey, pulHash) != 0) return 0;
     pdctThe->AddKeyString(szKey, pcrEntry, pulHash);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -51,7 +49,7 @@ short CrDictionary::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
     if (pdctThe == nullptr) return 0;
     if (ExistsKeyString(pstrKey) != 0) return 0;
     pdctThe->AddKeyString(pstrKey, pcrEntry);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -155,7 +153,7 @@ Createable* CrDictionary::NextThatInternalContainer(pfnCondFunc pfnCond, void* p
 }
 
 CrCollection* CrDictionary::AllThatInternalContainer(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 

@@ -8,8 +8,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/crlist";
-using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -22,7 +20,7 @@ void CrCollection::itReleaseCreateable(void* pv, void*) {
 }
 
 CrList::CrList() : plstThe(new (std::nothrow) CPList) {
-    Check::FailIfNIL(plstThe, "plstThe");
+    SV_FAIL_IF_NIL(plstThe, "plstThe");
     plstThe->AddRef();
 }
 
@@ -33,7 +31,7 @@ CrList::~CrList() {
 
 short CrList::Add(Createable* pcr) {
     // A null entry would be counted through null; that ends the process.
-    Check::CritAssert(pcr != nullptr, "pcr !=0");
+    SV_CRIT_ASSERT(pcr != nullptr, "pcr !=0");
     plstThe->Add(pcr);
     pcr->AddRef();
     return 1;

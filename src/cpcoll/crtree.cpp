@@ -6,8 +6,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/crtree";
-using Check = UnitChecks<kUnit>;
 
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
@@ -34,7 +32,7 @@ CrTree::~CrTree() {
 short CrTree::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
     if (ExistsKeyNum(nKey) != 0) return 0;
     ptreeThe->AddKeyNum(nKey, pcrEntry);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -42,7 +40,7 @@ short CrTree::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
 short CrTree::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_t* pulHash) {
     if (ExistsKeyString(szKey, pulHash) != 0) return 0;
     ptreeThe->AddKeyString(szKey, pcrEntry, pulHash);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -50,7 +48,7 @@ short CrTree::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_
 short CrTree::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
     if (ExistsKeyString(pstrKey) != 0) return 0;
     ptreeThe->AddKeyString(pstrKey, pcrEntry);
-    Check::Assert(pcrEntry != nullptr, "pcrEntry");
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
     pcrEntry->AddRef();
     return 1;
 }
@@ -150,7 +148,7 @@ Createable* CrTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser)
 }
 
 CrCollection* CrTree::AllThatInternalContainer(pfnCondFunc, void*) {
-    Check::Assert(1 == 0, "1==0");
+    SV_ASSERT(1 == 0, "1==0");
     return nullptr;
 }
 

@@ -8,8 +8,6 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-constexpr char kUnit[] = "cpcoll/iterate";
-using Check = UnitChecks<kUnit>;
 
 // The private actions of allThat: the walked collection's new sibling is
 // their argument.
@@ -54,7 +52,7 @@ void Iterator::_set_pitsThe(IterationState* pits) {
 
 // Walking without a position would go through null; that ends the process.
 IterationState* Iterator::Position() const {
-    Check::CritAssert(pitsThe != nullptr, "pitsThe !=0");
+    SV_CRIT_ASSERT(pitsThe != nullptr, "pitsThe !=0");
     return pitsThe;
 }
 
@@ -197,9 +195,9 @@ CPInternalContainer* Iterator::nextinternalcontainerThat(IteratorContainerCondFu
 
 Iterator* Iterable::GetIterator() {
     Iterator* const piterA = new (std::nothrow) Iterator;
-    Check::FailIfNIL(piterA, "piterA");
+    SV_FAIL_IF_NIL(piterA, "piterA");
     IterationState* const pitsA = CreateIterationState();
-    Check::FailIfNIL(pitsA, "pitsA");
+    SV_FAIL_IF_NIL(pitsA, "pitsA");
     piterA->_set_pitsThe(pitsA);
     return piterA;
 }

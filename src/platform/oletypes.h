@@ -21,6 +21,8 @@ using CLSID = GUID;
 namespace platform {
 
 inline constexpr HRESULT S_OK = 0;
+inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
+inline constexpr HRESULT E_ACCESSDENIED = static_cast<HRESULT>(0x80070005);
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);
 inline constexpr HRESULT CO_E_CLASSSTRING = static_cast<HRESULT>(0x800401F3);
@@ -30,6 +32,12 @@ inline constexpr bool SUCCEEDED(HRESULT hr) {
 }
 inline constexpr bool FAILED(HRESULT hr) {
     return hr < 0;
+}
+
+// A system error number as a result: 0 is success, the rest the system's
+// facility with the number's low 16 bits.
+inline constexpr HRESULT HRESULT_FROM_WIN32(std::uint32_t code) {
+    return code == 0 ? S_OK : static_cast<HRESULT>(0x80070000u | (code & 0xFFFFu));
 }
 
 } // namespace platform

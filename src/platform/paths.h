@@ -8,6 +8,11 @@
 
 namespace platform {
 
+// The buffers callers give these functions: a long-path expansion, and the
+// temporary folder.
+inline constexpr std::uint32_t LongPathLimit = 1024;
+inline constexpr std::uint32_t TempPathLimit = 260;
+
 // Expands a leading "~/" to the home folder and gives an existing path its
 // canonical form. Answers the length written, or the size needed when the
 // buffer is too small, or 0 on failure; on failure the buffer holds the

@@ -16,8 +16,6 @@ namespace {
 constexpr char kSettingsKey[] = "Software\\Orveltech";
 constexpr char kLogPathValue[] = "LogPath";
 constexpr std::uint32_t kSettingLimit = 255;
-constexpr std::uint32_t kTempPathLimit = 260;
-constexpr std::uint32_t kLongPathLimit = 1024;
 
 // The milliseconds since the process began, as the record has always shown
 // them. Taken from when the server's code was loaded, which is its start.
@@ -50,11 +48,11 @@ bool ReadLogPathSetting(CPString& path) {
 }
 
 CPString DefaultDiagnosticsLogPath() {
-    char temp[kTempPathLimit] = {};
-    std::uint32_t const length = platform::GetTempPathA(kTempPathLimit, temp);
-    if (length == 0 || length >= kTempPathLimit) return CPString("");
-    char folder[kLongPathLimit] = {};
-    platform::GetLongPathNameA(temp, folder, kLongPathLimit);
+    char temp[platform::TempPathLimit] = {};
+    std::uint32_t const length = platform::GetTempPathA(platform::TempPathLimit, temp);
+    if (length == 0 || length >= platform::TempPathLimit) return CPString("");
+    char folder[platform::LongPathLimit] = {};
+    platform::GetLongPathNameA(temp, folder, platform::LongPathLimit);
     std::string path = folder;
     if (path.empty() || path.back() != '/') path += '/';
     path += DiagnosticsLogName;

@@ -33,8 +33,8 @@ std::string Take(BSTR text) {
 // Paths with "~" are expanded; what the expansion gives is used as it is.
 std::string Expand(std::string const& path) {
     if (path.find('~') == std::string::npos) return path;
-    char expanded[LongPathLimit] = {};
-    GetLongPathNameA(path.c_str(), expanded, LongPathLimit);
+    char expanded[platform::LongPathLimit] = {};
+    GetLongPathNameA(path.c_str(), expanded, platform::LongPathLimit);
     return expanded;
 }
 

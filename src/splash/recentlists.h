@@ -13,7 +13,6 @@ namespace splash {
 inline constexpr int RecentListCapacity = 5;
 inline constexpr std::uint32_t RecentEntryReadLimit = 255;
 inline constexpr std::uint32_t RecentInputLimit = 255;
-inline constexpr std::uint32_t LongPathLimit = 1024;
 inline constexpr char RecentEntrySeparator[] = "|";
 inline constexpr std::uint32_t ControlPanelRefreshMessage = 1068;
 

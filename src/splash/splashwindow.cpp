@@ -16,12 +16,9 @@ namespace splash {
 
 namespace {
 
-constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
-
 HRESULT HresultFromLastError() {
     std::uint32_t const code = platform::GetLastError();
-    if (code == 0) return E_FAIL;
-    return static_cast<HRESULT>(0x80070000u | (code & 0xFFFFu));
+    return code == 0 ? platform::E_FAIL : platform::HRESULT_FROM_WIN32(code);
 }
 
 template <class Char, std::size_t N> void SetText(std::array<Char, N>& field, char const* text) {

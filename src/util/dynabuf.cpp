@@ -32,7 +32,7 @@ std::uint32_t TextLength(char const* text) {
 // A size past what a 32-bit capacity holds can't be had, like a failed
 // allocation.
 void RequireCapacity(std::uint64_t size) {
-    if (size > kMaxCapacity) Exceptions::_get_gexeptnsThe().FailIfNIL(__FILE__, __LINE__, "pcNew");
+    if (size > kMaxCapacity) SV_FAIL_IF_NIL(nullptr, "pcNew");
 }
 
 void PutLE(std::ostream& out, std::uint32_t value, int bytes) {

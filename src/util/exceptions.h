@@ -4,6 +4,7 @@
 
 #include <platform/export.h>
 
+#include <cstddef>
 #include <cstdint>
 
 class LogObj;
@@ -90,32 +91,45 @@ private:
     static int nNumber;
 };
 
-// The checks of a unit that reports its name ("cpcoll/cplist") where others
-// report a source path, with the caller's line.
-template <char const* Unit> struct UnitChecks {
-    static void Assert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-        if (!ok) Exceptions::_get_gexeptnsThe().Assert(Unit, line, text);
-    }
-    static void CritAssert(bool ok, char const* text, std::int32_t line = __builtin_LINE()) {
-        if (!ok) Exceptions::_get_gexeptnsThe().CritAssert(Unit, line, text);
-    }
-    static void FailIfNIL(void const* p, char const* text, std::int32_t line = __builtin_LINE()) {
-        if (p == nullptr) Exceptions::_get_gexeptnsThe().FailIfNIL(Unit, line, text);
+// A unit reports itself by its name, its folder and file below src/ without
+// the extension ("cpcoll/cplist"), made from the source path when it is
+// compiled.
+template <std::size_t N> struct SourceUnitName {
+    char text[N] = {};
+    consteval explicit SourceUnitName(char const (&path)[N]) {
+        std::size_t from = 0;
+        std::size_t to = N - 1;
+        for (std::size_t i = 0; i + 4 <= N - 1; ++i)
+            if (path[i] == 's' && path[i + 1] == 'r' && path[i + 2] == 'c' && path[i + 3] == '/')
+                from = i + 4;
+        for (std::size_t i = from; i < N - 1; ++i)
+            if (path[i] == '.') to = i;
+        for (std::size_t i = from; i < to; ++i)
+            text[i - from] = path[i];
     }
 };
 
-// Fatal-check helpers: test at the call site, report with this file and line
-// and the author's text for the condition.
+#define SV_UNIT_NAME()                                                                             \
+    ([]() -> char const* {                                                                         \
+        static constexpr ::SourceUnitName<sizeof(__FILE__)> name(__FILE__);                       \
+        return name.text;                                                                          \
+    }())
+
+// The fatal checks, written one way across the framework: test at the call
+// site, report with the unit's name and line and the author's text for the
+// condition.
 #define SV_ASSERT(cond, text)                                                                      \
-    ((cond) ? (void)0 : ::Exceptions::_get_gexeptnsThe().Assert(__FILE__, __LINE__, text))
+    ((cond) ? (void)0 : ::Exceptions::_get_gexeptnsThe().Assert(SV_UNIT_NAME(), __LINE__, text))
 #define SV_CRIT_ASSERT(cond, text)                                                                 \
-    ((cond) ? (void)0 : ::Exceptions::_get_gexeptnsThe().CritAssert(__FILE__, __LINE__, text))
+    ((cond) ? (void)0                                                                              \
+            : ::Exceptions::_get_gexeptnsThe().CritAssert(SV_UNIT_NAME(), __LINE__, text))
 #define SV_FAIL_IF_NIL(ptr, text)                                                                  \
     ((ptr) != nullptr ? (void)0                                                                    \
-                      : ::Exceptions::_get_gexeptnsThe().FailIfNIL(__FILE__, __LINE__, text))
+                      : ::Exceptions::_get_gexeptnsThe().FailIfNIL(SV_UNIT_NAME(), __LINE__, text))
 #define SV_FAIL_IF_NOT_NIL(ptr, text)                                                              \
-    ((ptr) == nullptr ? (void)0                                                                    \
-                      : ::Exceptions::_get_gexeptnsThe().FailIfNotNIL(__FILE__, __LINE__, text))
+    ((ptr) == nullptr                                                                              \
+         ? (void)0                                                                                 \
+         : ::Exceptions::_get_gexeptnsThe().FailIfNotNIL(SV_UNIT_NAME(), __LINE__, text))
 #define SV_WARN_IF_NIL(ptr, text)                                                                  \
     ((ptr) != nullptr ? (void)0                                                                    \
-                      : ::Exceptions::_get_gexeptnsThe().WarnIfNIL(__FILE__, __LINE__, text))
+                      : ::Exceptions::_get_gexeptnsThe().WarnIfNIL(SV_UNIT_NAME(), __LINE__, text))

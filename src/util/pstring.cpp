@@ -192,7 +192,7 @@ int CPString::StrCmp(char const* text) const {
 }
 
 int CPString::SPrintF(char const* szFormat, ...) {
-    if (szFormat == nullptr) Exceptions::_get_gexeptnsThe().Assert(__FILE__, __LINE__, "szFormat");
+    SV_ASSERT(szFormat != nullptr, "szFormat");
     DynaBuffer* buffer = MakeUnique();
     if (static_cast<std::uint32_t>(buffer->_get_nBufferSize()) < lMaxSprintfSize) {
         buffer->GrowTo(lMaxSprintfSize);
@@ -258,7 +258,8 @@ short CPString::FindChar(char c, short bFromEnd) const {
     if (text[0] == c) return 0;
     // The forward scan never moved past index 0 and so never returned; it
     // ends the process here instead of hanging.
-    Exceptions::_get_gexeptnsThe().CritAssert(__FILE__, __LINE__, "FindChar: scan from start");
+    SV_CRIT_ASSERT(false, "FindChar: scan from start");
+    return -1;
 }
 
 short CPString::IsNumeric() const {

@@ -22,7 +22,7 @@ W32String::W32String(OLECHAR** text) {
                               : 0;
     if (converted == 0) {
         area[0] = '\0';
-        Exceptions::_get_gexeptnsThe().Comment(__FILE__, __LINE__, "String constructor failed.");
+        Exceptions::_get_gexeptnsThe().Comment(SV_UNIT_NAME(), __LINE__, "String constructor failed.");
         return;
     }
     _set_nLength(static_cast<std::uint32_t>(converted));

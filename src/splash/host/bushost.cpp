@@ -28,7 +28,6 @@ namespace {
 using platform::HKEY;
 using platform::HKEY_CLASSES_ROOT;
 
-constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
 
 // The identities the store carries for the class.
 constexpr char kClsid[] = "{8026C20A-A6F4-4CFE-87BC-0A181CDD6FEF}";
@@ -37,9 +36,7 @@ constexpr char kLibId[] = "{5EC1ADFE-5F6F-4183-8B4D-81B2B3CA9685}";
 constexpr char kIid[] = "{ECD13031-BB31-4FB6-9829-1A2D6E68A62D}";
 
 HRESULT FromStatus(platform::LSTATUS status) {
-    return status == 0
-               ? platform::S_OK
-               : static_cast<HRESULT>(0x80070000u | (static_cast<std::uint32_t>(status) & 0xFFFFu));
+    return platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(status));
 }
 
 // A BSTR made from the bus's UTF-8, freed at the end of the call.
@@ -158,7 +155,7 @@ HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     if (bus_ == nullptr) {
         std::fprintf(stderr, "orvelsplash: no session bus (%s); no client can reach this server\n",
                      std::strerror(-busError_));
-        return E_FAIL;
+        return platform::E_FAIL;
     }
     int rc = sd_bus_add_object_vtable(bus_, &factorySlot_, splashbus::kFactoryPath,
                                       splashbus::kFactoryInterface, kFactoryVtable, this);
@@ -166,7 +163,7 @@ HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     nameOwned_ = rc >= 0;
     ScheduleProcess();
     return rc >= 0 ? platform::S_OK
-                   : static_cast<HRESULT>(0x80070000u | static_cast<std::uint32_t>(-rc));
+                   : platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
 }
 
 void BusClassHost::RevokeClassObjects() {
@@ -348,13 +345,13 @@ HRESULT WriteFile(std::string const& path, std::string const& content) {
     std::ofstream out(path, std::ios::trunc);
     out << content;
     out.close();
-    return out ? platform::S_OK : static_cast<HRESULT>(0x80070005); // access denied
+    return out ? platform::S_OK : platform::E_ACCESSDENIED; // access denied
 }
 
 HRESULT RemoveFile(std::string const& path) {
     std::error_code error;
     std::filesystem::remove(path, error);
-    return error ? static_cast<HRESULT>(0x80070005) : platform::S_OK;
+    return error ? platform::E_ACCESSDENIED : platform::S_OK;
 }
 
 } // namespace
@@ -400,7 +397,7 @@ HRESULT BusClassRegistrar::ApplyScript(int resource, bool bRegister) {
         };
         return Write(entries);
     }
-    return E_FAIL;
+    return platform::E_FAIL;
 }
 
 HRESULT BusClassRegistrar::RegisterServer() {
