@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The project's one entry point. Each subcommand installs what it needs first.
 #   ./do setup            install the Debian packages the project needs
-#   ./do build [PRESET]   configure and build (default, asan, release, fuzz)
+#   ./do build [PRESET]   configure and build (default, asan, tsan, release, fuzz)
 #   ./do test [PRESET]    build and run the test suites (default preset)
 #   ./do demo             run the main job
 #   ./do bench            release build, run the benchmarks, print the ratios
@@ -12,7 +12,7 @@ cd "$(dirname "$0")"
 root=$PWD
 
 packages=(
-    cmake ninja-build g++ clang libclang-rt-14-dev pkg-config clang-format
+    cmake ninja-build g++ clang libclang-rt-14-dev pkg-config clang-format ccache
     libgtest-dev libgmock-dev libbenchmark-dev
     libsqlite3-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
