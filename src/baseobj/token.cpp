@@ -45,7 +45,7 @@ short Clamp(short nIndex, short nLast) {
 }
 
 // Truncation toward zero through a 32-bit integer. Where that integer cannot
-// hold the value, the x86 conversion the original ran on gives 0x80000000.
+// hold the value the result is 0x80000000, as the x86 conversion gives.
 std::int32_t Trunc32(double d) {
     if (!(d > -2147483649.0 && d < 2147483648.0)) return INT32_MIN;
     return static_cast<std::int32_t>(d);
@@ -55,8 +55,8 @@ bool IsSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// The C library's decimal reader, as the 32-bit original's: leading space,
-// a sign, digits, wrapping past the range. False when nothing was read.
+// The C library's decimal reader with a 32-bit long: leading space, a sign,
+// digits, wrapping past the range. False when nothing was read.
 bool ScanLong(char const* sz, std::int32_t& n) {
     if (sz == nullptr) return false;
     while (IsSpace(*sz))
@@ -211,9 +211,9 @@ bool IsText(std::uint16_t nType) {
     return nType == TY_STRING || nType == TY_COMMENT;
 }
 
-// A copy of a text whose length the original took as a short: from 32,768
-// characters on its allocation asked for a negative size, failed, and ended
-// the process, as it does here.
+// A copy of a text whose length is taken as a short: from 32,768 characters
+// on the allocation asks for a negative size, fails, and ends the process
+// through the fatal check.
 char* DuplicateText(char const* sz, char const* szCheck) {
     std::size_t const nLength = std::strlen(sz);
     int const nAlloc = static_cast<short>(nLength) + 2;
@@ -393,8 +393,7 @@ void Token::AdoptValue(char* sz, short) {
     szVal = sz;
 }
 
-// Text that does not parse stores what the original's work area held; here
-// that is always 0.
+// Text that does not parse stores the work area's value, which is always 0.
 void Token::SetValueFromString(char const* sz) {
     if (sz != nullptr && std::strstr(sz, kEmpty) != nullptr) {
         KillStringIfNeeded();
@@ -614,8 +613,8 @@ void Token::FetchAsString(char* buf, std::size_t nSize, char nPrecision) const {
     buf[n] = '\0';
 }
 
-// The original formatted into a work buffer of about 8 KB first; the text is
-// built whole here, so no value runs past it.
+// The text is built whole before it is escaped, so no value runs past a
+// fixed work buffer.
 void Token::FetchAsStringWithEscapeCharacters(char* buf, char nPrecision) const {
     if (nDataType == TY_COMMENT) {
         FetchAsString(buf, nPrecision);

@@ -199,7 +199,7 @@ int CPString::SPrintF(char const* szFormat, ...) {
     }
     va_list args;
     va_start(args, szFormat);
-    // Bounded by the block; the original checked the limit only after writing.
+    // Bounded by the block; a longer text ends through the fatal check.
     int const retValue = std::vsnprintf(
         buffer->GetBuffer(), static_cast<std::size_t>(buffer->_get_nBufferSize()), szFormat, args);
     va_end(args);
@@ -316,7 +316,7 @@ short CPString::ExtractSubString(CPString* dest, short start, short end) const {
     // A negative start would read before the text.
     SV_CRIT_ASSERT(start >= 0, "nStart >= 0");
     std::int32_t const count = last - start + 1;
-    // The work area is fixed; the original ran past it.
+    // The work area is fixed, so a longer piece ends through the fatal check.
     SV_CRIT_ASSERT(count < static_cast<std::int32_t>(kExtractArea), "nCount < 4096");
     std::string const piece(length != 0 ? pdybuf->GetBuffer() + start : "",
                             static_cast<std::size_t>(count));
@@ -356,7 +356,7 @@ short CPString::ExtractTaggedValue(CPString* dest, char const* tag, char separat
 short CPString::TerminateAfterSubString(char const* pattern) {
     std::int32_t const length = Length();
     if (length == 0 || pattern == nullptr) return 0;
-    // The work area is fixed; the original ran past it.
+    // The work area is fixed, so a longer text ends through the fatal check.
     SV_CRIT_ASSERT(length < static_cast<std::int32_t>(kTerminateArea), "nLength < 1024");
     std::int32_t at = 0;
     if (ContainsSubString(pattern, &at) == 0) return 0;
@@ -699,7 +699,7 @@ std::int32_t CPString::ReadIStream(std::istream& in) {
     auto const count = static_cast<std::uint32_t>(in.gcount());
     buffer->GetBuffer()[count] = '\0';
     // The count itself is the raw length, so the last character read does not
-    // count in Length(); it has always been so.
+    // count in Length(); callers rely on that.
     buffer->_set_nLength(count);
     return static_cast<std::int32_t>(count);
 }
