@@ -885,6 +885,73 @@ std::ostream& operator<<(std::ostream& out, Token const& tok) {
     return out;
 }
 
+namespace {
+
+// The oldest form: the type index alone, then the value as text.
+void ReadOldestForm(std::istream& in, signed char nHeader, Token& tok) {
+    tok._set_nDataType(IndexType(nHeader));
+    switch (nHeader) {
+    case 1:
+        tok.SetValue(ReadText<char>(in), 0);
+        break;
+    case 2:
+        tok.SetValueBool(ReadText<short>(in));
+        break;
+    case 3:
+        tok.SetValue(ReadText<short>(in), 0);
+        break;
+    case 4:
+        tok.SetValue(ReadText<std::int32_t>(in), 0);
+        break;
+    case 5:
+        tok.SetValue(ReadText<float>(in), 0);
+        break;
+    case 6:
+        tok.SetValue(ReadText<double>(in));
+        break;
+    case 7: {
+        char szLine[256];
+        GetLine(in, szLine, sizeof szLine);
+        tok.SetValue(szLine);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+// The type line of the newest text form, whose first letter is the header.
+std::uint16_t ReadTextFormType(std::istream& in, signed char nHeader) {
+    char szType[82] = {static_cast<char>(nHeader), '\0'};
+    if (szType[0] == '\n') {
+        szType[0] = '\0';
+    } else {
+        in.getline(szType + 1, 81);
+        if (char* cr = std::strchr(szType, '\r')) *cr = '\0';
+    }
+    std::uint16_t nType = TY_UNDEFINED;
+    bool bKnown = false;
+    for (TypeAlias const& name : kFormNames) {
+        if (std::strcmp(szType, name.szName) == 0) {
+            nType = name.nType;
+            bKnown = true;
+        }
+    }
+    if (!bKnown) Unreadable("Unable to determine token data type");
+    return nType;
+}
+
+// The newest text form: a line naming the type, then the value's line.
+void ReadTextForm(std::istream& in, signed char nHeader, Token& tok) {
+    std::uint16_t const nType = ReadTextFormType(in, nHeader);
+    char szValue[256];
+    GetLine(in, szValue, sizeof szValue);
+    tok._set_nDataType(nType);
+    tok.SetValueFromString(szValue);
+}
+
+} // namespace
+
 std::istream& operator>>(std::istream& in, Token& tok) {
     tok.UnInitialize();
     auto const nHeader = static_cast<signed char>(GetByte(in));
@@ -903,58 +970,9 @@ std::istream& operator>>(std::istream& in, Token& tok) {
             tok.Put<std::int32_t>(0, 0);
         }
     } else if (nHeader >= 0 && nHeader <= 9) {
-        // The oldest form: the type index alone, then the value as text.
-        tok.nDataType = IndexType(nHeader);
-        switch (nHeader) {
-        case 1:
-            tok.SetValue(ReadText<char>(in), 0);
-            break;
-        case 2:
-            tok.SetValueBool(ReadText<short>(in));
-            break;
-        case 3:
-            tok.SetValue(ReadText<short>(in), 0);
-            break;
-        case 4:
-            tok.SetValue(ReadText<std::int32_t>(in), 0);
-            break;
-        case 5:
-            tok.SetValue(ReadText<float>(in), 0);
-            break;
-        case 6:
-            tok.SetValue(ReadText<double>(in));
-            break;
-        case 7: {
-            char szLine[256];
-            GetLine(in, szLine, sizeof szLine);
-            tok.SetValue(szLine);
-            break;
-        }
-        default:
-            break;
-        }
+        ReadOldestForm(in, nHeader, tok);
     } else {
-        // The newest text form: the header is the first letter of the type.
-        char szType[82] = {static_cast<char>(nHeader), '\0'};
-        if (szType[0] == '\n') {
-            szType[0] = '\0';
-        } else {
-            in.getline(szType + 1, 81);
-            if (char* cr = std::strchr(szType, '\r')) *cr = '\0';
-        }
-        std::uint16_t nType = TY_UNDEFINED;
-        bool bKnown = false;
-        for (TypeAlias const& name : kFormNames) {
-            if (std::strcmp(szType, name.szName) == 0) {
-                nType = name.nType;
-                bKnown = true;
-            }
-        }
-        if (!bKnown) Unreadable("Unable to determine token data type");
-        char szValue[256];
-        GetLine(in, szValue, sizeof szValue);
-        tok.nDataType = nType;
-        tok.SetValueFromString(szValue);
+        ReadTextForm(in, nHeader, tok);
     }
     if (tok.nDataType == TY_COLLECTION) tok.Put<std::int32_t>(0, 0);
     return in;
