@@ -3,7 +3,7 @@
 #   ./do setup            install the Debian packages the project needs
 #   ./do build [PRESET]   configure and build (default, asan, tsan, release, fuzz)
 #   ./do test [PRESET]    build and run the test suites (default preset)
-#   ./do demo             run the main job
+#   ./do demo             show a splash through the session bus to a real client
 #   ./do bench            release build, run the benchmarks, print the ratios
 #   ./do fuzz [SECONDS]   run every fuzz target (default 60 s each)
 #   ./do format           clang-format every source in place

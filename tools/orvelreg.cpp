@@ -100,6 +100,7 @@ struct Options {
     bool recurse = false;
     std::uint32_t type = REG_SZ;
     std::string data;
+    bool haveData = false;
 };
 
 // A key opened for one command, closed at its end.
@@ -218,28 +219,24 @@ int Event(std::vector<std::string> const& args) {
     return Usage("unknown event action");
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    if (argc < 2) return Usage("no command");
-    std::string const command = argv[1];
-    std::vector<std::string> args(argv + 2, argv + argc);
-    if (command == "event") return Event(args);
-    if (command == "-h" || command == "--help" || command == "/?") {
-        std::printf("%s", kUsageText);
-        return kOk;
-    }
-    if (command != "query" && command != "add" && command != "delete")
-        return Usage("unknown command");
-    if (args.empty()) return Usage("no key");
-
+// The key a command works on.
+struct Target {
     HKEY hive = nullptr;
-    std::string hiveName, path;
-    if (!ParseKey(args[0], &hive, &hiveName, &path)) return Usage("a key begins with HKCU or HKCR");
-    std::string const fullName = path.empty() ? hiveName : hiveName + "\\" + path;
+    std::string path;     // below the hive
+    std::string fullName; // for messages
+};
 
-    Options options;
-    bool haveData = false;
+std::optional<Target> ParseTarget(std::string const& text) {
+    Target target;
+    std::string hiveName;
+    if (!ParseKey(text, &target.hive, &hiveName, &target.path)) return std::nullopt;
+    target.fullName = target.path.empty() ? hiveName : hiveName + "\\" + target.path;
+    return target;
+}
+
+// The options after the key; a refused option answers the usage status.
+std::optional<int> ParseOptions(std::string const& command, std::vector<std::string> const& args,
+                                Options& options) {
     for (std::size_t i = 1; i < args.size(); ++i) {
         std::string flag = args[i];
         for (char& c : flag)
@@ -261,64 +258,92 @@ int main(int argc, char** argv) {
             options.type = *type;
         } else if (flag == "/d" && command == "add") {
             options.data = args[++i];
-            haveData = true;
+            options.haveData = true;
         } else if (flag == "/f") {
             // Accepted: nothing here asks before it changes.
         } else {
             return Usage(("unknown option " + args[i]).c_str());
         }
     }
+    return std::nullopt;
+}
 
+int Query(Target const& target, Options const& options) {
     Key key;
-    if (command == "query") {
-        LSTATUS const status = RegOpenKeyExA(hive, path.c_str(), 0, KEY_READ, key.Out());
-        if (status != 0) return Fail(fullName, status);
-        if (options.value) {
-            std::printf("\n%s\n", fullName.c_str());
-            LSTATUS const valueStatus = PrintValue(key.Get(), *options.value);
-            if (valueStatus != 0) return Fail(fullName + " value " + *options.value, valueStatus);
-            std::printf("\n");
-            return kOk;
-        }
-        PrintKey(key.Get(), fullName, options.recurse);
+    LSTATUS const status = RegOpenKeyExA(target.hive, target.path.c_str(), 0, KEY_READ, key.Out());
+    if (status != 0) return Fail(target.fullName, status);
+    if (options.value) {
+        std::printf("\n%s\n", target.fullName.c_str());
+        LSTATUS const valueStatus = PrintValue(key.Get(), *options.value);
+        if (valueStatus != 0)
+            return Fail(target.fullName + " value " + *options.value, valueStatus);
         std::printf("\n");
         return kOk;
     }
+    PrintKey(key.Get(), target.fullName, options.recurse);
+    std::printf("\n");
+    return kOk;
+}
 
-    if (command == "add") {
-        if (!options.value && haveData) return Usage("data needs a value name (/v or /ve)");
-        std::optional<std::vector<std::uint8_t>> const data = Encode(options.type, options.data);
-        if (!data) return Usage("the data does not fit the value type");
-        RegTransaction transaction;
-        LSTATUS status = RegCreateKeyExA(hive, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                         key.Out(), nullptr);
-        if (status != 0) return Fail(fullName, status);
-        if (options.value) {
-            status = RegSetValueExA(key.Get(), options.value->c_str(), 0, options.type,
-                                    data->data(), static_cast<std::uint32_t>(data->size()));
-            if (status != 0) return Fail(fullName + " value " + *options.value, status);
-        }
-        status = transaction.Commit();
-        return status == 0 ? kOk : Fail(fullName, status);
-    }
-
-    // delete
+int Add(Target const& target, Options const& options) {
+    if (!options.value && options.haveData) return Usage("data needs a value name (/v or /ve)");
+    std::optional<std::vector<std::uint8_t>> const data = Encode(options.type, options.data);
+    if (!data) return Usage("the data does not fit the value type");
+    Key key;
     RegTransaction transaction;
-    LSTATUS status = 0;
-    if (options.value || options.allValues) {
-        status = RegOpenKeyExA(hive, path.c_str(), 0, KEY_ALL_ACCESS, key.Out());
-        if (status != 0) return Fail(fullName, status);
-        if (options.allValues) {
-            std::string name;
-            while (status == 0 && RegEnumValueA(key.Get(), 0, &name) == 0)
-                status = RegDeleteValueA(key.Get(), name.c_str());
-        } else {
-            status = RegDeleteValueA(key.Get(), options.value->c_str());
-        }
-    } else {
-        status = RegDeleteKeyA(hive, path.c_str());
+    LSTATUS status = RegCreateKeyExA(target.hive, target.path.c_str(), 0, nullptr, 0,
+                                     KEY_ALL_ACCESS, nullptr, key.Out(), nullptr);
+    if (status != 0) return Fail(target.fullName, status);
+    if (options.value) {
+        status = RegSetValueExA(key.Get(), options.value->c_str(), 0, options.type, data->data(),
+                                static_cast<std::uint32_t>(data->size()));
+        if (status != 0) return Fail(target.fullName + " value " + *options.value, status);
     }
-    if (status != 0) return Fail(fullName, status);
     status = transaction.Commit();
-    return status == 0 ? kOk : Fail(fullName, status);
+    return status == 0 ? kOk : Fail(target.fullName, status);
+}
+
+// One value, every value of the key, or the key itself.
+LSTATUS DeleteIn(Target const& target, Options const& options, Key& key) {
+    if (!options.value && !options.allValues)
+        return RegDeleteKeyA(target.hive, target.path.c_str());
+    LSTATUS status = RegOpenKeyExA(target.hive, target.path.c_str(), 0, KEY_ALL_ACCESS, key.Out());
+    if (status != 0) return status;
+    if (!options.allValues) return RegDeleteValueA(key.Get(), options.value->c_str());
+    std::string name;
+    while (status == 0 && RegEnumValueA(key.Get(), 0, &name) == 0)
+        status = RegDeleteValueA(key.Get(), name.c_str());
+    return status;
+}
+
+int Delete(Target const& target, Options const& options) {
+    Key key;
+    RegTransaction transaction;
+    LSTATUS status = DeleteIn(target, options, key);
+    if (status != 0) return Fail(target.fullName, status);
+    status = transaction.Commit();
+    return status == 0 ? kOk : Fail(target.fullName, status);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) return Usage("no command");
+    std::string const command = argv[1];
+    std::vector<std::string> args(argv + 2, argv + argc);
+    if (command == "event") return Event(args);
+    if (command == "-h" || command == "--help" || command == "/?") {
+        std::printf("%s", kUsageText);
+        return kOk;
+    }
+    if (command != "query" && command != "add" && command != "delete")
+        return Usage("unknown command");
+    if (args.empty()) return Usage("no key");
+    std::optional<Target> const target = ParseTarget(args[0]);
+    if (!target) return Usage("a key begins with HKCU or HKCR");
+    Options options;
+    if (std::optional<int> const refused = ParseOptions(command, args, options)) return *refused;
+    if (command == "query") return Query(*target, options);
+    if (command == "add") return Add(*target, options);
+    return Delete(*target, options);
 }

@@ -231,7 +231,7 @@ void CreateableCache::Count(char const* szFormat) {
     }
     if (bLogStatistics == 0) return;
     char szLine[128];
-    // The counts print as 32-bit longs, as the log has always shown them.
+    // The counts print as 32-bit longs: that is the log's form.
     std::snprintf(szLine, sizeof szLine, szFormat,
                   static_cast<long>(static_cast<std::int32_t>(nRequests)),
                   static_cast<long>(static_cast<std::int32_t>(nHits)),

@@ -202,8 +202,8 @@ ErrorText const* FindError(int nCode) {
     return nullptr;
 }
 
-// Appends to the message. The original did not check its 1,024 bytes; here
-// a message that would run past them is cut.
+// Appends to the message, which holds 1,024 bytes: a message that would run
+// past them is cut.
 class MessageWriter {
 public:
     explicit MessageWriter(char (&szMessage)[Exception::kMessageSize])
@@ -247,7 +247,7 @@ Exception::Exception(short nCode, char const* szDetail) {
 }
 
 Exception::Exception(short nCode, Token* ptok, char const* szDetail) {
-    // The original read through a null token; here the detail stands alone.
+    // Without a token the detail stands alone.
     if (ptok == nullptr) {
         BuildErrorMessage(nCode, szDetail);
         return;

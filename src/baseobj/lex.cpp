@@ -264,8 +264,8 @@ void CharCQ::GetQueue(char* buf) {
     nPeek = -1;
 }
 
-// The original copied without a look at the capacity; a text that cannot fit
-// ends the process here.
+// The queue's slots are fixed, so a text that cannot fit ends the process
+// through the fatal check.
 void CharCQ::SetQueue(char const* sz) {
     std::size_t const nLength = std::strlen(sz);
     SV_ASSERT(nLength < static_cast<std::size_t>(kSlots), "strlen(sz) < 8096");
@@ -289,7 +289,8 @@ void CharCQ::_set_arcDirection(char const* ac) {
     nPeek = -1;
 }
 
-// Indexes are kept within the slots, where the original took any number.
+// Any number is taken and wrapped into the slots, so an index never points
+// outside them.
 void CharCQ::_set_nH(int n) {
     nH = Wrap(n);
 }
@@ -349,8 +350,8 @@ Token* Duplicate(Token const* ptok) {
 }
 } // namespace
 
-// The original shared the look-ahead tokens too, and the first of the two
-// scanners to end deleted them under the other; each has its own here.
+// The copy takes its own look-ahead tokens: shared ones would be deleted by
+// whichever of the two scanners ended first, under the other.
 Scanner::Scanner(Scanner const& other)
     : pisThis(other.pisThis), pcBuffer(other.pcBuffer), posDump(other.posDump),
       nWhole(other.nWhole), nExponent(other.nExponent), dValue(other.dValue), dScale(other.dScale),
@@ -404,7 +405,7 @@ Scanner& Scanner::operator=(Scanner const& other) {
     return *this;
 }
 
-// The field read ahead goes too; the original left it behind.
+// The look-ahead tokens and the field read ahead are the scanner's own.
 Scanner::~Scanner() {
     DeleteLookAhead();
     delete ptokField;
@@ -457,8 +458,7 @@ void Scanner::Reset(std::istream* pis) {
 
 // Characters -------------------------------------------------------------------------
 
-// With no source at all the original read through a null stream; here that
-// is the end of input.
+// With no source at all (no buffer, no stream) the input has ended.
 int Scanner::GetCharFromStream(char& c) {
     if (bUseBuffer != 0 && pcBuffer != nullptr) {
         if (nBufferEnd == -1) {
@@ -584,7 +584,7 @@ Token* Scanner::BuildToken() {
     }
 }
 
-// The original left the text's buffer behind on a throw; it goes here.
+// The text's buffer is owned, so a throw while reading does not leak it.
 void Scanner::ReadIdentifier(Token* ptok) {
     std::unique_ptr<char[]> szIdentifier(new char[kShortIdentifier]);
     bool bLong = false;
@@ -610,7 +610,7 @@ void Scanner::ReadIdentifier(Token* ptok) {
     for (;;) {
         if (c == '\\') {
             c = NextChar();
-            // Backspace and form feed for \t and \r: the values it has always had.
+            // \t stands for backspace and \r for form feed: the scanner's own escapes.
             if (c == 't')
                 c = 8;
             else if (c == 'n')
@@ -827,8 +827,8 @@ void Scanner::ReadPunctuation(Token* ptok) {
     ptok->SetValue(c, 0);
 }
 
-// The comment buffer is shared and fixed. The original's 16-bit index ran
-// past it on a longer comment; here that ends the process.
+// The comment buffer is shared and fixed at a 16-bit index's reach, so a
+// longer comment ends the process through the fatal check.
 void Scanner::ReadComment(Token* ptok, char cSecond) {
     std::size_t n = 0;
     auto store = [&n](char c) {
@@ -975,8 +975,7 @@ short Scanner::Consume2(char const* sz) {
     }
 }
 
-// The original read on for ever when no line feed came; the end of input
-// ends it here.
+// Reads up to the next line feed, or to the end of input when none comes.
 short Scanner::Consume2EOL() {
     bHitLF = 0;
     while (bHitLF == 0)
@@ -1012,8 +1011,8 @@ short Scanner::PeekNumeric() {
     return ptok2 != nullptr && ptok2->Match('-') != 0 ? 1 : 0;
 }
 
-// The original ran past its 256 bytes of token text and 1,024 of line on a
-// longer token or line; here both are cut to fit.
+// A token's text holds 256 bytes and the line 1,024: a longer token or line
+// is cut to fit.
 Token* Scanner::Catenate2EOL() {
     bHitLF = 0;
     Token* const ptokFirst = PeekTokenPtr();

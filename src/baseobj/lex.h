@@ -239,8 +239,8 @@ private:
     char bHitFF = 0;
     char bIgnoreComments = 0;
     char bDisableReservedWords = 0;
-    // A slot holds a byte, or kEmptySlot: the original marked an empty slot
-    // with 255 itself, which a 255 in the input could not be told from.
+    // A slot holds a byte, or kEmptySlot, which lies outside the bytes so that
+    // a 255 in the input is never taken for an empty slot.
     std::int16_t cPushback1 = kEmptySlot;
     std::int16_t cPushback2 = kEmptySlot;
 

@@ -45,7 +45,7 @@ short Clamp(short nIndex, short nLast) {
 }
 
 // Truncation toward zero through a 32-bit integer. Where that integer cannot
-// hold the value, the x86 conversion the original ran on gives 0x80000000.
+// hold the value the result is 0x80000000, as the x86 conversion gives.
 std::int32_t Trunc32(double d) {
     if (!(d > -2147483649.0 && d < 2147483648.0)) return INT32_MIN;
     return static_cast<std::int32_t>(d);
@@ -55,8 +55,8 @@ bool IsSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// The C library's decimal reader, as the 32-bit original's: leading space,
-// a sign, digits, wrapping past the range. False when nothing was read.
+// The C library's decimal reader with a 32-bit long: leading space, a sign,
+// digits, wrapping past the range. False when nothing was read.
 bool ScanLong(char const* sz, std::int32_t& n) {
     if (sz == nullptr) return false;
     while (IsSpace(*sz))
@@ -211,9 +211,9 @@ bool IsText(std::uint16_t nType) {
     return nType == TY_STRING || nType == TY_COMMENT;
 }
 
-// A copy of a text whose length the original took as a short: from 32,768
-// characters on its allocation asked for a negative size, failed, and ended
-// the process, as it does here.
+// A copy of a text whose length is taken as a short: from 32,768 characters
+// on the allocation asks for a negative size, fails, and ends the process
+// through the fatal check.
 char* DuplicateText(char const* sz, char const* szCheck) {
     std::size_t const nLength = std::strlen(sz);
     int const nAlloc = static_cast<short>(nLength) + 2;
@@ -393,8 +393,7 @@ void Token::AdoptValue(char* sz, short) {
     szVal = sz;
 }
 
-// Text that does not parse stores what the original's work area held; here
-// that is always 0.
+// Text that does not parse stores the work area's value, which is always 0.
 void Token::SetValueFromString(char const* sz) {
     if (sz != nullptr && std::strstr(sz, kEmpty) != nullptr) {
         KillStringIfNeeded();
@@ -614,8 +613,8 @@ void Token::FetchAsString(char* buf, std::size_t nSize, char nPrecision) const {
     buf[n] = '\0';
 }
 
-// The original formatted into a work buffer of about 8 KB first; the text is
-// built whole here, so no value runs past it.
+// The text is built whole before it is escaped, so no value runs past a
+// fixed work buffer.
 void Token::FetchAsStringWithEscapeCharacters(char* buf, char nPrecision) const {
     if (nDataType == TY_COMMENT) {
         FetchAsString(buf, nPrecision);
@@ -886,6 +885,73 @@ std::ostream& operator<<(std::ostream& out, Token const& tok) {
     return out;
 }
 
+namespace {
+
+// The oldest form: the type index alone, then the value as text.
+void ReadOldestForm(std::istream& in, signed char nHeader, Token& tok) {
+    tok._set_nDataType(IndexType(nHeader));
+    switch (nHeader) {
+    case 1:
+        tok.SetValue(ReadText<char>(in), 0);
+        break;
+    case 2:
+        tok.SetValueBool(ReadText<short>(in));
+        break;
+    case 3:
+        tok.SetValue(ReadText<short>(in), 0);
+        break;
+    case 4:
+        tok.SetValue(ReadText<std::int32_t>(in), 0);
+        break;
+    case 5:
+        tok.SetValue(ReadText<float>(in), 0);
+        break;
+    case 6:
+        tok.SetValue(ReadText<double>(in));
+        break;
+    case 7: {
+        char szLine[256];
+        GetLine(in, szLine, sizeof szLine);
+        tok.SetValue(szLine);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+// The type line of the newest text form, whose first letter is the header.
+std::uint16_t ReadTextFormType(std::istream& in, signed char nHeader) {
+    char szType[82] = {static_cast<char>(nHeader), '\0'};
+    if (szType[0] == '\n') {
+        szType[0] = '\0';
+    } else {
+        in.getline(szType + 1, 81);
+        if (char* cr = std::strchr(szType, '\r')) *cr = '\0';
+    }
+    std::uint16_t nType = TY_UNDEFINED;
+    bool bKnown = false;
+    for (TypeAlias const& name : kFormNames) {
+        if (std::strcmp(szType, name.szName) == 0) {
+            nType = name.nType;
+            bKnown = true;
+        }
+    }
+    if (!bKnown) Unreadable("Unable to determine token data type");
+    return nType;
+}
+
+// The newest text form: a line naming the type, then the value's line.
+void ReadTextForm(std::istream& in, signed char nHeader, Token& tok) {
+    std::uint16_t const nType = ReadTextFormType(in, nHeader);
+    char szValue[256];
+    GetLine(in, szValue, sizeof szValue);
+    tok._set_nDataType(nType);
+    tok.SetValueFromString(szValue);
+}
+
+} // namespace
+
 std::istream& operator>>(std::istream& in, Token& tok) {
     tok.UnInitialize();
     auto const nHeader = static_cast<signed char>(GetByte(in));
@@ -904,58 +970,9 @@ std::istream& operator>>(std::istream& in, Token& tok) {
             tok.Put<std::int32_t>(0, 0);
         }
     } else if (nHeader >= 0 && nHeader <= 9) {
-        // The oldest form: the type index alone, then the value as text.
-        tok.nDataType = IndexType(nHeader);
-        switch (nHeader) {
-        case 1:
-            tok.SetValue(ReadText<char>(in), 0);
-            break;
-        case 2:
-            tok.SetValueBool(ReadText<short>(in));
-            break;
-        case 3:
-            tok.SetValue(ReadText<short>(in), 0);
-            break;
-        case 4:
-            tok.SetValue(ReadText<std::int32_t>(in), 0);
-            break;
-        case 5:
-            tok.SetValue(ReadText<float>(in), 0);
-            break;
-        case 6:
-            tok.SetValue(ReadText<double>(in));
-            break;
-        case 7: {
-            char szLine[256];
-            GetLine(in, szLine, sizeof szLine);
-            tok.SetValue(szLine);
-            break;
-        }
-        default:
-            break;
-        }
+        ReadOldestForm(in, nHeader, tok);
     } else {
-        // The newest text form: the header is the first letter of the type.
-        char szType[82] = {static_cast<char>(nHeader), '\0'};
-        if (szType[0] == '\n') {
-            szType[0] = '\0';
-        } else {
-            in.getline(szType + 1, 81);
-            if (char* cr = std::strchr(szType, '\r')) *cr = '\0';
-        }
-        std::uint16_t nType = TY_UNDEFINED;
-        bool bKnown = false;
-        for (TypeAlias const& name : kFormNames) {
-            if (std::strcmp(szType, name.szName) == 0) {
-                nType = name.nType;
-                bKnown = true;
-            }
-        }
-        if (!bKnown) Unreadable("Unable to determine token data type");
-        char szValue[256];
-        GetLine(in, szValue, sizeof szValue);
-        tok.nDataType = nType;
-        tok.SetValueFromString(szValue);
+        ReadTextForm(in, nHeader, tok);
     }
     if (tok.nDataType == TY_COLLECTION) tok.Put<std::int32_t>(0, 0);
     return in;

@@ -150,9 +150,9 @@ protected:
     std::uint16_t nCol = kNoPosition;
     std::uint16_t nDataType = TY_UNDEFINED;
     unsigned char nRadix = 10;
-    // The value as the 32-bit original laid it out, where a text pointer
-    // filled the first four bytes; a pointer is wider here, so the text is
-    // held beside them and those bytes read 0 while it is there.
+    // The value in its 32-bit layout, where a text pointer fills the first
+    // four bytes; a pointer is wider than that, so the text is held beside
+    // them and those bytes read 0 while it is there.
     alignas(8) unsigned char abValue[8] = {};
     char* szVal = nullptr;
 

@@ -1,6 +1,7 @@
 #include <cpcoll/crdict.h>
 
 #include <cpcoll/cpdict.h>
+#include <cpcoll/crkeyed.h>
 #include <util/exceptions.h>
 
 #include <new>
@@ -8,10 +9,11 @@
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-
-Createable* AsEntry(void* pv) {
-    return static_cast<Createable*>(pv);
+void CheckEntry(Createable* pcrEntry) {
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
 }
+
+using Keys = crkeyed::CountedKeys<CPDictionary, CheckEntry>;
 
 } // namespace
 
@@ -28,128 +30,114 @@ CrDictionary::~CrDictionary() {
 
 // A dictionary that could not be made stores nothing.
 short CrDictionary::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
-    if (pdctThe == nullptr) return 0;
-    if (ExistsKeyNum(nKey) != 0) return 0;
-    pdctThe->AddKeyNum(nKey, pcrEntry);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{pdctThe}.AddFirst([&] { return ExistsKeyNum(nKey); },
+                                  [&](CPDictionary& d) { d.AddKeyNum(nKey, pcrEntry); }, pcrEntry);
 }
 
 short CrDictionary::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_t* pulHash) {
-    if (pdctThe == nullptr) return 0;
-    if (ExistsKeyString(szKey, pulHash) != 0) return 0;
-    pdctThe->AddKeyString(szKey, pcrEntry, pulHash);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{pdctThe}.AddFirst(
+        [&] { return ExistsKeyString(szKey, pulHash); },
+        [&](CPDictionary& d) { d.AddKeyString(szKey, pcrEntry, pulHash); }, pcrEntry);
 }
 
 short CrDictionary::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
-    if (pdctThe == nullptr) return 0;
-    if (ExistsKeyString(pstrKey) != 0) return 0;
-    pdctThe->AddKeyString(pstrKey, pcrEntry);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{pdctThe}.AddFirst([&] { return ExistsKeyString(pstrKey); },
+                                  [&](CPDictionary& d) { d.AddKeyString(pstrKey, pcrEntry); },
+                                  pcrEntry);
 }
 
 short CrDictionary::RemoveKeyString(char const* szKey, std::uint32_t* pulHash) {
-    if (FindKeyString(szKey, pulHash) == nullptr) return 0;
-    pdctThe->DestroyKeyString(szKey, itReleaseCreateable, pulHash);
-    return 1;
+    return Keys::RemoveFound(
+        [&] { return FindKeyString(szKey, pulHash); },
+        [&] { pdctThe->DestroyKeyString(szKey, itReleaseCreateable, pulHash); });
 }
 
 short CrDictionary::RemoveKeyString(CPString* pstrKey) {
-    if (FindKeyString(pstrKey) == nullptr) return 0;
-    pdctThe->DestroyKeyString(pstrKey, itReleaseCreateable);
-    return 1;
+    return Keys::RemoveFound([&] { return FindKeyString(pstrKey); },
+                             [&] { pdctThe->DestroyKeyString(pstrKey, itReleaseCreateable); });
 }
 
 short CrDictionary::RemoveKeyNum(std::uintptr_t nKey) {
-    if (FindKeyNum(nKey) == nullptr) return 0;
-    pdctThe->DestroyKeyNum(nKey, itReleaseCreateable);
-    return 1;
+    return Keys::RemoveFound([&] { return FindKeyNum(nKey); },
+                             [&] { pdctThe->DestroyKeyNum(nKey, itReleaseCreateable); });
 }
 
 void CrDictionary::RemoveAll() {
-    if (pdctThe != nullptr) pdctThe->DestroyAll(itReleaseCreateable);
+    Keys{pdctThe}.Do([](CPDictionary& d) { d.DestroyAll(itReleaseCreateable); });
 }
 
 void CrDictionary::DetachKeyNum(std::uintptr_t nKey) {
-    if (pdctThe != nullptr) pdctThe->DetachKeyNum(nKey);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.DetachKeyNum(nKey); });
 }
 
 void CrDictionary::DetachKeyString(char const* szKey, std::uint32_t* pulHash) {
-    if (pdctThe != nullptr) pdctThe->DetachKeyString(szKey, pulHash);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.DetachKeyString(szKey, pulHash); });
 }
 
 void CrDictionary::DetachKeyString(CPString* pstrKey) {
-    if (pdctThe != nullptr) pdctThe->DetachKeyString(pstrKey);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.DetachKeyString(pstrKey); });
 }
 
 // Lookup ---------------------------------------------------------------------
 
 Createable* CrDictionary::FindKeyNum(std::uintptr_t nKey) {
-    return pdctThe != nullptr ? AsEntry(pdctThe->FindKeyNum(nKey)) : nullptr;
+    return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d.FindKeyNum(nKey); });
 }
 
 Createable* CrDictionary::FindKeyString(char const* szKey, std::uint32_t* pulHash) {
-    return pdctThe != nullptr ? AsEntry(pdctThe->FindKeyString(szKey, pulHash)) : nullptr;
+    return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d.FindKeyString(szKey, pulHash); });
 }
 
 Createable* CrDictionary::FindKeyString(CPString* pstrKey) {
-    return pdctThe != nullptr ? AsEntry(pdctThe->FindKeyString(pstrKey)) : nullptr;
+    return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d.FindKeyString(pstrKey); });
 }
 
 short CrDictionary::ExistsKeyNum(std::uintptr_t nKey) {
-    return pdctThe != nullptr && pdctThe->ExistsKeyNum(nKey) != 0 ? 1 : 0;
+    return Keys{pdctThe}.Exists([&](CPDictionary& d) { return d.ExistsKeyNum(nKey); });
 }
 
 short CrDictionary::ExistsKeyString(CPString* pstrKey) {
-    return pdctThe != nullptr && pdctThe->ExistsKeyString(pstrKey) != 0 ? 1 : 0;
+    return Keys{pdctThe}.Exists([&](CPDictionary& d) { return d.ExistsKeyString(pstrKey); });
 }
 
 short CrDictionary::ExistsKeyString(char const* szKey, std::uint32_t* pulHash) {
-    return pdctThe != nullptr && pdctThe->ExistsKeyString(szKey, pulHash) != 0 ? 1 : 0;
+    return Keys{pdctThe}.Exists([&](CPDictionary& d) { return d.ExistsKeyString(szKey, pulHash); });
 }
 
 Createable* CrDictionary::operator[](std::uint32_t nKey) {
-    return pdctThe != nullptr ? AsEntry((*pdctThe)[nKey]) : nullptr;
+    return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d[nKey]; });
 }
 
 // Walks and the cursor -------------------------------------------------------
 
 std::uint32_t CrDictionary::Length() {
-    return pdctThe != nullptr ? pdctThe->Length() : 0;
+    return Keys{pdctThe}.Answer(std::uint32_t{0}, [](CPDictionary& d) { return d.Length(); });
 }
 
 void CrDictionary::ForEach(pfnKillFunc pfn, void* pvUser) {
-    if (pdctThe != nullptr) pdctThe->ForEach(pfn, pvUser);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.ForEach(pfn, pvUser); });
 }
 
 void CrDictionary::ForEach(pfnKeyFunc pfn, void* pvUser) {
-    if (pdctThe != nullptr) pdctThe->ForEach(pfn, pvUser);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.ForEach(pfn, pvUser); });
 }
 
 void CrDictionary::ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) {
-    if (pdctThe != nullptr) pdctThe->ForEachInternalContainer(pfn, pvUser);
+    Keys{pdctThe}.Do([&](CPDictionary& d) { d.ForEachInternalContainer(pfn, pvUser); });
 }
 
 Createable* CrDictionary::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
-    return pdctThe != nullptr ? AsEntry(pdctThe->FirstThat(pfnCond, pvUser)) : nullptr;
+    return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d.FirstThat(pfnCond, pvUser); });
 }
 
 Createable* CrDictionary::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    if (pdctThe == nullptr) return nullptr;
-    return static_cast<CPDictionaryAssociation*>(
-        pdctThe->FirstThatInternalContainer(pfnCond, pvUser));
+    return Keys{pdctThe}.Entry<CPDictionaryAssociation>(
+        [&](CPDictionary& d) { return d.FirstThatInternalContainer(pfnCond, pvUser); });
 }
 
 Createable* CrDictionary::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    if (pdctThe == nullptr) return nullptr;
-    return static_cast<CPDictionaryAssociation*>(
-        pdctThe->NextThatInternalContainer(pfnCond, pvUser));
+    return Keys{pdctThe}.Entry<CPDictionaryAssociation>(
+        [&](CPDictionary& d) { return d.NextThatInternalContainer(pfnCond, pvUser); });
 }
 
 CrCollection* CrDictionary::AllThatInternalContainer(pfnCondFunc, void*) {
@@ -158,26 +146,28 @@ CrCollection* CrDictionary::AllThatInternalContainer(pfnCondFunc, void*) {
 }
 
 void CrDictionary::GotoTop() {
-    if (pdctThe != nullptr) pdctThe->GotoTop();
+    Keys{pdctThe}.Do([](CPDictionary& d) { d.GotoTop(); });
 }
 
 void CrDictionary::GotoBottom() {
-    if (pdctThe != nullptr) pdctThe->GotoBottom();
+    Keys{pdctThe}.Do([](CPDictionary& d) { d.GotoBottom(); });
 }
 
 std::int32_t CrDictionary::Next() {
-    return pdctThe != nullptr ? pdctThe->Next() : 0;
+    return Keys{pdctThe}.Answer(std::int32_t{0}, [](CPDictionary& d) { return d.Next(); });
 }
 
 std::int32_t CrDictionary::Prev() {
-    return pdctThe != nullptr ? pdctThe->Prev() : 0;
+    return Keys{pdctThe}.Answer(std::int32_t{0}, [](CPDictionary& d) { return d.Prev(); });
 }
 
 Createable* CrDictionary::Retrieve() {
-    return pdctThe != nullptr ? AsEntry(pdctThe->Retrieve()) : nullptr;
+    return Keys{pdctThe}.Entry([](CPDictionary& d) { return d.Retrieve(); });
 }
 
 CPDictionaryAssociation* CrDictionary::RetrieveInternalContainer() {
-    if (pdctThe == nullptr) return nullptr;
-    return static_cast<CPDictionaryAssociation*>(pdctThe->RetrieveInternalContainer());
+    return Keys{pdctThe}.Answer(
+        static_cast<CPDictionaryAssociation*>(nullptr), [](CPDictionary& d) {
+            return static_cast<CPDictionaryAssociation*>(d.RetrieveInternalContainer());
+        });
 }

@@ -1,19 +1,17 @@
 #include <cpcoll/crtree.h>
 
 #include <cpcoll/btree.h>
+#include <cpcoll/crkeyed.h>
 #include <util/exceptions.h>
 
 namespace {
 
 // Checks report the unit's name, not the source path, and the caller's line.
-
-Createable* AsEntry(void* pv) {
-    return static_cast<Createable*>(pv);
+void CheckEntry(Createable* pcrEntry) {
+    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
 }
 
-Createable* AsLeaf(void* pv) {
-    return static_cast<Leaf*>(pv);
-}
+using Keys = crkeyed::CountedKeys<CPTree, CheckEntry>;
 
 } // namespace
 
@@ -30,121 +28,113 @@ CrTree::~CrTree() {
 
 // The test for the key comes first, which hides the tree's own replacing.
 short CrTree::AddKeyNum(std::uintptr_t nKey, Createable* pcrEntry) {
-    if (ExistsKeyNum(nKey) != 0) return 0;
-    ptreeThe->AddKeyNum(nKey, pcrEntry);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{ptreeThe}.AddFirst([&] { return ExistsKeyNum(nKey); },
+                                   [&](CPTree& t) { t.AddKeyNum(nKey, pcrEntry); }, pcrEntry);
 }
 
 short CrTree::AddKeyString(char const* szKey, Createable* pcrEntry, std::uint32_t* pulHash) {
-    if (ExistsKeyString(szKey, pulHash) != 0) return 0;
-    ptreeThe->AddKeyString(szKey, pcrEntry, pulHash);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{ptreeThe}.AddFirst([&] { return ExistsKeyString(szKey, pulHash); },
+                                   [&](CPTree& t) { t.AddKeyString(szKey, pcrEntry, pulHash); },
+                                   pcrEntry);
 }
 
 short CrTree::AddKeyString(CPString* pstrKey, Createable* pcrEntry) {
-    if (ExistsKeyString(pstrKey) != 0) return 0;
-    ptreeThe->AddKeyString(pstrKey, pcrEntry);
-    SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
-    pcrEntry->AddRef();
-    return 1;
+    return Keys{ptreeThe}.AddFirst([&] { return ExistsKeyString(pstrKey); },
+                                   [&](CPTree& t) { t.AddKeyString(pstrKey, pcrEntry); }, pcrEntry);
 }
 
 short CrTree::RemoveKeyString(char const* szKey, std::uint32_t* pulHash) {
-    if (FindKeyString(szKey, pulHash) == nullptr) return 0;
-    ptreeThe->DestroyKeyString(szKey, itReleaseCreateable, pulHash);
-    return 1;
+    return Keys::RemoveFound(
+        [&] { return FindKeyString(szKey, pulHash); },
+        [&] { ptreeThe->DestroyKeyString(szKey, itReleaseCreateable, pulHash); });
 }
 
 short CrTree::RemoveKeyString(CPString* pstrKey) {
-    if (FindKeyString(pstrKey) == nullptr) return 0;
-    ptreeThe->DestroyKeyString(pstrKey, itReleaseCreateable);
-    return 1;
+    return Keys::RemoveFound([&] { return FindKeyString(pstrKey); },
+                             [&] { ptreeThe->DestroyKeyString(pstrKey, itReleaseCreateable); });
 }
 
 short CrTree::RemoveKeyNum(std::uintptr_t nKey) {
-    if (FindKeyNum(nKey) == nullptr) return 0;
-    ptreeThe->DestroyKeyNum(nKey, itReleaseCreateable);
-    return 1;
+    return Keys::RemoveFound([&] { return FindKeyNum(nKey); },
+                             [&] { ptreeThe->DestroyKeyNum(nKey, itReleaseCreateable); });
 }
 
 void CrTree::RemoveAll() {
-    ptreeThe->DestroyAll(itReleaseCreateable);
+    Keys{ptreeThe}.Do([](CPTree& t) { t.DestroyAll(itReleaseCreateable); });
 }
 
 void CrTree::DetachKeyNum(std::uintptr_t nKey) {
-    ptreeThe->DetachKeyNum(nKey);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.DetachKeyNum(nKey); });
 }
 
 void CrTree::DetachKeyString(char const* szKey, std::uint32_t* pulHash) {
-    ptreeThe->DetachKeyString(szKey, pulHash);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.DetachKeyString(szKey, pulHash); });
 }
 
 void CrTree::DetachKeyString(CPString* pstrKey) {
-    ptreeThe->DetachKeyString(pstrKey);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.DetachKeyString(pstrKey); });
 }
 
 // Lookup ---------------------------------------------------------------------
 
 Createable* CrTree::FindKeyNum(std::uintptr_t nKey) {
-    return AsEntry(ptreeThe->FindKeyNum(nKey));
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.FindKeyNum(nKey); });
 }
 
 Createable* CrTree::FindKeyString(char const* szKey, std::uint32_t* pulHash) {
-    return AsEntry(ptreeThe->FindKeyString(szKey, pulHash));
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.FindKeyString(szKey, pulHash); });
 }
 
 Createable* CrTree::FindKeyString(CPString* pstrKey) {
-    return AsEntry(ptreeThe->FindKeyString(pstrKey));
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.FindKeyString(pstrKey); });
 }
 
 short CrTree::ExistsKeyNum(std::uintptr_t nKey) {
-    return ptreeThe->ExistsKeyNum(nKey) != 0 ? 1 : 0;
+    return Keys{ptreeThe}.Exists([&](CPTree& t) { return t.ExistsKeyNum(nKey); });
 }
 
 short CrTree::ExistsKeyString(CPString* pstrKey) {
-    return ptreeThe->ExistsKeyString(pstrKey) != 0 ? 1 : 0;
+    return Keys{ptreeThe}.Exists([&](CPTree& t) { return t.ExistsKeyString(pstrKey); });
 }
 
 short CrTree::ExistsKeyString(char const* szKey, std::uint32_t* pulHash) {
-    return ptreeThe->ExistsKeyString(szKey, pulHash) != 0 ? 1 : 0;
+    return Keys{ptreeThe}.Exists([&](CPTree& t) { return t.ExistsKeyString(szKey, pulHash); });
 }
 
 Createable* CrTree::operator[](std::uint32_t nKey) {
-    return AsEntry(ptreeThe->RetrieveIDX(nKey));
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.RetrieveIDX(nKey); });
 }
 
 // Walks and the cursor -------------------------------------------------------
 
 std::uint32_t CrTree::Length() {
-    return ptreeThe->Length();
+    return Keys{ptreeThe}.Answer(std::uint32_t{0}, [](CPTree& t) { return t.Length(); });
 }
 
 void CrTree::ForEach(pfnKillFunc pfn, void* pvUser) {
-    ptreeThe->ForEach(pfn, pvUser);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.ForEach(pfn, pvUser); });
 }
 
 void CrTree::ForEach(pfnKeyFunc pfn, void* pvUser) {
-    ptreeThe->ForEach(pfn, pvUser);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.ForEach(pfn, pvUser); });
 }
 
 void CrTree::ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) {
-    ptreeThe->ForEachInternalContainer(pfn, pvUser);
+    Keys{ptreeThe}.Do([&](CPTree& t) { t.ForEachInternalContainer(pfn, pvUser); });
 }
 
 Createable* CrTree::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
-    return AsEntry(ptreeThe->FirstThat(pfnCond, pvUser));
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.FirstThat(pfnCond, pvUser); });
 }
 
 Createable* CrTree::FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    return AsLeaf(ptreeThe->FirstThatInternalContainer(pfnCond, pvUser));
+    return Keys{ptreeThe}.Entry<Leaf>(
+        [&](CPTree& t) { return t.FirstThatInternalContainer(pfnCond, pvUser); });
 }
 
 Createable* CrTree::NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) {
-    return AsLeaf(ptreeThe->NextThatInternalContainer(pfnCond, pvUser));
+    return Keys{ptreeThe}.Entry<Leaf>(
+        [&](CPTree& t) { return t.NextThatInternalContainer(pfnCond, pvUser); });
 }
 
 CrCollection* CrTree::AllThatInternalContainer(pfnCondFunc, void*) {
@@ -153,21 +143,21 @@ CrCollection* CrTree::AllThatInternalContainer(pfnCondFunc, void*) {
 }
 
 void CrTree::GotoTop() {
-    ptreeThe->GotoTop();
+    Keys{ptreeThe}.Do([](CPTree& t) { t.GotoTop(); });
 }
 
 void CrTree::GotoBottom() {
-    ptreeThe->GotoBottom();
+    Keys{ptreeThe}.Do([](CPTree& t) { t.GotoBottom(); });
 }
 
 std::int32_t CrTree::Next() {
-    return ptreeThe->Next();
+    return Keys{ptreeThe}.Answer(std::int32_t{0}, [](CPTree& t) { return t.Next(); });
 }
 
 std::int32_t CrTree::Prev() {
-    return ptreeThe->Prev();
+    return Keys{ptreeThe}.Answer(std::int32_t{0}, [](CPTree& t) { return t.Prev(); });
 }
 
 Createable* CrTree::Retrieve() {
-    return AsEntry(ptreeThe->Retrieve());
+    return Keys{ptreeThe}.Entry([](CPTree& t) { return t.Retrieve(); });
 }

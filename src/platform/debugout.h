@@ -3,8 +3,8 @@
 // box's block on standard error.
 #pragma once
 
-#include <platform/seam.h>
 #include <platform/export.h>
+#include <platform/replaceable.h>
 
 namespace platform {
 

@@ -3,8 +3,8 @@
 // as one block, caption first.
 #pragma once
 
-#include <platform/seam.h>
 #include <platform/export.h>
+#include <platform/replaceable.h>
 
 namespace platform {
 

@@ -3,8 +3,8 @@
 // low byte: 0xDEADF0CC arrives as 0xCC (204), -1 as 255.
 #pragma once
 
-#include <platform/seam.h>
 #include <platform/export.h>
+#include <platform/replaceable.h>
 
 #include <cstdint>
 

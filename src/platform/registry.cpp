@@ -192,7 +192,8 @@ private:
     LSTATUS openStatus_ = 0;
 };
 
-// The connection and the key's id, checked to exist.
+// The process's connection, or null with the reason the store could not be
+// opened.
 struct Opened {
     sqlite3* db = nullptr;
     LSTATUS status = 0;

@@ -17,13 +17,13 @@ constexpr char kSettingsKey[] = "Software\\Orveltech";
 constexpr char kLogPathValue[] = "LogPath";
 constexpr std::uint32_t kSettingLimit = 255;
 
-// The milliseconds since the process began, as the record has always shown
-// them. Taken from when the server's code was loaded, which is its start.
-std::chrono::steady_clock::time_point const gProcessStart = std::chrono::steady_clock::now();
+// The milliseconds since the process began, the record's time stamp. Taken
+// from when the server's code was loaded, which is its start.
+std::chrono::steady_clock::time_point const kProcessStart = std::chrono::steady_clock::now();
 
 long MillisecondsSinceStart() {
     return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                 std::chrono::steady_clock::now() - gProcessStart)
+                                 std::chrono::steady_clock::now() - kProcessStart)
                                  .count());
 }
 

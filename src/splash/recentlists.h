@@ -25,11 +25,6 @@ public:
     virtual void SendRefresh(std::uint32_t message) = 0;
 };
 
-class NullControlPanel final : public ControlPanel {
-public:
-    void SendRefresh(std::uint32_t) override {}
-};
-
 class RecentListStore final : public RecentLists {
 public:
     explicit RecentListStore(ControlPanel& panel) : panel_(panel) {}

@@ -90,13 +90,4 @@ public:
     HRESULT UnregisterServer() override { return platform::S_OK; }
 };
 
-// No bus to publish on: activation reaches no one.
-class NullClassObjectHost final : public ClassObjectHost {
-public:
-    void Initialize() override {}
-    void Uninitialize() override {}
-    HRESULT RegisterClassObjects(ClassFactory&) override { return platform::S_OK; }
-    void RevokeClassObjects() override {}
-};
-
 } // namespace splash

@@ -22,7 +22,6 @@ public:
     // loop would send it.
     void UpdateWindow();
     cairo_surface_t* Image() const { return image_.get(); }
-    bool Visible() const { return visible_; }
 
     void ShowWindow(int command) override;
     splash::Rect GetWindowRect() override { return rect_; }

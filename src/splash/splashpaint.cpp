@@ -450,16 +450,12 @@ int DrawThroughPalette(cairo_t* cr, std::vector<std::uint8_t>& dib, int x, int y
     return std::abs(header->biHeight);
 }
 
-void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace* trace) {
-    cairo_save(cr);
-    Dc dc(cr, trace);
-    auto const cell = [&](int points) { return CellHeight(points, pixelsPerInchY); };
+namespace {
 
-    Suite suite = DecideSuite(state.Subtitle);
-
-    // The frame, in a pen 5 wide centred on the rectangle's edge, over the
-    // default white brush. The background covers it but on its left edge
-    // when it is drawn 5 pixels in.
+// The frame, in a pen 5 wide centred on the rectangle's edge, over the
+// default white brush. The background covers it but on its left edge when
+// it is drawn 5 pixels in.
+void DrawFrame(cairo_t* cr, SplashState const& state) {
     cairo_save(cr);
     cairo_rectangle(cr, 2.5, 2.5, state.Width - 3, state.Height - 3);
     cairo_set_source_rgb(cr, 1, 1, 1);
@@ -468,43 +464,49 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
     cairo_set_line_width(cr, 5);
     cairo_stroke(cr);
     cairo_restore(cr);
+}
 
-    // The suites' own pictures have given way to one background for all:
-    // the table still chooses them, and this overrides the choice.
+// The suites' own pictures have given way to one background for all: the
+// table still chooses them, and this overrides the choice. Answers the
+// background's height.
+int DrawBackground(cairo_t* cr, SplashState const& state, Suite& suite) {
     suite.picture = kBackground;
     suite.lowColourPicture = kLowColourBackground;
-    int backgroundHeight = 0;
-    if (!state.LowColourDisplay) {
-        backgroundHeight = Blit(cr, LoadBitmapResource(suite.picture), 0, 0);
-    } else {
-        std::vector<std::uint8_t> dib = LoadBitmapResource(suite.lowColourPicture);
-        std::optional<BitmapInfoHeader> const header = ReadInfoHeader(dib);
-        // Meant for what the image leaves uncovered on the right; the image
-        // reaches past the window, so the box is the wrong way round.
-        splash::Rect const uncovered{5 + (header ? header->biWidth : 0), 0, state.Width,
-                                       state.Height};
-        backgroundHeight = DrawThroughPalette(cr, dib, 5, 0, 0x000000, &uncovered);
-    }
+    if (!state.LowColourDisplay) return Blit(cr, LoadBitmapResource(suite.picture), 0, 0);
+    std::vector<std::uint8_t> dib = LoadBitmapResource(suite.lowColourPicture);
+    std::optional<BitmapInfoHeader> const header = ReadInfoHeader(dib);
+    // Meant for what the image leaves uncovered on the right; the image
+    // reaches past the window, so the box is the wrong way round.
+    splash::Rect const uncovered{5 + (header ? header->biWidth : 0), 0, state.Width, state.Height};
+    return DrawThroughPalette(cr, dib, 5, 0, 0x000000, &uncovered);
+}
 
+// The suite's name on the baseline. Answers its font's cell height, which
+// the sub-text's is half of.
+int DrawSuiteName(Dc& dc, Suite const& suite, int pixelsPerInchY) {
     dc.SetBaselineAlign(true);
     dc.MoveTo(120, 103);
-    Font const suiteFont("Arial", cell(14), 700);
+    Font const suiteFont("Arial", CellHeight(14, pixelsPerInchY), 700);
     dc.Select(&suiteFont);
     DrawNarrow(dc, suite.title);
+    dc.Select(nullptr);
+    return suiteFont.CellHeight();
+}
 
-    std::optional<Font> subTextFont;
-    if (suite.hasSubText) subTextFont.emplace("Arial", suiteFont.CellHeight() / 2, 400);
-
-    std::u16string_view const title(state.Title.data());
+// A title that names QVLS brings the QVLS logo, whatever the suite.
+void DrawQvlsLogo(cairo_t* cr, Suite& suite, std::u16string_view title) {
     if (title.find(u"QVLS") != title.npos) suite.qvlsVariant = true;
-    if (suite.qvlsVariant) {
-        std::vector<std::uint8_t> logo = LoadBitmapResource(kQvlsLogo);
-        DrawThroughPalette(cr, logo, 335, 25, 0x000000, nullptr);
-    }
+    if (!suite.qvlsVariant) return;
+    std::vector<std::uint8_t> logo = LoadBitmapResource(kQvlsLogo);
+    DrawThroughPalette(cr, logo, 335, 25, 0x000000, nullptr);
+}
 
+// The title on one line, or two where it does not fit beside the status
+// box. Answers whether it took two.
+bool DrawTitle(Dc& dc, SplashState const& state, std::u16string_view title, int pixelsPerInchY) {
     dc.MoveTo(120, 135);
-    Font const titleFont("Arial", cell(16), 700);
-    Font const signFont("Arial", cell(10), 0);
+    Font const titleFont("Arial", CellHeight(16, pixelsPerInchY), 700);
+    Font const signFont("Arial", CellHeight(10, pixelsPerInchY), 0);
     dc.Select(&titleFont);
     Size const lineBox{state.StatusRect.right - dc.X(), 50};
     TitleLines const lines = BreakTitle(TitleText(title), titleFont.CellHeight(), lineBox,
@@ -515,19 +517,27 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
         dc.MoveTo(120, 155);
         DrawWithRaisedSigns(dc, lines.second, signFont);
     }
+    dc.Select(nullptr);
+    return twoLines;
+}
 
-    if (suite.hasSubText) {
-        dc.MoveTo(120, twoLines ? 175 : 150);
-        dc.Select(&*subTextFont);
-        DrawNarrow(dc, suite.subText);
-    }
+// The suite's sub-text under the title, at half the suite name's height.
+void DrawSubText(Dc& dc, Suite const& suite, int suiteCellHeight, bool twoLines) {
+    Font const subTextFont("Arial", suiteCellHeight / 2, 400);
+    dc.MoveTo(120, twoLines ? 175 : 150);
+    dc.Select(&subTextFont);
+    DrawNarrow(dc, suite.subText);
+    dc.Select(nullptr);
+}
 
+// The word "Version" and the version in capitals beneath it.
+void DrawVersion(Dc& dc, SplashState& state, int pixelsPerInchY) {
     dc.SetBaselineAlign(false);
-    Font const versionWordFont("Arial", cell(10), 0);
+    Font const versionWordFont("Arial", CellHeight(10, pixelsPerInchY), 0);
     dc.Select(&versionWordFont);
     dc.TextOut(375, 160, u"Version");
 
-    Font const versionFont("Arial", cell(24), 400);
+    Font const versionFont("Arial", CellHeight(24, pixelsPerInchY), 400);
     dc.Select(&versionFont);
     for (char& c : state.VersionText) {
         if (c == '\0') break;
@@ -542,21 +552,32 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
         dc.TextOut(373, 175, u"V");
         dc.TextOut(395, 175, WideFromNarrow(version[0] == '\0' ? version : version + 1));
     }
+    dc.Select(nullptr);
+}
 
-    if (!suite.tag.empty()) {
-        Font const tagFont("Arial", cell(12), 700);
-        dc.Select(&tagFont);
-        dc.TextOut(120, backgroundHeight + 5 * tagFont.CellHeight() / 3,
-                   WideFromNarrow(suite.tag.c_str()));
-    }
+// The suite's tag, below the background.
+void DrawTag(Dc& dc, Suite const& suite, int backgroundHeight, int pixelsPerInchY) {
+    if (suite.tag.empty()) return;
+    Font const tagFont("Arial", CellHeight(12, pixelsPerInchY), 700);
+    dc.Select(&tagFont);
+    dc.TextOut(120, backgroundHeight + 5 * tagFont.CellHeight() / 3,
+               WideFromNarrow(suite.tag.c_str()));
+    dc.Select(nullptr);
+}
 
-    Font const legalFont("Arial Narrow", cell(7), 400);
+void DrawCopyright(Dc& dc, SplashState const& state, int pixelsPerInchY) {
+    Font const legalFont("Arial Narrow", CellHeight(7, pixelsPerInchY), 400);
     dc.Select(&legalFont);
     dc.DrawText(state.CopyrightText, {120, state.Height - 160, state.Width - 35, state.Height - 30},
                 DT_WORDBREAK);
+    dc.Select(nullptr);
+}
 
-    Font const licenseeFont("Arial", cell(6), 200);
-    Font const statusFont("Arial", cell(8), 600);
+// With a status text the licensee stands right of it; without, the
+// licensee is centred in the status box.
+void DrawLicenseeAndStatus(Dc& dc, SplashState const& state, int pixelsPerInchY) {
+    Font const licenseeFont("Arial", CellHeight(6, pixelsPerInchY), 200);
+    Font const statusFont("Arial", CellHeight(8, pixelsPerInchY), 600);
     std::u16string const licensee = WideFromNarrow(state.Licensee.data());
     if (state.StatusText[0] != u'\0') {
         dc.Select(&licenseeFont);
@@ -568,9 +589,28 @@ void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace
         dc.Select(&licenseeFont);
         dc.DrawText(licensee, state.StatusRect, DT_SINGLELINE | DT_CENTER | DT_VCENTER);
     }
-    cairo_restore(cr);
+    dc.Select(nullptr);
 }
 
+} // namespace
+
+void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace* trace) {
+    cairo_save(cr);
+    Dc dc(cr, trace);
+    Suite suite = DecideSuite(state.Subtitle);
+    DrawFrame(cr, state);
+    int const backgroundHeight = DrawBackground(cr, state, suite);
+    int const suiteCellHeight = DrawSuiteName(dc, suite, pixelsPerInchY);
+    std::u16string_view const title(state.Title.data());
+    DrawQvlsLogo(cr, suite, title);
+    bool const twoLines = DrawTitle(dc, state, title, pixelsPerInchY);
+    if (suite.hasSubText) DrawSubText(dc, suite, suiteCellHeight, twoLines);
+    DrawVersion(dc, state, pixelsPerInchY);
+    DrawTag(dc, suite, backgroundHeight, pixelsPerInchY);
+    DrawCopyright(dc, state, pixelsPerInchY);
+    DrawLicenseeAndStatus(dc, state, pixelsPerInchY);
+    cairo_restore(cr);
+}
 
 void CairoSplashPainter::Paint(splash::Window& window, SplashState& state) {
     splash::PaintSurface const surface = window.BeginPaint();

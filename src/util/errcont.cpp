@@ -72,7 +72,7 @@ CPString* Win32ErrorContainer::Win32ErrorString(std::uint32_t code, CPString&) {
     if (std::optional<std::string> const message = platform::FormatSystemMessage(code)) {
         *text = message->c_str();
     } else {
-        // The numbers print as the system's signed 32-bit words did.
+        // The numbers print as signed 32-bit words.
         std::uint32_t const reason = platform::GetLastError();
         text->SPrintF("Failed to get Win32 Error Message for %ld.  Reason: %ld",
                       static_cast<long>(static_cast<std::int32_t>(code)),

@@ -45,7 +45,7 @@ char const* OrEmpty(char const* text) {
     return text != nullptr ? text : "";
 }
 
-// The report buffer is bounded here where the original ran past it.
+// The report buffer is fixed, so a longer report is cut to fit.
 void AppendReport(char* report, std::size_t size, char const* text) {
     std::size_t const used = std::strlen(report);
     std::snprintf(report + used, size - used, "%s", OrEmpty(text));
@@ -87,7 +87,7 @@ void Exceptions::Fatal(Check check, char const* file, std::int32_t line, char co
                   OrEmpty(text));
     // Assert alone loses its formatted text and names the report only when
     // there is one; the others name it in any case (an unset path reads as
-    // empty here, where the original read through null).
+    // empty).
     if (check == Check::Assert) szReport[0] = '\0';
     if (check != Check::Assert || szFilePath != nullptr) {
         AppendReport(szReport, kReportSize, "Error report written to: ");
@@ -139,7 +139,7 @@ void Exceptions::CommentN(char const* file, std::int32_t line, std::int32_t n, c
              << "\n";
 }
 
-// The opening quotation mark has no partner; the log has always read so.
+// The opening quotation mark has no partner: that is the log's form.
 void Exceptions::WriteMessage(std::int32_t const* n, char const* text) {
     if (plogThe == nullptr || text == nullptr) return;
     *plogThe << "Message: \"" << text;

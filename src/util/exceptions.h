@@ -54,7 +54,7 @@ private:
     [[noreturn]] void Fatal(Check check, char const* file, std::int32_t line, char const* text);
     void WriteMessage(std::int32_t const* n, char const* text);
 
-    // Hooks of the original design that stay without effect.
+    // Hooks that have no effect.
     void LogErrorToSystemLog() {}
     void LogSystemInfo() {}
     short DropMail() { return 0; }

@@ -199,7 +199,7 @@ int CPString::SPrintF(char const* szFormat, ...) {
     }
     va_list args;
     va_start(args, szFormat);
-    // Bounded by the block; the original checked the limit only after writing.
+    // Bounded by the block; a longer text ends through the fatal check.
     int const retValue = std::vsnprintf(
         buffer->GetBuffer(), static_cast<std::size_t>(buffer->_get_nBufferSize()), szFormat, args);
     va_end(args);
@@ -316,7 +316,7 @@ short CPString::ExtractSubString(CPString* dest, short start, short end) const {
     // A negative start would read before the text.
     SV_CRIT_ASSERT(start >= 0, "nStart >= 0");
     std::int32_t const count = last - start + 1;
-    // The work area is fixed; the original ran past it.
+    // The work area is fixed, so a longer piece ends through the fatal check.
     SV_CRIT_ASSERT(count < static_cast<std::int32_t>(kExtractArea), "nCount < 4096");
     std::string const piece(length != 0 ? pdybuf->GetBuffer() + start : "",
                             static_cast<std::size_t>(count));
@@ -356,7 +356,7 @@ short CPString::ExtractTaggedValue(CPString* dest, char const* tag, char separat
 short CPString::TerminateAfterSubString(char const* pattern) {
     std::int32_t const length = Length();
     if (length == 0 || pattern == nullptr) return 0;
-    // The work area is fixed; the original ran past it.
+    // The work area is fixed, so a longer text ends through the fatal check.
     SV_CRIT_ASSERT(length < static_cast<std::int32_t>(kTerminateArea), "nLength < 1024");
     std::int32_t at = 0;
     if (ContainsSubString(pattern, &at) == 0) return 0;
@@ -484,6 +484,93 @@ void CPString::MassagePathSeparators(short bToForward) {
     }
 }
 
+namespace {
+
+// A blank goes in where a capital follows a small letter.
+std::string SplitAtWordStarts(char const* text, std::int32_t length) {
+    std::string split;
+    split.reserve(static_cast<std::size_t>(length) * 2);
+    for (std::int32_t i = 0; i < length; ++i) {
+        if (i > 0 && text[i] >= 'A' && text[i] <= 'Z' && text[i - 1] >= 'a' && text[i - 1] <= 'z')
+            split += ' ';
+        split += text[i];
+    }
+    return split;
+}
+
+// The last character of substance; from it on the state is trailing. The
+// mark is a 16-bit word, so a long text without trailing flags turns
+// trailing at 65535.
+std::int32_t TrailingMark(char const* text, std::int32_t length, std::int32_t flags) {
+    if ((flags & (CPString::FILTER_TRAILING_SPACE | CPString::FILTER_TRAILING_PUNCT)) == 0)
+        return 65535;
+    std::int32_t mark = length - 1;
+    while (mark > 0 && (IsSpace(text[mark]) || IsPunct(text[mark])))
+        --mark;
+    return mark;
+}
+
+// One pass of Filter: each character is dropped or kept, and a kept letter
+// may change its case. Leading blanks always go.
+class FilterPass {
+public:
+    FilterPass(std::int32_t flags, std::int32_t mark) : flags_(flags), mark_(mark) {}
+
+    // False when the character at index i is dropped.
+    bool Keep(std::int32_t i, char& c) {
+        if (i >= mark_) state_ = State::Trailing;
+        return state_ == State::Leading ? KeepLeading(c) : KeepLater(c);
+    }
+
+private:
+    enum class State { Leading, Inner, Trailing };
+
+    bool Has(std::int32_t flags) const { return (flags_ & flags) != 0; }
+
+    bool KeepLeading(char& c) {
+        if (IsSpace(c)) return false;
+        if (IsPunct(c)) {
+            if (Has(CPString::FILTER_LEADING_PUNCT)) return false;
+            state_ = State::Inner;
+            return true;
+        }
+        state_ = State::Inner;
+        if (Has(CPString::FILTER_CAPITALISE | CPString::FILTER_UPPER)) {
+            c = ToUpper(c);
+            capitalise_ = false;
+        } else if (Has(CPString::FILTER_LOWER)) {
+            c = ToLower(c);
+        }
+        return true;
+    }
+
+    bool KeepLater(char& c) {
+        bool const inner = state_ == State::Inner;
+        if (IsSpace(c)) {
+            if (inner) capitalise_ = true;
+            return !Has(inner ? CPString::FILTER_INNER_SPACE : CPString::FILTER_TRAILING_SPACE);
+        }
+        if (IsPunct(c))
+            return !Has(inner ? CPString::FILTER_INNER_PUNCT : CPString::FILTER_TRAILING_PUNCT);
+        if (Has(CPString::FILTER_CAPITALISE)) {
+            c = capitalise_ ? ToUpper(c) : ToLower(c);
+            capitalise_ = false;
+        } else if (Has(CPString::FILTER_UPPER)) {
+            c = ToUpper(c);
+        } else if (Has(CPString::FILTER_LOWER)) {
+            c = ToLower(c);
+        }
+        return true;
+    }
+
+    std::int32_t flags_;
+    std::int32_t mark_;
+    State state_ = State::Leading;
+    bool capitalise_ = true;
+};
+
+} // namespace
+
 short CPString::Filter(std::int32_t flags) {
     std::int32_t const length = Length();
     if (length == 0) return 0;
@@ -491,71 +578,17 @@ short CPString::Filter(std::int32_t flags) {
     if ((flags & FILTER_WORD_SPLIT) != 0) {
         static CPString* pstrScratch = new CPString();
         SV_FAIL_IF_NIL(pstrScratch, "pstrScratch");
-        char const* text = pdybuf->GetBuffer();
-        std::string split;
-        split.reserve(static_cast<std::size_t>(length) * 2);
-        for (std::int32_t i = 0; i < length; ++i) {
-            if (i > 0 && text[i] >= 'A' && text[i] <= 'Z' && text[i - 1] >= 'a' &&
-                text[i - 1] <= 'z') {
-                split += ' ';
-            }
-            split += text[i];
-        }
-        *pstrScratch = split.c_str();
+        *pstrScratch = SplitAtWordStarts(pdybuf->GetBuffer(), length).c_str();
         *this = *pstrScratch;
         return 0;
     }
 
     char* text = MakeUnique()->GetBuffer();
-    // The last character of substance; from it on the state is trailing. The
-    // mark was a 16-bit word, so a long text without trailing flags turns
-    // trailing at 65535.
-    std::int32_t mark = 65535;
-    if ((flags & (FILTER_TRAILING_SPACE | FILTER_TRAILING_PUNCT)) != 0) {
-        mark = length - 1;
-        while (mark > 0 && (IsSpace(text[mark]) || IsPunct(text[mark])))
-            --mark;
-    }
-
-    enum class State { Leading, Inner, Trailing } state = State::Leading;
-    bool capitalise = true;
+    FilterPass pass(flags, TrailingMark(text, length, flags));
     std::int32_t out = 0;
     for (std::int32_t i = 0; i < length; ++i) {
-        if (i >= mark) state = State::Trailing;
         char c = text[i];
-        bool drop = false;
-        if (state == State::Leading) {
-            if (IsSpace(c)) {
-                drop = true;
-            } else if (IsPunct(c)) {
-                drop = (flags & FILTER_LEADING_PUNCT) != 0;
-                if (!drop) state = State::Inner;
-            } else {
-                state = State::Inner;
-                if ((flags & (FILTER_CAPITALISE | FILTER_UPPER)) != 0) {
-                    c = ToUpper(c);
-                    capitalise = false;
-                } else if ((flags & FILTER_LOWER) != 0) {
-                    c = ToLower(c);
-                }
-            }
-        } else {
-            bool const inner = state == State::Inner;
-            if (IsSpace(c)) {
-                if (inner) capitalise = true;
-                drop = (flags & (inner ? FILTER_INNER_SPACE : FILTER_TRAILING_SPACE)) != 0;
-            } else if (IsPunct(c)) {
-                drop = (flags & (inner ? FILTER_INNER_PUNCT : FILTER_TRAILING_PUNCT)) != 0;
-            } else if ((flags & FILTER_CAPITALISE) != 0) {
-                c = capitalise ? ToUpper(c) : ToLower(c);
-                capitalise = false;
-            } else if ((flags & FILTER_UPPER) != 0) {
-                c = ToUpper(c);
-            } else if ((flags & FILTER_LOWER) != 0) {
-                c = ToLower(c);
-            }
-        }
-        if (!drop) text[out++] = c;
+        if (pass.Keep(i, c)) text[out++] = c;
     }
     text[out] = '\0';
     pdybuf->_set_nLength(static_cast<std::uint32_t>(out) + 1);
@@ -699,7 +732,7 @@ std::int32_t CPString::ReadIStream(std::istream& in) {
     auto const count = static_cast<std::uint32_t>(in.gcount());
     buffer->GetBuffer()[count] = '\0';
     // The count itself is the raw length, so the last character read does not
-    // count in Length(); it has always been so.
+    // count in Length(); callers rely on that.
     buffer->_set_nLength(count);
     return static_cast<std::int32_t>(count);
 }

@@ -1,6 +1,7 @@
 #include <baseobj/lex.h>
 
 #include "support.h"
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -307,5 +308,5 @@ TEST(ScannerDeathTest, ScanningWithoutASourceEndsTheProcess) {
             Scanner scn;
             scn.BuildToken();
         },
-        ExitedWithCode(0xCC), "");
+        ExitedWithCode(kFatalStatus), "");
 }

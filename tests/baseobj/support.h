@@ -6,6 +6,7 @@
 #include <baseobj/lex.h>
 #include <baseobj/token.h>
 #include <platform/msgbox.h>
+#include <support/recording_box.h>
 
 #include <gtest/gtest.h>
 
@@ -14,20 +15,6 @@
 #include <vector>
 
 namespace baseobj_test {
-
-class RecordingBox final : public platform::MessageBoxService {
-public:
-    struct Shown {
-        std::string text;
-        std::string caption;
-        unsigned style;
-    };
-    int Show(char const* text, char const* caption, unsigned style) override {
-        shown.push_back({text, caption, style});
-        return platform::IDOK;
-    }
-    std::vector<Shown> shown;
-};
 
 // Boxes are recorded, not shown, for one test.
 class BoxedTest : public ::testing::Test {

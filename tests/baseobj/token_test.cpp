@@ -1,6 +1,7 @@
 #include <baseobj/token.h>
 
 #include "support.h"
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -15,8 +16,6 @@ namespace {
 
 using namespace baseobj_test;
 using ::testing::ExitedWithCode;
-
-constexpr int kFatalStatus = 0xCC;
 
 Token Make(auto value) {
     Token tok;

@@ -6,6 +6,8 @@
 #include <cpcoll/cplist.h>
 #include <util/exceptions.h>
 
+#include <support/fatal.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -59,8 +61,6 @@ inline std::vector<void*> Forward(CPList const& lst) {
         out.push_back(pbkt->_get_pvData());
     return out;
 }
-
-inline constexpr int kFatalStatus = kDeadFocc & 0xFF; // all a Linux parent sees
 
 // Assert shows no text in its box, so the child writes a report log and the
 // parent reads the line from there.

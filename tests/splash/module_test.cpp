@@ -4,6 +4,7 @@
 
 #include <platform/msgbox.h>
 #include <splash/host/nullwindow.h>
+#include <support/recording_box.h>
 
 #include <gtest/gtest.h>
 
@@ -20,15 +21,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr std::uint32_t kIdleMs = 100;
-
-class RecordingBox final : public platform::MessageBoxService {
-public:
-    int Show(char const* text, char const* caption, unsigned style) override {
-        shown += std::string(caption) + ": " + text + (style == platform::MB_OK ? " [OK]" : "");
-        return platform::IDOK;
-    }
-    std::string shown;
-};
 
 // The server with fakes at every seam but the loop, the module and its
 // monitor, which are the real ones.
@@ -93,7 +85,9 @@ TEST_F(ServerTest, AnythingButEmbeddingIsRefused) {
          {"splash", "splash /Automation", "splash /Embedding ", "splash -RegServer /x"}) {
         box.shown.clear();
         EXPECT_EQ(Run(line), 0) << line;
-        EXPECT_EQ(box.shown, "Splash: Do not run from the command line [OK]") << line;
+        EXPECT_EQ(box.shown, (std::vector<RecordingBox::Shown>{
+                                 {"Do not run from the command line", "Splash", platform::MB_OK}}))
+            << line;
     }
     EXPECT_TRUE(registrar.calls.empty());
     EXPECT_EQ(host.calls.find("register "), std::string::npos);

@@ -7,6 +7,7 @@
 
 #include <golden_dir.h>
 #include <platform/msgbox.h>
+#include <support/recording_box.h>
 
 #include <gtest/gtest.h>
 
@@ -310,15 +311,6 @@ TEST(SplashRoad, StatusChangeRepaintsOnlyTheStripAndThePaintChangesTheFields) {
 
 namespace {
 
-class RecordingBox final : public platform::MessageBoxService {
-public:
-    int Show(char const* text, char const* caption, unsigned) override {
-        shown += std::string("[") + caption + "] " + text;
-        return platform::IDOK;
-    }
-    std::string shown;
-};
-
 class NoHandler final : public splash::WindowHandler {
 public:
     void OnMessage(splash::Window&, std::uint32_t, std::uintptr_t, std::intptr_t) override {}
@@ -335,6 +327,6 @@ TEST(SplashRoad, AWindowWithNothingToDrawOnIsToldInAMessageBox) {
     std::strcpy(state.Subtitle.data(), "Orvel Polymers");
     CairoSplashPainter painter;
     painter.Paint(window, state);
-    EXPECT_EQ(box.shown, "[] No hdc");
+    EXPECT_EQ(box.shown, (std::vector<RecordingBox::Shown>{{"No hdc", "", platform::MB_OK}}));
     EXPECT_EQ(std::string(state.Subtitle.data()), "Orvel Polymers"); // no paint ran
 }

@@ -1,6 +1,8 @@
 #include <util/exceptions.h>
 
 #include <platform/msgbox.h>
+#include <support/fatal.h>
+#include <support/recording_box.h>
 
 #include <gtest/gtest.h>
 
@@ -14,20 +16,10 @@ namespace {
 
 using ::testing::ExitedWithCode;
 
-constexpr int kFatalStatus = kDeadFocc & 0xFF; // all a Linux parent sees
-
-// Shows the box's caption and text between markers, so that an empty box is
-// visible to the death test's pattern.
-class MarkedBox final : public platform::MessageBoxService {
-public:
-    int Show(char const* text, char const* caption, unsigned style) override {
-        std::fprintf(stderr, "BOX[%s|%u]<%s>\n", caption, style, text);
-        return platform::IDOK;
-    }
-};
-
+// Boxes go to standard error between markers, where the death test's
+// pattern sees them.
 void UseMarkedBox() {
-    static MarkedBox box;
+    static RecordingBox box(RecordingBox::Echo::ToStandardError);
     platform::MessageBoxSeam().Replace(&box);
 }
 

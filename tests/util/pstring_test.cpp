@@ -2,6 +2,7 @@
 #include <util/pstring.h>
 
 #include <platform/msgbox.h>
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 namespace {
 
 using ::testing::ExitedWithCode;
-constexpr int kFatalStatus = kDeadFocc & 0xFF;
 
 std::string Text(CPString& s) {
     return s.GetBuffer();

@@ -20,9 +20,7 @@ namespace splash {
 
 enum : std::uint32_t {
     WM_CREATE = 0x0001,
-    WM_DESTROY = 0x0002,
     WM_PAINT = 0x000F,
-    WM_QUIT = 0x0012,
     WM_TIMER = 0x0113,
     WM_LBUTTONDOWN = 0x0201,
 };

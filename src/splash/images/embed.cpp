@@ -1,6 +1,5 @@
 // Turns the splash's BMP files into a C++ source that the program is built
-// with, so that a paint finds each bitmap by its resource number as the
-// original found its resources:
+// with, so that a paint finds each bitmap by its resource number:
 //     splash_embed OUTPUT.cpp 238-background.bmp 229-logo-qvls.bmp ...
 // The number is the leading digits of the file's name. A resource holds the
 // device-independent bitmap without the file's own header, so that is cut.

@@ -1,5 +1,6 @@
 // A platform service that tests can replace: the real one unless a stand-in
-// has been put in its place.
+// has been put in its place (Seam), and a stand-in for one scope
+// (ScopedSeam). The server's own replaceable parts are in splash/seams.h.
 #pragma once
 
 #include <utility>
