@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <random>
 #include <string>
@@ -130,11 +131,11 @@ TEST(XMLEmitterTest, NothingIsWrittenWhileClosedAndTheTagBeyond255IsLost) {
 }
 
 TEST(XMLEmitterDeathTest, MisuseEndsTheProcessThroughItsCheck) {
-    TempDir tmp;
-    std::string const log = tmp.Path("report.log");
-    std::string path = tmp.Path("out.xml");
+    std::string const log = baseobj_test::FixedPath("report.log");
+    std::string path = baseobj_test::FixedPath("out.xml");
     auto const expectFatal = [&](std::function<void(XMLEmitter&)> const& script,
                                  std::string const& text) {
+        std::remove(log.c_str());
         EXPECT_EXIT(
             {
                 Exceptions::_get_gexeptnsThe()._set_szFilePath(log.c_str());
@@ -151,6 +152,8 @@ TEST(XMLEmitterDeathTest, MisuseEndsTheProcessThroughItsCheck) {
     expectFatal([](XMLEmitter& e) { e.Text(S("t"), 0); }, "pxmtsThe");
     std::string const longName(64, 'n');
     expectFatal([&](XMLEmitter& e) { e.StartTag(S(longName.c_str())); }, "strlen(pszName) < 64");
+    std::remove(log.c_str());
+    std::remove(path.c_str());
 }
 
 // A random document as emitter calls, and the calls the reader should make

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -114,8 +115,8 @@ TEST(CXMLParserTest, RemoveSpecialSymbolsJudgesByTheNextByte) {
 
 // The statement ends the process through a fatal check with this text.
 void ExpectFatal(std::function<void()> const& statement, std::string const& text) {
-    baseobj_test::TempDir tmp;
-    std::string const path = tmp.Path("report.log");
+    std::string const path = baseobj_test::FixedPath("report.log");
+    std::remove(path.c_str());
     EXPECT_EXIT(
         {
             Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
@@ -124,6 +125,7 @@ void ExpectFatal(std::function<void()> const& statement, std::string const& text
         ::testing::ExitedWithCode(kDeadFocc & 0xFF), "");
     std::string const log = baseobj_test::ReadBytes(path);
     EXPECT_NE(log.find(" : " + text + "\n"), std::string::npos) << log;
+    std::remove(path.c_str());
 }
 
 std::string Attributes(int n) {
