@@ -95,7 +95,7 @@ TermScale ScaleOf(UnitTerm const& term, short nTerms, short bDifference) {
     TermScale scale{term.pUnit->Factor(), term.pUnit->Offset(), term.nExponent, 1.0, false};
     if (bDifference != 0 || nTerms > 1) scale.o = 0.0;
     if (term.nPrefix >= 0) {
-        int const nPower = term.nExponent * unittables::Prefixes()[term.nPrefix].Power();
+        int const nPower = term.nExponent * unittables::PrefixAt(term.nPrefix).Power();
         scale.dPrefix = nPower == 2 ? 10.0 * 10.0 : std::pow(10.0, nPower);
     }
     scale.bGram = term.pUnit == unittables::GramUnit();
@@ -244,7 +244,7 @@ CPString Describe(UnitTerm const& term) {
         text += words[static_cast<std::size_t>(nSize)];
         text += " ";
     }
-    if (term.nPrefix >= 0) text += unittables::Prefixes()[term.nPrefix].Name();
+    if (term.nPrefix >= 0) text += unittables::PrefixAt(term.nPrefix).Name();
     text += term.pUnit->Name();
     return text;
 }

@@ -3,6 +3,8 @@
 // describe an exponent's size.
 #include <omdiunit/unittables.h>
 
+#include <util/exceptions.h>
+
 namespace unittables {
 namespace {
 
@@ -49,6 +51,12 @@ std::span<UnitPrefix> Prefixes() {
         return UnitPrefix(r.nPower, r.szName, r.szSymbol);
     });
     return prefixes;
+}
+
+UnitPrefix& PrefixAt(short nIndex) {
+    auto const prefixes = Prefixes();
+    SV_ASSERT(nIndex >= 0 && static_cast<std::size_t>(nIndex) < prefixes.size(), "nPrefix < 20");
+    return prefixes[static_cast<std::size_t>(nIndex)];
 }
 
 } // namespace unittables

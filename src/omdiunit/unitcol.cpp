@@ -115,8 +115,7 @@ char const* UnitTerm::SymbolText() const {
 
 CPString UnitTerm::Text() const {
     CPString text("");
-    if (nPrefix >= 0 && static_cast<std::size_t>(nPrefix) < unittables::Prefixes().size())
-        text += UnitTextOf(unittables::Prefixes()[static_cast<std::size_t>(nPrefix)].Symbol());
+    if (nPrefix >= 0) text += UnitTextOf(unittables::PrefixAt(nPrefix).Symbol());
     text += SymbolText();
     if (nExponent != 1) {
         char szExponent[16];

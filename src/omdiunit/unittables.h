@@ -93,6 +93,8 @@ SORVANE_API std::span<CSIOtherUnit> SIOtherUnits();
 SORVANE_API std::span<COtherWUnit> OtherWUnits();
 SORVANE_API std::span<COtherUnit> OtherUnits();
 SORVANE_API std::span<UnitPrefix> Prefixes();
+// One prefix by its index; an index past the table ends the process.
+SORVANE_API UnitPrefix& PrefixAt(short nIndex);
 
 // The mass base unit, whose factor of 1 is relative to the gram.
 SORVANE_API CUnit const* GramUnit();

@@ -80,7 +80,6 @@ TEST(CUnitIdTest, Arithmetic) {
     CUnitId const length(0x1);
     CUnitId const time(0x400);
     EXPECT_EQ(static_cast<std::uint32_t>(length / time), 0xFC01u);
-    EXPECT_EQ(static_cast<std::uint32_t>(length * length * length), 0x3u);
     CUnitId velocity(0xFC01);
     EXPECT_EQ(static_cast<std::uint32_t>(velocity.pow(-2)), 0x83Eu);
     EXPECT_EQ(static_cast<std::uint32_t>(CUnitId(0xF87F).pow(1)), 0xF87Fu);
@@ -95,6 +94,4 @@ TEST(CUnitIdTest, Arithmetic) {
               "units not equal : - omdiunit/cunitid 55\n");
     EXPECT_EQ(ThrownText([&] { sum += time; }), "units not equal : += omdiunit/cunitid 55\n");
     EXPECT_EQ(ThrownText([&] { sum -= time; }), "units not equal : -= omdiunit/cunitid 55\n");
-    EXPECT_TRUE(sum == length);
-    EXPECT_TRUE(sum != time);
 }

@@ -63,7 +63,7 @@ TEST_F(UnitParseTest, Terms) {
         if (c.prefix == nullptr)
             EXPECT_EQ(term.nPrefix, -1) << c.text;
         else
-            EXPECT_STREQ(UnitTextOf(unittables::Prefixes()[term.nPrefix].Name()), c.prefix);
+            EXPECT_STREQ(UnitTextOf(unittables::PrefixAt(term.nPrefix).Name()), c.prefix);
         EXPECT_STREQ(UnitTextOf(term.pUnit->Name()), c.unit) << c.text;
         EXPECT_EQ(term.nExponent, c.exponent) << c.text;
     }
