@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <istream>
+#include <memory>
 #include <new>
 
 namespace {
@@ -105,9 +106,10 @@ void CUserUnit::ReadUnits(std::istream& in, void (*pfnAdded)(CUserUnit* puu, voi
         } else {
             UnitLine const line = ReadUnitLine(in);
             if (nLine == 1) DimensionSymbol() = line.szSymbol;
-            auto* puu = new CUserUnit(line.szName, line.szSymbol, line.dFactor, 0.0);
-            AddToArray(puu);
-            if (pfnAdded != nullptr) pfnAdded(puu, pvArg);
+            auto puu = std::make_unique<CUserUnit>(line.szName, line.szSymbol, line.dFactor, 0.0);
+            AddToArray(puu.get());
+            CUserUnit* pAdded = puu.release();
+            if (pfnAdded != nullptr) pfnAdded(pAdded, pvArg);
         }
         if (in.bad()) throw FWError(2, kUnit, kLineBadFile);
         ++nLine;

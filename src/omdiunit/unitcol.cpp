@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -165,14 +166,11 @@ short UnitCollection::Parse(CPString const& text) {
     if (nLength > kMaxText) throw FWError("unit string too big", kUnit, kLineTooBig);
     short const nTerms = SplitTerms(sz, nLength);
     if (nTerms == 0) return 0;
-    UnitTerm* pNew = AllocateTerms(nTerms);
-    for (short i = 0; i < nTerms; ++i) {
-        if (!ParseTerm(szWork + anTermStart[i], anTermLength[i], pNew[i])) {
-            delete[] pNew;
-            return 0;
-        }
-    }
-    Adopt(pNew, nTerms);
+    // Held until every term has parsed: a failing or throwing term frees it.
+    std::unique_ptr<UnitTerm[]> pNew(AllocateTerms(nTerms));
+    for (short i = 0; i < nTerms; ++i)
+        if (!ParseTerm(szWork + anTermStart[i], anTermLength[i], pNew[i])) return 0;
+    Adopt(pNew.release(), nTerms);
     return 1;
 }
 
@@ -259,7 +257,8 @@ CPString UnitCollection::Text() const {
 double UnitCollection::Reduce() {
     SortBy(LessById);
     double dFactor = 1.0;
-    UnitTerm* pNew = AllocateTerms(nCount);
+    // Held until the end: a dropped term of another dimension throws.
+    std::unique_ptr<UnitTerm[]> pNew(AllocateTerms(nCount));
     short nNew = 0;
     for (short i = 0; i < nCount; ++i) {
         if (nNew > 0 && !LessById(pNew[nNew - 1], pTerms[i]))
@@ -267,7 +266,7 @@ double UnitCollection::Reduce() {
         else
             pNew[nNew++] = pTerms[i];
     }
-    Adopt(pNew, nNew);
+    Adopt(pNew.release(), nNew);
     return dFactor;
 }
 

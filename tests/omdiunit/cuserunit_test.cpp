@@ -74,7 +74,7 @@ TEST_F(UserUnitTest, FileDefinesOneDimensionAndItsUnits) {
 
 TEST_F(UserUnitTest, ReadingStopsQuietlyOrFailsLoudly) {
     struct Case {
-        char const* text;
+        std::string text;
         std::uint32_t added;
     };
     Case const cases[] = {
@@ -84,7 +84,7 @@ TEST_F(UserUnitTest, ReadingStopsQuietlyOrFailsLoudly) {
         {"dim\n1.0 a\n", 1},                 // no name: an empty one
         {"dim\nabc def\n2.0 b second\n", 1}, // a factor that does not read ends it
         {"dim\n1.0 a\n#x\n#y", 1},
-        {("dim\n#" + std::string(300, 'c') + "\n1.0 a\n").c_str(), 0}, // long comment
+        {"dim\n#" + std::string(300, 'c') + "\n1.0 a\n", 0}, // long comment
     };
     for (Case const& c : cases) {
         CUserUnit::DimensionName() = "";
