@@ -113,15 +113,22 @@ CSIDerivedBUnit::~CSIDerivedBUnit() {
     DeleteString(pstrComposit);
 }
 
-CScaledUnit::CScaledUnit(char const* name, char const* symbol, std::uint32_t id, double factor,
-                         double offset)
-    : CUnit(id), dFactor(factor), dOffset(offset) {
-    Fill(Name(), name);
-    Fill(Symbol(), symbol);
+ScaledUnitData::ScaledUnitData(char const* name, char const* symbol, double factor, double offset)
+    : dFactor(factor), dOffset(offset) {
+    Name() = name;
+    Symbol() = symbol;
 }
-CScaledUnit::~CScaledUnit() {
+ScaledUnitData::~ScaledUnitData() {
     DeleteString(pstrName);
     DeleteString(pstrSymbol);
+}
+CPString& ScaledUnitData::Name() {
+    if (pstrName == nullptr) pstrName = new CPString();
+    return *pstrName;
+}
+CPString& ScaledUnitData::Symbol() {
+    if (pstrSymbol == nullptr) pstrSymbol = new CPString();
+    return *pstrSymbol;
 }
 
 UnitPrefix::UnitPrefix(short power, char const* name, char const* symbol) : nPower(power) {

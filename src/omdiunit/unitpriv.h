@@ -103,50 +103,74 @@ private:
     CPString* pstrComposit = nullptr;
 };
 
-// The common shape of the scaled units; the classes differ in their
+// The data of a scaled unit: name, symbol, factor and offset. Each scaled
+// class holds one and derives from CUnit directly; they differ in their
 // constructors' argument order and in IsSI.
-class SORVANE_API CScaledUnit : public CUnit {
-public:
-    ~CScaledUnit() override;
-    CPString& Name() override { return Lazy(pstrName); }
-    CPString& Symbol() override { return Lazy(pstrSymbol); }
-    double Factor() override { return dFactor; }
-    double Offset() override { return dOffset; }
+struct SORVANE_API ScaledUnitData {
+    ScaledUnitData(char const* name, char const* symbol, double factor, double offset);
+    ScaledUnitData(ScaledUnitData const&) = delete;
+    ScaledUnitData& operator=(ScaledUnitData const&) = delete;
+    ~ScaledUnitData();
+    CPString& Name();
+    CPString& Symbol();
 
-protected:
-    CScaledUnit(char const* name, char const* symbol, std::uint32_t id, double factor,
-                double offset);
-
-private:
     CPString* pstrName = nullptr;
     CPString* pstrSymbol = nullptr;
     double dFactor;
     double dOffset;
 };
 
-class SORVANE_API CSIOtherUnit : public CScaledUnit {
+#define SV_SCALED_UNIT_OVERRIDES                                                                   \
+    CPString& Name() override {                                                                    \
+        return data.Name();                                                                        \
+    }                                                                                              \
+    CPString& Symbol() override {                                                                  \
+        return data.Symbol();                                                                      \
+    }                                                                                              \
+    double Factor() override {                                                                     \
+        return data.dFactor;                                                                       \
+    }                                                                                              \
+    double Offset() override {                                                                     \
+        return data.dOffset;                                                                       \
+    }
+
+class SORVANE_API CSIOtherUnit : public CUnit {
 public:
     CSIOtherUnit(char const* name, char const* symbol, std::uint32_t id, double factor,
                  double offset)
-        : CScaledUnit(name, symbol, id, factor, offset) {}
+        : CUnit(id), data(name, symbol, factor, offset) {}
+    SV_SCALED_UNIT_OVERRIDES
     int IsSI() override { return 1; }
+
+private:
+    ScaledUnitData data;
 };
 
-class SORVANE_API COtherUnit : public CScaledUnit {
+class SORVANE_API COtherUnit : public CUnit {
 public:
     COtherUnit(char const* name, char const* symbol, std::uint32_t id, double factor, double offset)
-        : CScaledUnit(name, symbol, id, factor, offset) {}
+        : CUnit(id), data(name, symbol, factor, offset) {}
+    SV_SCALED_UNIT_OVERRIDES
     int IsSI() override { return 0; }
+
+private:
+    ScaledUnitData data;
 };
 
 // The factor comes before the id here, and callers rely on that order.
-class SORVANE_API COtherWUnit : public CScaledUnit {
+class SORVANE_API COtherWUnit : public CUnit {
 public:
     COtherWUnit(char const* name, char const* symbol, double factor, std::uint32_t id,
                 double offset)
-        : CScaledUnit(name, symbol, id, factor, offset) {}
+        : CUnit(id), data(name, symbol, factor, offset) {}
+    SV_SCALED_UNIT_OVERRIDES
     int IsSI() override { return 0; }
+
+private:
+    ScaledUnitData data;
 };
+
+#undef SV_SCALED_UNIT_OVERRIDES
 
 // A decimal prefix: its power of ten, its name and its symbol.
 class SORVANE_API UnitPrefix {
