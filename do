@@ -16,6 +16,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     libsqlite3-dev
     zlib1g-dev libpugixml-dev libexpat1-dev
+    units libudunits2-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
     libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
 )
