@@ -1,0 +1,216 @@
+// The HTTP and FTP clients against servers of the tests' own on loopback.
+#include "inet_support.h"
+
+#include <baseobj/inetclient.h>
+#include <platform/internet.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace inet_test;
+using platform::INTERNET_OPTION_RECEIVE_TIMEOUT;
+
+char* Mutable(std::string& text) {
+    return text.data();
+}
+
+// HTTP connections carry no credentials: they come with the challenge.
+bool Connect(InternetClient& client, std::string server) {
+    return client.ConnectToServer(Mutable(server), 3, nullptr, nullptr) == 1;
+}
+
+short Login(HttpClient& client, std::string object, std::string* out,
+            std::string password = kPassword) {
+    std::string user = kUser;
+    return client.GetLoginInfo(Mutable(object), Mutable(user), Mutable(password), *out);
+}
+
+short Post(HttpClient& client, std::string object, std::string file) {
+    return client.Post(Mutable(object), Mutable(file));
+}
+
+class HttpTest : public ::testing::Test {
+protected:
+    ScratchDir dir;
+    Server http{{"http", dir.path().string()}};
+};
+
+} // namespace
+
+TEST(InternetClientTest, NoConnectionAnswersZeroAndPortsFollowTheService) {
+    HttpClient http;
+    std::string out = "kept";
+    EXPECT_EQ(Post(http, "/x", "/nonexistent"), 0);
+    EXPECT_EQ(Login(http, "/x", &out), 0);
+    EXPECT_EQ(out, "kept");
+    FtpClient ftp;
+    char buffer[64] = "stale";
+    EXPECT_EQ(ftp.GetWorkingDirectory(buffer, sizeof buffer), 0);
+    EXPECT_STREQ(buffer, "");
+    EXPECT_EQ(ftp.GetFirstDirectoryEntry(buffer), 0);
+    EXPECT_EQ(ftp.OpenFile(buffer, platform::GENERIC_READ), 0);
+    EXPECT_EQ(ftp.ReadFromFile(buffer, sizeof buffer), 0u);
+
+    // Service 443 is kept as given; the connection is an HTTP one on 443.
+    std::string server = "127.0.0.1";
+    EXPECT_EQ(http.ConnectToServer(Mutable(server), 443, nullptr, nullptr), 1);
+    EXPECT_EQ(http._get_nService(), 443u);
+    EXPECT_EQ(http.Disconnect(), 1);
+    EXPECT_FALSE(http.IsConnected());
+}
+
+TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
+    ASSERT_GT(http.port(), 0);
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out = "<";
+    EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
+    EXPECT_EQ(out, "<welcome user");
+    std::string const seen = ReadFile(dir / "last-get.json");
+    EXPECT_NE(seen.find("\"agent\": \"InternetClient 1.0\""), std::string::npos) << seen;
+
+    // No challenge: 1, and nothing appended. A wrong password: the status.
+    struct Case {
+        char const* object;
+        char const* password;
+        short result;
+        char const* text;
+    } const cases[] = {
+        {"/open", kPassword, 1, ""},
+        {"/missing", kPassword, 1, ""},
+        {"/auth/hello", "wrong", 401, "who are you?"},
+    };
+    for (Case const& c : cases) {
+        std::string text;
+        EXPECT_EQ(Login(client, c.object, &text, c.password), c.result) << c.object;
+        EXPECT_EQ(text, c.text) << c.object;
+    }
+}
+
+TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out;
+    EXPECT_EQ(Login(client, "/auth/big", &out), 200);
+    ASSERT_EQ(out.size(), 10u * 1024 * 1024);
+    // The server's pattern: bytes 1 to 255 over and over.
+    for (std::size_t i : {std::size_t{0}, std::size_t{254}, std::size_t{255}, out.size() - 1})
+        EXPECT_EQ(static_cast<unsigned char>(out[i]), i % 255 + 1) << i;
+}
+
+TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string body = "name=a&value=\x01\xff\r\n";
+    body += std::string(5000, 'z'); // longer than one step of any buffer
+    WriteFile(dir / "expected-post.bin", body);
+    WriteFile(dir / "upload.bin", body + std::string(1, '\0') + "after the NUL");
+    EXPECT_EQ(Post(client, "/check", dir / "upload.bin"), 201);
+    EXPECT_TRUE(ReadFile(dir / "last-post.bin") == body);
+    std::string const seen = ReadFile(dir / "last-post.json");
+    EXPECT_NE(seen.find("\"cache\": \"no-cache\""), std::string::npos) << seen;
+
+    EXPECT_EQ(Post(client, "/check", dir / "missing.bin"), HttpClient::POST_NO_FILE);
+}
+
+TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    WriteFile(dir / "body.txt", "b");
+    // To HTTPS: not followed, the redirect is the answer.
+    EXPECT_EQ(Post(client, "/redirect?https://127.0.0.1:1/x", dir / "body.txt"), 302);
+    // Same scheme: followed, to the challenge and past it.
+    std::string out;
+    std::string const target = "/redirect?http://" + http.Address() + "/auth/hello";
+    EXPECT_EQ(Login(client, target, &out), 200);
+    EXPECT_EQ(out, "welcome user");
+}
+
+TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out;
+    // The server hangs up after 100 of 1,000 bytes.
+    EXPECT_EQ(Login(client, "/cut", &out), platform::ERROR_INTERNET_CONNECTION_ABORTED);
+
+    // A port nobody listens on.
+    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(s);
+    HttpClient refused;
+    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port))));
+    EXPECT_EQ(Login(refused, "/", &out), platform::ERROR_INTERNET_CANNOT_CONNECT);
+
+    HttpClient unknown;
+    ASSERT_TRUE(Connect(unknown, "http://no-such-host.invalid"));
+    EXPECT_EQ(Login(unknown, "/", &out), platform::ERROR_INTERNET_NAME_NOT_RESOLVED);
+
+    // TLS to a server that speaks plain HTTP.
+    HttpClient mismatched;
+    ASSERT_TRUE(Connect(mismatched, http.Address()));
+    EXPECT_EQ(Login(mismatched, "/open", &out), platform::ERROR_INTERNET_SECURITY_CHANNEL_ERROR);
+    EXPECT_EQ(out, "");
+}
+
+TEST(HttpTimeoutTest, ServerThatNeverAnswersTimesOut) {
+    Server silent{{"silent"}};
+    ASSERT_GT(silent.port(), 0);
+    // A short receive time-out for the sessions opened from here on.
+    std::uint32_t const twoSeconds = 2000, standard = platform::kDefaultTransferTimeoutMs;
+    ASSERT_TRUE(platform::InternetSetOptionA(nullptr, INTERNET_OPTION_RECEIVE_TIMEOUT, &twoSeconds,
+                                             sizeof twoSeconds));
+    HttpClient client;
+    platform::InternetSetOptionA(nullptr, INTERNET_OPTION_RECEIVE_TIMEOUT, &standard,
+                                 sizeof standard);
+    ASSERT_TRUE(Connect(client, silent.Address("http://")));
+    auto const start = std::chrono::steady_clock::now();
+    std::string out;
+    EXPECT_EQ(Login(client, "/", &out), platform::ERROR_INTERNET_TIMEOUT);
+    // Well within the connect and receive time-outs that would apply by default.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
+    ScratchDir dir;
+    Certificates const certs(dir);
+    ASSERT_TRUE(certs.made) << "openssl could not make the test certificates";
+    Server trusted{{"http", dir.path().string(), certs.serverCert, certs.serverKey}};
+    Server stranger{{"http", dir.path().string(), certs.strangerCert, certs.strangerKey}};
+    ASSERT_GT(trusted.port(), 0);
+    ASSERT_GT(stranger.port(), 0);
+    ::setenv(platform::kCaBundleVariable, certs.caCert.c_str(), 1);
+
+    // The certificate names sorvane-test.invalid; we ask 127.0.0.1.
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, trusted.Address()));
+    std::string out;
+    EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
+    EXPECT_EQ(out, "welcome user");
+    // HTTPS to HTTP is not followed either.
+    std::string const back = "/redirect?http://" + trusted.Address() + "/auth/hello";
+    out.clear();
+    EXPECT_EQ(Login(client, back, &out), 1);
+    EXPECT_EQ(out, "");
+
+    HttpClient untrusted;
+    ASSERT_TRUE(Connect(untrusted, stranger.Address()));
+    EXPECT_EQ(Login(untrusted, "/auth/hello", &out), platform::ERROR_INTERNET_INVALID_CA);
+
+    // Without the test authority the signed certificate is no better.
+    ::unsetenv(platform::kCaBundleVariable);
+    EXPECT_EQ(Login(client, "/auth/hello", &out), platform::ERROR_INTERNET_INVALID_CA);
+}
