@@ -1,13 +1,6 @@
 #include <baseobj/inetclient.h>
 
-#if __has_include(<baseobj/fileobject.h>)
 #include <baseobj/fileobject.h>
-#else
-struct FileObject { // TEMPORARY until the whole-file reader is merged
-    static char* CreateBuffer(char const*, short, std::int32_t*) { return nullptr; }
-    static void DeleteBuffer(char*) {}
-};
-#endif
 #include <platform/syserror.h>
 
 #include <cstring>
@@ -132,7 +125,9 @@ short HttpClient::Post(char* object, char* file) {
     RequestHandle const request(
         HttpOpenRequestA(hConnection, "POST", object, nullptr, nullptr, nullptr, kPostFlags, 0));
     if (request.get() == nullptr) return POST_NO_REQUEST;
-    char* buffer = FileObject::CreateBuffer(file, 0, nullptr);
+    // The length is not used: the body runs to the text's first NUL byte.
+    std::int32_t length = 0;
+    char* buffer = FileObject::CreateBuffer(file, 0, &length);
     if (buffer == nullptr) return POST_NO_FILE;
     bool const sent = HttpSendRequestA(request.get(), nullptr, 0, buffer,
                                        static_cast<std::uint32_t>(std::strlen(buffer)));
