@@ -155,12 +155,12 @@ def serve_ftp(root):
     from pyftpdlib.handlers import FTPHandler
     from pyftpdlib.servers import FTPServer
 
-    logging.getLogger("pyftpdlib").setLevel(logging.ERROR)
+    logging.basicConfig(level=logging.ERROR)
     authorizer = DummyAuthorizer()
     authorizer.add_user(USER, PASSWORD, root, perm="elradfmwMT")
     handler = FTPHandler
     handler.authorizer = authorizer
-    handler.passive_ports = None
+    handler.auth_failed_timeout = 0
     server = FTPServer(("127.0.0.1", 0), handler)
     threading.Thread(target=server.serve_forever, daemon=True).start()
     announce(server.address[1])

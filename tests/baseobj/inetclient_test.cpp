@@ -3,13 +3,16 @@
 
 #include <baseobj/inetclient.h>
 #include <platform/internet.h>
+#include <platform/syserror.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -213,4 +216,155 @@ TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
     // Without the test authority the signed certificate is no better.
     ::unsetenv(platform::kCaBundleVariable);
     EXPECT_EQ(Login(client, "/auth/hello", &out), platform::ERROR_INTERNET_INVALID_CA);
+}
+
+namespace {
+
+class FtpTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_GT(ftp.port(), 0);
+        std::string server = ftp.Address(), user = kUser, password = kPassword;
+        ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP,
+                                          Mutable(user), Mutable(password)),
+                  1);
+    }
+    fs::path root() const { return dir.path() / "root"; }
+    std::string Local(std::string const& name) const { return dir / name; }
+
+    // Every entry of the current directory as GetFirst/GetNext give them.
+    std::vector<std::string> Listing() {
+        std::vector<std::string> names;
+        char entry[300];
+        if (client.GetFirstDirectoryEntry(entry) == 0) return {entry};
+        do
+            names.push_back(entry);
+        while (client.GetNextDirectoryEntry(entry) == 1);
+        EXPECT_STREQ(entry, "");
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    ScratchDir dir;
+    bool made = fs::create_directory(root()); // before the server serves it
+    Server ftp{{"ftp", root().string()}};
+    FtpClient client;
+};
+
+std::string Binary(std::size_t size) {
+    std::string data(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        data[i] = static_cast<char>(i * 7 + i / 251);
+    return data;
+}
+
+} // namespace
+
+TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
+    std::string const data = Binary(300000); // NUL bytes and CR LF pairs survive
+    WriteFile(Local("up.bin"), data);
+    std::string local = Local("up.bin"), remote = "up.bin";
+    ASSERT_EQ(client.PutFile(Mutable(local), Mutable(remote)), 1);
+    EXPECT_TRUE(ReadFile((root() / "up.bin").string()) == data);
+
+    std::string from = "up.bin", to = "moved.bin", back = Local("down.bin");
+    ASSERT_EQ(client.RenameFile(Mutable(from), Mutable(to)), 1);
+    ASSERT_EQ(client.GetFile(Mutable(to), Mutable(back)), 1);
+    EXPECT_TRUE(ReadFile(back) == data);
+    EXPECT_EQ(client.GetFile(Mutable(from), Mutable(back)), 0); // gone by its old name
+    EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_EXTENDED_ERROR);
+    EXPECT_TRUE(ReadFile(back) == data) << "a failed fetch leaves the local file alone";
+
+    ASSERT_EQ(client.DeleteFileA(Mutable(to)), 1);
+    EXPECT_FALSE(fs::exists(root() / "moved.bin"));
+    EXPECT_EQ(client.DeleteFileA(Mutable(to)), 0);
+    std::string missing = Local("missing.bin");
+    EXPECT_EQ(client.PutFile(Mutable(missing), Mutable(remote)), 0);
+
+    // An empty file comes back as an empty file.
+    WriteFile((root() / "empty.txt").string(), "");
+    std::string empty = "empty.txt", emptyLocal = Local("empty.txt");
+    ASSERT_EQ(client.GetFile(Mutable(empty), Mutable(emptyLocal)), 1);
+    EXPECT_TRUE(fs::exists(emptyLocal));
+}
+
+TEST_F(FtpTest, DirectoriesAndListings) {
+    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+    char cwd[64];
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/");
+
+    std::string sub = "sub", empty = "sub/empty";
+    ASSERT_EQ(client.MakeDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable(empty)), 1);
+    WriteFile((root() / "a file.txt").string(), "x");
+    WriteFile((root() / "sub" / "inner.txt").string(), "y");
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
+
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/sub");
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
+    std::string emptyHere = "empty";
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(emptyHere)), 1);
+    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+
+    // A directory that is not there, and a buffer too small, leave it empty.
+    std::string nowhere = "nowhere", up = "../..";
+    EXPECT_EQ(client.SetWorkingDirectory(Mutable(nowhere)), 0);
+    char tiny[4] = "abc";
+    EXPECT_EQ(client.GetWorkingDirectory(tiny, sizeof tiny), 0);
+    EXPECT_STREQ(tiny, "");
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(up)), 1);
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/");
+
+    // After the end of a listing there is no search: the output stays.
+    char entry[300];
+    ASSERT_EQ(client.GetFirstDirectoryEntry(entry), 1);
+    while (client.GetNextDirectoryEntry(entry) == 1) {
+    }
+    std::strcpy(entry, "untouched");
+    EXPECT_EQ(client.GetNextDirectoryEntry(entry), 0);
+    EXPECT_STREQ(entry, "untouched");
+
+    EXPECT_EQ(client.RemoveDirectoryA(Mutable(sub)), 0); // not empty
+    ASSERT_EQ(client.RemoveDirectoryA(Mutable(empty)), 1);
+    EXPECT_FALSE(fs::exists(root() / "sub" / "empty"));
+}
+
+TEST_F(FtpTest, OpenFileReadsAndWrites) {
+    std::string const data = Binary(1000);
+    std::string name = "stream.bin";
+    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_WRITE), 1);
+    std::string part1 = data.substr(0, 600), part2 = data.substr(600);
+    EXPECT_EQ(client.WriteToFile(Mutable(part1), part1.size()), 600u);
+    EXPECT_EQ(client.WriteToFile(Mutable(part2), part2.size()), 400u);
+    ASSERT_EQ(client.CloseFile(), 1);
+    EXPECT_TRUE(ReadFile((root() / "stream.bin").string()) == data);
+
+    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_READ), 1);
+    std::string back;
+    char chunk[256];
+    while (unsigned long n = client.ReadFromFile(chunk, sizeof chunk))
+        back.append(chunk, n);
+    EXPECT_TRUE(back == data);
+    EXPECT_EQ(client.WriteToFile(chunk, 1), 0u); // opened for reading
+    EXPECT_EQ(client.CloseFile(), 1);
+    EXPECT_EQ(client.CloseFile(), 0);
+
+    std::string missing = "missing.bin";
+    EXPECT_EQ(client.OpenFile(Mutable(missing), platform::GENERIC_READ), 0);
+    EXPECT_EQ(client.ReadFromFile(chunk, sizeof chunk), 0u);
+}
+
+TEST(FtpLoginTest, WrongPasswordIsRefusedAtConnection) {
+    ScratchDir dir;
+    Server ftp{{"ftp", dir.path().string()}};
+    FtpClient client;
+    std::string server = ftp.Address(), user = kUser, password = "wrong";
+    EXPECT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
+                                     Mutable(password)),
+              0);
+    EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_INCORRECT_PASSWORD);
 }
