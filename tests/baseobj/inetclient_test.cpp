@@ -226,7 +226,7 @@ protected:
         ASSERT_GT(ftp.port(), 0);
         std::string server = ftp.Address(), user = kUser, password = kPassword;
         ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP,
-                                          Mutable(user), Mutable(password)),
+                                         Mutable(user), Mutable(password)),
                   1);
     }
     fs::path root() const { return dir.path() / "root"; }
