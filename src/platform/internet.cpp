@@ -35,6 +35,8 @@ struct InternetObject {
 namespace {
 
 constexpr long kMaxRedirects = 10;
+// Large receive buffers: fewer, longer appends for long answers.
+constexpr long kReceiveBuffer = 256 * 1024;
 constexpr std::uint16_t kHttpPort = 80;
 constexpr std::uint16_t kHttpsPort = 443;
 
@@ -192,6 +194,28 @@ std::size_t AppendToString(char* data, std::size_t size, std::size_t count, void
     return size * count;
 }
 
+// An answer's body, with room made once for the length the server gives.
+struct Answer {
+    CURL* easy;
+    std::string* body;
+    bool sized;
+};
+
+constexpr curl_off_t kMaxReserve = curl_off_t{1} << 30;
+
+std::size_t AppendAnswer(char* data, std::size_t size, std::size_t count, void* target) {
+    auto* answer = static_cast<Answer*>(target);
+    if (!answer->sized) {
+        answer->sized = true;
+        curl_off_t length = -1;
+        curl_easy_getinfo(answer->easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        if (length > 0 && length <= kMaxReserve)
+            answer->body->reserve(static_cast<std::size_t>(length));
+    }
+    answer->body->append(data, size * count);
+    return size * count;
+}
+
 long WholeSeconds(std::uint32_t ms) {
     return static_cast<long>((ms + 999) / 1000);
 }
@@ -200,6 +224,7 @@ long WholeSeconds(std::uint32_t ms) {
 void ApplyEndpoint(CURL* easy, Endpoint const& endpoint) {
     curl_easy_reset(easy);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(endpoint.connectMs));
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, WholeSeconds(endpoint.receiveMs));
@@ -287,8 +312,9 @@ bool SendRequest(Request& request, std::string_view headers, void const* body,
     request.body.clear();
     request.readPos = 0;
     request.answered = false;
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &request.body);
+    Answer answer{easy, &request.body, false};
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendAnswer);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &answer);
     CURLcode const result = curl_easy_perform(easy);
     long const status = ResponseCode(easy);
     // A redirect to the other scheme is the answer itself, not a failure.

@@ -5,8 +5,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <curl/curl.h>
@@ -52,6 +54,15 @@ bool TransferLibraryReady() {
 std::string OneLine(std::string text) {
     for (char& c : text)
         if (c == '\r' || c == '\n') c = ' ';
+    return text;
+}
+
+// Pieces of text end to end (built up by appending: the optimiser warns
+// falsely about chains of operator+ on temporaries).
+std::string Joined(std::initializer_list<std::string_view> pieces) {
+    std::string text;
+    for (std::string_view piece : pieces)
+        text.append(piece);
     return text;
 }
 
@@ -144,20 +155,20 @@ bool MailConnection::Send(MailMessage const& message) {
     if (message.to.empty() || !Open()) return false;
     CURL* easy = transfer_->easy.get();
     ApplySettings(easy, settings_);
-    std::string const from = "<" + OneLine(settings_.sender) + ">";
+    std::string const from = Joined({"<", OneLine(settings_.sender), ">"});
     curl_easy_setopt(easy, CURLOPT_MAIL_FROM, from.c_str());
     curl_slist* recipients = nullptr;
     std::string toHeader = "To: ";
     for (std::string const& to : message.to) {
-        recipients = curl_slist_append(recipients, ("<" + OneLine(to) + ">").c_str());
-        toHeader += (&to == &message.to.front() ? "" : ", ") + OneLine(to);
+        recipients = curl_slist_append(recipients, Joined({"<", OneLine(to), ">"}).c_str());
+        toHeader += Joined({&to == &message.to.front() ? "" : ", ", OneLine(to)});
     }
     TextList const rcpt(recipients);
     curl_easy_setopt(easy, CURLOPT_MAIL_RCPT, rcpt.get());
     curl_slist* headers = nullptr;
-    headers = curl_slist_append(headers, ("From: " + OneLine(settings_.sender)).c_str());
+    headers = curl_slist_append(headers, Joined({"From: ", OneLine(settings_.sender)}).c_str());
     headers = curl_slist_append(headers, toHeader.c_str());
-    headers = curl_slist_append(headers, ("Subject: " + OneLine(message.subject)).c_str());
+    headers = curl_slist_append(headers, Joined({"Subject: ", OneLine(message.subject)}).c_str());
     TextList const headerList(headers);
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headerList.get());
     Mime const mime = MessageParts(easy, message);

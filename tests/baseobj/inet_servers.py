@@ -53,6 +53,17 @@ class Handler(BaseHTTPRequestHandler):
         self.end_headers()
         self.wfile.write(body)
 
+    def stream(self, size):
+        """A long answer sent a mebibyte at a time, for the benchmark."""
+        self.send_response(200)
+        self.send_header("Content-Length", str(size))
+        self.end_headers()
+        chunk = big_body(1 << 20)
+        while size > 0:
+            n = min(size, len(chunk))
+            self.wfile.write(chunk[:n])
+            size -= n
+
     def authorised(self):
         expected = "Basic " + base64.b64encode(f"{USER}:{PASSWORD}".encode()).decode()
         return self.headers.get("Authorization") == expected
@@ -72,6 +83,8 @@ class Handler(BaseHTTPRequestHandler):
                 self.reply(401, b"who are you?", [("WWW-Authenticate", 'Basic realm="tests"')])
             elif self.path == "/auth/big":
                 self.reply(200, big_body(BIG_SIZE))
+            elif self.path == "/auth/bench":
+                self.stream(int(os.environ.get("BENCH_SIZE", "0")))
             else:
                 self.reply(200, b"welcome " + USER.encode())
         elif self.path == "/open":
@@ -87,17 +100,6 @@ class Handler(BaseHTTPRequestHandler):
             self.wfile.flush()
             self.connection.shutdown(socket.SHUT_RDWR)
             self.close_connection = True
-        elif self.path == "/bench":
-            size = int(os.environ.get("BENCH_SIZE", "0"))
-            self.send_response(200)
-            self.send_header("Content-Length", str(size))
-            self.end_headers()
-            chunk = big_body(1 << 20)
-            left = size
-            while left > 0:
-                n = min(left, len(chunk))
-                self.wfile.write(chunk[:n])
-                left -= n
         else:
             self.reply(404, b"not here")
 

@@ -4,7 +4,6 @@
 // openssl at test time.
 #pragma once
 
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
