@@ -69,15 +69,23 @@ std::uint32_t StatusOf(HINTERNET request, bool* ok) {
     return code;
 }
 
-// The body in steps of up to 50 bytes until a read gives none; false when a
-// read fails.
-bool ReadBody(HINTERNET request, std::string* body) {
+// The body in steps of up to 50 bytes until a read gives none, appended to
+// out up to its first NUL byte; false, with out as it was, when a read fails.
+bool ReadBody(HINTERNET request, std::string* out) {
+    std::size_t const before = out->size();
+    bool ended = false;
     char step[kReadStep];
     for (;;) {
         std::uint32_t read = 0;
-        if (!InternetReadFile(request, step, kReadStep, &read)) return false;
+        if (!InternetReadFile(request, step, kReadStep, &read)) {
+            out->resize(before);
+            return false;
+        }
         if (read == 0) return true;
-        body->append(step, read);
+        if (ended) continue;
+        auto const* nul = static_cast<char const*>(std::memchr(step, '\0', read));
+        out->append(step, nul != nullptr ? static_cast<std::size_t>(nul - step) : read);
+        ended = nul != nullptr;
     }
 }
 
@@ -150,9 +158,7 @@ short HttpClient::GetLoginInfo(char* object, char* user, char* password, std::st
     InternetSetOptionA(request.get(), INTERNET_OPTION_PASSWORD, password, kCredentialLength);
     if (!HttpSendRequestA(request.get(), nullptr, 0, nullptr, 0)) return result;
     // The whole body is kept, however long; the text ends at its first NUL.
-    std::string body;
-    if (!ReadBody(request.get(), &body)) return 0;
-    strOut.append(body.c_str());
+    if (!ReadBody(request.get(), &strOut)) return 0;
     std::uint32_t const status = StatusOf(request.get(), &ok);
     if (ok) result = static_cast<short>(status);
     return result;
