@@ -672,7 +672,9 @@ HINTERNET HttpOpenRequestA(HINTERNET connectionHandle, char const* verb, char co
     auto request = std::make_unique<Request>();
     request->endpoint = connection->endpoint;
     if (request->endpoint.port == 0)
-        request->endpoint.port = (flags & INTERNET_FLAG_SECURE) != 0 ? kHttpsPort : kHttpPort;
+        request->endpoint.port = (flags & INTERNET_FLAG_SECURE) != 0 && !request->endpoint.plainHttp
+                                     ? kHttpsPort
+                                     : kHttpPort;
     request->verb = verb != nullptr && *verb != '\0' ? verb : "GET";
     request->object = Text(object);
     request->flags = flags;
