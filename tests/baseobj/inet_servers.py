@@ -83,6 +83,8 @@ class Handler(BaseHTTPRequestHandler):
                 self.reply(401, b"who are you?", [("WWW-Authenticate", 'Basic realm="tests"')])
             elif self.path == "/auth/big":
                 self.reply(200, big_body(BIG_SIZE))
+            elif self.path == "/auth/nul":
+                self.reply(200, b"before\0after")
             elif self.path == "/auth/bench":
                 self.stream(int(os.environ.get("BENCH_SIZE", "0")))
             else:

@@ -81,7 +81,7 @@ TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
     std::string const seen = ReadFile(dir / "last-get.json");
     EXPECT_NE(seen.find("\"agent\": \"InternetClient 1.0\""), std::string::npos) << seen;
 
-    // No challenge: 1, and nothing appended. A wrong password: the status.
+    // No challenge: 1, and nothing appended. Else the second answer's status.
     struct Case {
         char const* object;
         char const* password;
@@ -91,6 +91,7 @@ TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
         {"/open", kPassword, 1, ""},
         {"/missing", kPassword, 1, ""},
         {"/auth/hello", "wrong", 401, "who are you?"},
+        {"/auth/nul", kPassword, 200, "before"}, // the text ends at a NUL byte
     };
     for (Case const& c : cases) {
         std::string text;
