@@ -1,12 +1,14 @@
 #include <baseobj/xmlparser.h>
 
 #include <baseobj/fileobject.h>
+#include <cpcoll/cpstack.h>
 #include <util/exceptions.h>
 #include <util/pstring.h>
 
 #include <cstddef>
 #include <cstring>
 #include <istream>
+#include <new>
 
 namespace {
 
@@ -348,4 +350,125 @@ short XMLReader::ReadXML(std::istream* pis, pfnXMLStartHandler pfnStart, pfnXMLE
     std::int32_t const nRead = str.ReadIStream(*pis);
     if (nRead > 0) ParseBuffer(str.GetBuffer(), static_cast<unsigned int>(nRead));
     return 1;
+}
+
+namespace {
+
+constexpr char kXmlParserUnit[] = "baseobj/xmlparser";
+using XmlChecks = UnitChecks<kXmlParserUnit>;
+
+constexpr char kHeader[] = "<?xml version = \"1.0\"?>";
+constexpr char kAttributeAfterText[] = "<! ****** XML ERROR: ATTRIBS AFTER TEXT >\n\t\t";
+
+} // namespace
+
+XMLEmitter::XMLEmitter() : pstkTags(new CPStack(kMaxOpenTags)) {
+    pstkTags->AddRef();
+}
+
+XMLEmitter::~XMLEmitter() {
+    while (void* pv = pstkTags->Pop())
+        delete static_cast<XMLTagState*>(pv);
+    pstkTags->Release();
+    if (pfile != nullptr) std::fclose(pfile);
+}
+
+short XMLEmitter::OpenFile(char* pszName) {
+    if (pszName == nullptr) return 0;
+    if (pfile != nullptr) std::fclose(pfile);
+    pfile = std::fopen(pszName, "w");
+    if (pfile == nullptr) return 0;
+    bOpen = 1;
+    nDepth = 0;
+    EmitHeader();
+    return 1;
+}
+
+void XMLEmitter::CloseFile() {
+    EmitFooter();
+    bOpen = 0;
+    if (pfile != nullptr) std::fclose(pfile);
+    pfile = nullptr;
+}
+
+void XMLEmitter::EmitHeader() {
+    Put(kHeader);
+}
+
+void XMLEmitter::Put(char const* psz) {
+    if (bOpen != 0 && psz != nullptr) std::fputs(psz, pfile);
+}
+
+void XMLEmitter::Indent() {
+    for (int k = 0; k < nDepth; ++k)
+        std::fputc('\t', pfile);
+}
+
+XMLTagState* XMLEmitter::Newest() const {
+    return static_cast<XMLTagState*>(pstkTags->Top());
+}
+
+void XMLEmitter::StartTag(char* pszName) {
+    if (bOpen == 0) return;
+    // The record's name is a fixed field.
+    XmlChecks::Assert(pszName != nullptr && std::strlen(pszName) < XMLTagState::kNameSize,
+                      "strlen(pszName) < 64");
+    if (XMLTagState* const pxmtsParent = Newest(); pxmtsParent == nullptr) {
+        Put("\n\n"); // the first tag stands one blank line below the header
+    } else {
+        pxmtsParent->bHasChildren = 1;
+        if (pxmtsParent->bStartClosed == 0) {
+            pxmtsParent->bStartClosed = 1;
+            Put(">");
+        }
+        Put("\n");
+    }
+    Indent();
+    Put("<");
+    Put(pszName);
+    ++nDepth;
+    auto* const pxmtsThe = new (std::nothrow) XMLTagState;
+    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    std::strcpy(pxmtsThe->szName, pszName);
+    if (pstkTags->Push(pxmtsThe) == 0) delete pxmtsThe; // a full stack loses the tag
+}
+
+void XMLEmitter::EndTag() {
+    if (bOpen == 0) return;
+    auto* const pxmtsThe = static_cast<XMLTagState*>(pstkTags->Pop());
+    if (pxmtsThe == nullptr) return;
+    --nDepth;
+    if (pxmtsThe->bHasChildren != 0) {
+        Put("\n");
+        Indent();
+    }
+    if (pxmtsThe->bHasChildren == 0 && pxmtsThe->bHasText == 0) {
+        Put("/>");
+    } else {
+        Put("</");
+        Put(pxmtsThe->szName);
+        Put(">");
+    }
+    delete pxmtsThe;
+}
+
+void XMLEmitter::Attribute(char* pszName, char* pszValue) {
+    if (bOpen == 0) return;
+    XMLTagState* const pxmtsThe = Newest();
+    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    if (pxmtsThe->bHasText != 0) Put(kAttributeAfterText);
+    Put(" ");
+    Put(pszName);
+    Put("=\"");
+    Put(pszValue);
+    Put("\"");
+}
+
+void XMLEmitter::Text(char* pszText, short bStartClosed) {
+    if (bOpen == 0) return;
+    XMLTagState* const pxmtsThe = Newest();
+    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    pxmtsThe->bHasText = 1;
+    if (bStartClosed == 0) Put(">");
+    Put(pszText);
 }

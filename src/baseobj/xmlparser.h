@@ -7,6 +7,7 @@
 #include <util/createable.h>
 #include <util/export.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <iosfwd>
@@ -78,4 +79,57 @@ public:
 private:
     void SetHandlers(pfnXMLStartHandler pfnStart, pfnXMLEndHandler pfnEnd,
                      pfnXMLDefaultHandler pfnDefault, void* pvUser);
+};
+
+// An open tag of XMLEmitter: its name, and what has happened inside it.
+struct XMLTagState {
+    static constexpr std::size_t kNameSize = 64;
+    char szName[kNameSize] = {};
+    unsigned char bHasChildren = 0; // a child tag was started
+    unsigned char bHasText = 0;     // Text was called
+    unsigned char bStartClosed = 0; // a child wrote the ">" of the start tag
+};
+
+// Writes an XML file tag by tag, with tabs for indentation. The ">" of a
+// start tag waits for what comes next, so that attributes can follow and a
+// tag with nothing inside ends as an empty element. Nothing is escaped:
+// callers hand over text that is already safe. Every output operation does
+// nothing while no file is open.
+class SORVANE_API XMLEmitter : public Createable {
+public:
+    // Open tags beyond this many are lost, and their EndTag closes the parent.
+    static constexpr std::uint32_t kMaxOpenTags = 255;
+
+    XMLEmitter();
+    XMLEmitter(XMLEmitter const&) = delete;
+    XMLEmitter& operator=(XMLEmitter const&) = delete;
+    ~XMLEmitter() override;
+
+    // 0 when the file can't be made; otherwise writes the header, 1.
+    short OpenFile(char* pszName);
+    // Tags still open stay unclosed.
+    void CloseFile();
+    void EmitHeader();
+    void EmitFooter() {}
+    // Names must be shorter than 64 bytes.
+    void StartTag(char* pszName);
+    void EndTag();
+    // Of the newest tag, which must exist.
+    void Attribute(char* pszName, char* pszValue);
+    // Inside the newest tag, which must exist. bStartClosed 0 writes the
+    // start tag's ">" first; later pieces of the same text pass 1.
+    void Text(char* pszText, short bStartClosed);
+
+    short _get_bOpen() const { return bOpen; }
+    std::int16_t _get_nDepth() const { return nDepth; }
+
+private:
+    XMLTagState* Newest() const;
+    void Indent();
+    void Put(char const* psz);
+
+    std::int16_t bOpen = 0;
+    std::int16_t nDepth = 0;
+    CPStack* pstkTags;
+    std::FILE* pfile = nullptr;
 };

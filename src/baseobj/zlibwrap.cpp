@@ -15,6 +15,8 @@ constexpr char kUserAbort[] = "User Abort";
 // overflow 32 bits.
 constexpr std::uint32_t kDivideFirstLength = 10'000'000;
 
+constexpr std::size_t kFileBufferSize = 64 * 1024;
+
 } // namespace
 
 ZlibEngine::ZlibEngine() = default;
@@ -68,6 +70,7 @@ int ZlibEngine::Run(Direction direction, char const* pszIn, char const* pszOut, 
     RunSteps();
     progress(percent());
     pzs.reset();
+    if (std::fflush(pfileOut) != 0) nError = platform::kZErrno;
 
     if (nAbortFlag != 0) {
         Report(kUserAbort);
@@ -87,9 +90,9 @@ short ZlibEngine::OpenFiles(char const* pszIn, char const* pszOut) {
     if (pfileIn == nullptr) return 0;
     pfileOut = std::fopen(pszOut, "wb");
     if (pfileOut == nullptr) return 0;
-    // Each step's block goes straight to the file, so that a write that
-    // fails is seen by the step that made it.
-    std::setvbuf(pfileOut, nullptr, _IONBF, 0);
+    // Blocks gather in a larger buffer; a write that fails shows in the step
+    // that flushed it, or in the last flush before the outcome is told.
+    std::setvbuf(pfileOut, nullptr, _IOFBF, kFileBufferSize);
     nLength = 0;
     if (std::fseek(pfileIn, 0, SEEK_END) == 0) {
         nLength = static_cast<std::int32_t>(std::ftell(pfileIn));

@@ -32,6 +32,13 @@ private:
     std::filesystem::path dir;
 };
 
+// A path that is the same in a death test's child, which runs the test again
+// from its start in a fresh process: named by the test.
+inline std::string FixedPath(std::string const& name) {
+    return ::testing::TempDir() + "sorvane_baseobj_" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
+}
+
 inline std::string ReadBytes(std::string const& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream all;

@@ -161,27 +161,4 @@ TEST(ZlibEngineTest, ThePumpRunsBetweenStepsOnlyWhenSet) {
     EXPECT_EQ(nPumped, 4); // load, flush, load (abort), flush
 }
 
-TEST(ZLibWrapTest, OneShotCallsAnswerOneOrZero) {
-    std::string text = Text(10'000);
-    std::vector<unsigned char> dest(text.size());
-    auto* const src = reinterpret_cast<unsigned char*>(text.data());
-    auto const nSrc = static_cast<std::uint32_t>(text.size());
-    ZLibWrap wrap;
-    std::uint32_t nTiny = 8;
-    EXPECT_EQ(wrap.Compress(dest.data(), &nTiny, src, nSrc), 0);
-    std::uint32_t nDest = static_cast<std::uint32_t>(dest.size());
-    ASSERT_EQ(wrap.Compress(dest.data(), &nDest, src, nSrc), 1);
-    std::string back(text.size(), '\0');
-    std::uint32_t nBack = static_cast<std::uint32_t>(back.size());
-    EXPECT_EQ(
-        wrap.UnCompress(reinterpret_cast<unsigned char*>(back.data()), &nBack, dest.data(), nDest),
-        1);
-    EXPECT_EQ(back, text);
-    nBack = 10;
-    EXPECT_EQ(
-        wrap.UnCompress(reinterpret_cast<unsigned char*>(back.data()), &nBack, dest.data(), nDest),
-        0);
-    EXPECT_EQ(wrap.UnCompress(reinterpret_cast<unsigned char*>(back.data()), &nBack, src, nSrc), 0);
-}
-
 } // namespace
