@@ -24,6 +24,8 @@ constexpr std::uint32_t kReadStep = 0x32;
 constexpr char kDirectoryEmpty[] = "Directory Empty";
 constexpr char kDirectoryMark[] = " <DIR>";
 constexpr char kAllFiles[] = "*.*";
+// The attribute word of a fetched file.
+constexpr std::uint32_t kFetchedAttributes = 0x80000000;
 
 struct ServicePort {
     unsigned long service;
@@ -176,7 +178,8 @@ FtpClient::~FtpClient() {
 
 short FtpClient::GetFile(char* remote, char* local) {
     if (hConnection == nullptr) return 0;
-    return FtpGetFileA(hConnection, remote, local, false, 0x80000000, FTP_TRANSFER_TYPE_BINARY, 0)
+    return FtpGetFileA(hConnection, remote, local, false, kFetchedAttributes,
+                       FTP_TRANSFER_TYPE_BINARY, 0)
                ? 1
                : 0;
 }

@@ -20,6 +20,7 @@ class SORVANE_API InternetClient {
 public:
     InternetClient();
     ~InternetClient();
+    // A copy would close the same handles a second time: there is none.
     InternetClient(InternetClient const&) = delete;
     InternetClient& operator=(InternetClient const&) = delete;
 
