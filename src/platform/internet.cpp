@@ -481,16 +481,71 @@ bool Matches(char const* pattern, char const* name) {
     return ::fnmatch(glob.c_str(), name, 0) == 0;
 }
 
-bool ListDirectory(Connection& connection, char const* pattern,
-                   std::vector<WIN32_FIND_DATAA>* entries) {
+std::string_view NextField(std::string_view* rest) {
+    while (!rest->empty() && rest->front() == ' ')
+        rest->remove_prefix(1);
+    std::size_t const end = std::min(rest->find(' '), rest->size());
+    std::string_view const field = rest->substr(0, end);
+    rest->remove_prefix(end);
+    return field;
+}
+
+bool SetEntry(std::string_view name, bool directory, std::uint64_t size, WIN32_FIND_DATAA* entry) {
+    while (!name.empty() && name.front() == ' ')
+        name.remove_prefix(1);
+    if (name.empty() || name == "." || name == ".." || name.size() >= sizeof entry->cFileName)
+        return false;
+    *entry = WIN32_FIND_DATAA{};
+    entry->dwFileAttributes = directory ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+    entry->nFileSizeLow = static_cast<std::uint32_t>(size);
+    entry->nFileSizeHigh = static_cast<std::uint32_t>(size >> 32);
+    std::memcpy(entry->cFileName, name.data(), name.size());
+    return true;
+}
+
+// One line of a listing for people, from servers without the machine
+// listing: "drwxr-xr-x 2 owner group 4096 Nov 23 09:22 name" or
+// "11-23-26  09:22AM  <DIR>  name".
+bool ParseListLine(std::string_view line, WIN32_FIND_DATAA* entry) {
+    std::string_view rest = line;
+    std::string_view const first = NextField(&rest);
+    if (first.size() == 10 && std::strchr("-dlbcps", first.front()) != nullptr) {
+        std::string_view size;
+        for (int field = 1; field <= 7; ++field) {
+            std::string_view const value = NextField(&rest);
+            if (field == 4) size = value;
+        }
+        if (first.front() == 'l') rest = rest.substr(0, rest.find(" -> "));
+        return SetEntry(rest, first.front() == 'd',
+                        std::strtoull(std::string(size).c_str(), nullptr, 10), entry);
+    }
+    if (first.find('-') == std::string_view::npos || NextField(&rest).empty()) return false;
+    std::string_view const kind = NextField(&rest);
+    bool const directory = kind == "<DIR>";
+    return SetEntry(rest, directory,
+                    directory ? 0 : std::strtoull(std::string(kind).c_str(), nullptr, 10), entry);
+}
+
+bool ListWith(Connection& connection, char const* command, std::string* listing) {
     CURL* easy = connection.easy.get();
-    std::string listing;
     ApplyFtp(easy, connection.endpoint,
              FtpUrl(easy, connection.endpoint, connection.directory, true));
-    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "MLSD");
+    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, command);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &listing);
-    if (!Succeeded(curl_easy_perform(easy))) return false;
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, listing);
+    return Succeeded(curl_easy_perform(easy));
+}
+
+// The machine listing, or the one for people when the server refuses it.
+bool ListDirectory(Connection& connection, char const* pattern,
+                   std::vector<WIN32_FIND_DATAA>* entries) {
+    std::string listing;
+    bool machine = ListWith(connection, "MLSD", &listing);
+    if (!machine) {
+        if (GetLastError() != ERROR_INTERNET_EXTENDED_ERROR) return false;
+        listing.clear();
+        if (!ListWith(connection, "LIST", &listing)) return false;
+    }
     std::string_view rest = listing;
     while (!rest.empty()) {
         std::size_t const end = rest.find('\n');
@@ -498,8 +553,8 @@ bool ListDirectory(Connection& connection, char const* pattern,
         rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         WIN32_FIND_DATAA entry;
-        if (ParseListingLine(line, &entry) && Matches(pattern, entry.cFileName))
-            entries->push_back(entry);
+        bool const parsed = machine ? ParseListingLine(line, &entry) : ParseListLine(line, &entry);
+        if (parsed && Matches(pattern, entry.cFileName)) entries->push_back(entry);
     }
     return true;
 }

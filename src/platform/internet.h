@@ -184,7 +184,9 @@ SORVANE_API bool FtpGetCurrentDirectoryA(HINTERNET connection, char* directory,
 SORVANE_API bool FtpCreateDirectoryA(HINTERNET connection, char const* directory);
 SORVANE_API bool FtpRemoveDirectoryA(HINTERNET connection, char const* directory);
 // The entries of the current directory whose names match the pattern ("*"
-// and "*.*" match all). An empty result fails with ERROR_NO_MORE_FILES.
+// and "*.*" match all), from the server's machine listing (MLSD) or, when it
+// has none, its listing for people (LIST, in the Unix or the DOS layout).
+// An empty result fails with ERROR_NO_MORE_FILES.
 SORVANE_API HINTERNET FtpFindFirstFileA(HINTERNET connection, char const* pattern,
                                         WIN32_FIND_DATAA* found, std::uint32_t flags,
                                         std::uintptr_t context);

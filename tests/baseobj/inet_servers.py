@@ -3,7 +3,8 @@
 
     inet_servers.py http STATE_DIR [CERT KEY]   HTTP, or HTTPS with CERT and KEY
     inet_servers.py silent                      accepts, never answers
-    inet_servers.py ftp ROOT                    FTP for user "user", password "secret"
+    inet_servers.py ftp ROOT [nomlsd]           FTP for user "user", password "secret",
+                                                without the machine listing if asked
     inet_servers.py smtp STATE_DIR [REFUSED]    SMTP sink; REFUSED is a sender it refuses
 
 Each prints "PORT <n>" on its first line once it listens, and ends when its
@@ -153,7 +154,7 @@ def serve_silent():
     wait_for_parent()
 
 
-def serve_ftp(root):
+def serve_ftp(root, variant=None):
     import logging
     from pyftpdlib.authorizers import DummyAuthorizer
     from pyftpdlib.handlers import FTPHandler
@@ -165,6 +166,8 @@ def serve_ftp(root):
     handler = FTPHandler
     handler.authorizer = authorizer
     handler.auth_failed_timeout = 0
+    if variant == "nomlsd":
+        handler.proto_cmds = {k: v for k, v in FTPHandler.proto_cmds.items() if k != "MLSD"}
     server = FTPServer(("127.0.0.1", 0), handler)
     threading.Thread(target=server.serve_forever, daemon=True).start()
     announce(server.address[1])

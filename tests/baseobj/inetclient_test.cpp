@@ -369,3 +369,27 @@ TEST(FtpLoginTest, WrongPasswordIsRefusedAtConnection) {
               0);
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_INCORRECT_PASSWORD);
 }
+
+TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
+    ScratchDir dir;
+    fs::create_directories(dir.path() / "root" / "sub");
+    Server ftp{{"ftp", (dir.path() / "root").string(), "nomlsd"}};
+    ASSERT_GT(ftp.port(), 0);
+    WriteFile((dir.path() / "root" / "two  spaces.txt").string(), "12345");
+    FtpClient client;
+    std::string server = ftp.Address(), user = kUser, password = kPassword, sub = "sub";
+    ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
+                                     Mutable(password)),
+              1);
+    std::vector<std::string> names;
+    char entry[300];
+    ASSERT_EQ(client.GetFirstDirectoryEntry(entry), 1);
+    do
+        names.push_back(entry);
+    while (client.GetNextDirectoryEntry(entry) == 1);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    EXPECT_EQ(client.GetFirstDirectoryEntry(entry), 0);
+    EXPECT_STREQ(entry, "Directory Empty");
+}
