@@ -19,6 +19,8 @@ packages=(
     units libudunits2-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
     libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
+    # The internet and mail clients, and their tests' servers and certificates.
+    libcurl4-openssl-dev curl openssl python3-pyftpdlib python3-aiosmtpd
 )
 
 as_root() {

@@ -1,0 +1,395 @@
+// The HTTP and FTP clients against servers of the tests' own on loopback.
+#include "inet_support.h"
+
+#include <baseobj/inetclient.h>
+#include <platform/internet.h>
+#include <platform/syserror.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace inet_test;
+using platform::INTERNET_OPTION_RECEIVE_TIMEOUT;
+
+char* Mutable(std::string& text) {
+    return text.data();
+}
+
+// HTTP connections carry no credentials: they come with the challenge.
+bool Connect(InternetClient& client, std::string server) {
+    return client.ConnectToServer(Mutable(server), 3, nullptr, nullptr) == 1;
+}
+
+short Login(HttpClient& client, std::string object, std::string* out,
+            std::string password = kPassword) {
+    std::string user = kUser;
+    return client.GetLoginInfo(Mutable(object), Mutable(user), Mutable(password), *out);
+}
+
+short Post(HttpClient& client, std::string object, std::string file) {
+    return client.Post(Mutable(object), Mutable(file));
+}
+
+class HttpTest : public ::testing::Test {
+protected:
+    ScratchDir dir;
+    Server http{{"http", dir.path().string()}};
+};
+
+} // namespace
+
+TEST(InternetClientTest, NoConnectionAnswersZeroAndPortsFollowTheService) {
+    HttpClient http;
+    std::string out = "kept";
+    EXPECT_EQ(Post(http, "/x", "/nonexistent"), 0);
+    EXPECT_EQ(Login(http, "/x", &out), 0);
+    EXPECT_EQ(out, "kept");
+    FtpClient ftp;
+    char buffer[64] = "stale";
+    EXPECT_EQ(ftp.GetWorkingDirectory(buffer, sizeof buffer), 0);
+    EXPECT_STREQ(buffer, "");
+    EXPECT_EQ(ftp.GetFirstDirectoryEntry(buffer), 0);
+    EXPECT_EQ(ftp.OpenFile(buffer, platform::GENERIC_READ), 0);
+    EXPECT_EQ(ftp.ReadFromFile(buffer, sizeof buffer), 0u);
+
+    // Service 443 is kept as given; the connection is an HTTP one on 443.
+    std::string server = "127.0.0.1";
+    EXPECT_EQ(http.ConnectToServer(Mutable(server), 443, nullptr, nullptr), 1);
+    EXPECT_EQ(http._get_nService(), 443u);
+    EXPECT_EQ(http.Disconnect(), 1);
+    EXPECT_FALSE(http.IsConnected());
+}
+
+TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
+    ASSERT_GT(http.port(), 0);
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out = "<";
+    EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
+    EXPECT_EQ(out, "<welcome user");
+    std::string const seen = ReadFile(dir / "last-get.json");
+    EXPECT_NE(seen.find("\"agent\": \"InternetClient 1.0\""), std::string::npos) << seen;
+
+    // No challenge: 1, and nothing appended. Else the second answer's status.
+    struct Case {
+        char const* object;
+        char const* password;
+        short result;
+        char const* text;
+    } const cases[] = {
+        {"/open", kPassword, 1, ""},
+        {"/missing", kPassword, 1, ""},
+        {"/auth/hello", "wrong", 401, "who are you?"},
+        {"/auth/nul", kPassword, 200, "before"}, // the text ends at a NUL byte
+    };
+    for (Case const& c : cases) {
+        std::string text;
+        EXPECT_EQ(Login(client, c.object, &text, c.password), c.result) << c.object;
+        EXPECT_EQ(text, c.text) << c.object;
+    }
+}
+
+TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out;
+    EXPECT_EQ(Login(client, "/auth/big", &out), 200);
+    ASSERT_EQ(out.size(), 10u * 1024 * 1024);
+    // The server's pattern: bytes 1 to 255 over and over.
+    for (std::size_t i : {std::size_t{0}, std::size_t{254}, std::size_t{255}, out.size() - 1})
+        EXPECT_EQ(static_cast<unsigned char>(out[i]), i % 255 + 1) << i;
+}
+
+TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string body = "name=a&value=\x01\xff\r\n";
+    body += std::string(5000, 'z'); // longer than one step of any buffer
+    WriteFile(dir / "expected-post.bin", body);
+    WriteFile(dir / "upload.bin", body + std::string(1, '\0') + "after the NUL");
+    EXPECT_EQ(Post(client, "/check", dir / "upload.bin"), 201);
+    EXPECT_TRUE(ReadFile(dir / "last-post.bin") == body);
+    std::string const seen = ReadFile(dir / "last-post.json");
+    EXPECT_NE(seen.find("\"cache\": \"no-cache\""), std::string::npos) << seen;
+
+    EXPECT_EQ(Post(client, "/check", dir / "missing.bin"), HttpClient::POST_NO_FILE);
+}
+
+TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    WriteFile(dir / "body.txt", "b");
+    // To HTTPS: not followed, the redirect is the answer.
+    EXPECT_EQ(Post(client, "/redirect?https://127.0.0.1:1/x", dir / "body.txt"), 302);
+    // Same scheme: followed, to the challenge and past it.
+    std::string out;
+    std::string const target = "/redirect?http://" + http.Address() + "/auth/hello";
+    EXPECT_EQ(Login(client, target, &out), 200);
+    EXPECT_EQ(out, "welcome user");
+}
+
+TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, http.Address("http://")));
+    std::string out;
+    // The server hangs up after 100 of 1,000 bytes.
+    EXPECT_EQ(Login(client, "/cut", &out), platform::ERROR_INTERNET_CONNECTION_ABORTED);
+
+    // A port nobody listens on.
+    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(s);
+    HttpClient refused;
+    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port))));
+    EXPECT_EQ(Login(refused, "/", &out), platform::ERROR_INTERNET_CANNOT_CONNECT);
+
+    HttpClient unknown;
+    ASSERT_TRUE(Connect(unknown, "http://no-such-host.invalid"));
+    EXPECT_EQ(Login(unknown, "/", &out), platform::ERROR_INTERNET_NAME_NOT_RESOLVED);
+
+    // TLS to a server that speaks plain HTTP.
+    HttpClient mismatched;
+    ASSERT_TRUE(Connect(mismatched, http.Address()));
+    EXPECT_EQ(Login(mismatched, "/open", &out), platform::ERROR_INTERNET_SECURITY_CHANNEL_ERROR);
+    EXPECT_EQ(out, "");
+}
+
+TEST(HttpTimeoutTest, ServerThatNeverAnswersTimesOut) {
+    Server silent{{"silent"}};
+    ASSERT_GT(silent.port(), 0);
+    // A short receive time-out for the sessions opened from here on.
+    std::uint32_t const twoSeconds = 2000, standard = platform::kDefaultTransferTimeoutMs;
+    ASSERT_TRUE(platform::InternetSetOptionA(nullptr, INTERNET_OPTION_RECEIVE_TIMEOUT, &twoSeconds,
+                                             sizeof twoSeconds));
+    HttpClient client;
+    platform::InternetSetOptionA(nullptr, INTERNET_OPTION_RECEIVE_TIMEOUT, &standard,
+                                 sizeof standard);
+    ASSERT_TRUE(Connect(client, silent.Address("http://")));
+    auto const start = std::chrono::steady_clock::now();
+    std::string out;
+    EXPECT_EQ(Login(client, "/", &out), platform::ERROR_INTERNET_TIMEOUT);
+    // Well within the connect and receive time-outs that would apply by default.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
+    ScratchDir dir;
+    Certificates const certs(dir);
+    ASSERT_TRUE(certs.made) << "openssl could not make the test certificates";
+    Server trusted{{"http", dir.path().string(), certs.serverCert, certs.serverKey}};
+    Server stranger{{"http", dir.path().string(), certs.strangerCert, certs.strangerKey}};
+    ASSERT_GT(trusted.port(), 0);
+    ASSERT_GT(stranger.port(), 0);
+    ::setenv(platform::kCaBundleVariable, certs.caCert.c_str(), 1);
+
+    // The certificate names sorvane-test.invalid; we ask 127.0.0.1.
+    HttpClient client;
+    ASSERT_TRUE(Connect(client, trusted.Address()));
+    std::string out;
+    EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
+    EXPECT_EQ(out, "welcome user");
+    // HTTPS to HTTP is not followed either.
+    std::string const back = "/redirect?http://" + trusted.Address() + "/auth/hello";
+    out.clear();
+    EXPECT_EQ(Login(client, back, &out), 1);
+    EXPECT_EQ(out, "");
+
+    HttpClient untrusted;
+    ASSERT_TRUE(Connect(untrusted, stranger.Address()));
+    EXPECT_EQ(Login(untrusted, "/auth/hello", &out), platform::ERROR_INTERNET_INVALID_CA);
+
+    // Without the test authority the signed certificate is no better.
+    ::unsetenv(platform::kCaBundleVariable);
+    EXPECT_EQ(Login(client, "/auth/hello", &out), platform::ERROR_INTERNET_INVALID_CA);
+}
+
+namespace {
+
+class FtpTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_GT(ftp.port(), 0);
+        std::string server = ftp.Address(), user = kUser, password = kPassword;
+        ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP,
+                                         Mutable(user), Mutable(password)),
+                  1);
+    }
+    fs::path root() const { return dir.path() / "root"; }
+    std::string Local(std::string const& name) const { return dir / name; }
+
+    // Every entry of the current directory as GetFirst/GetNext give them.
+    std::vector<std::string> Listing() {
+        std::vector<std::string> names;
+        char entry[300];
+        if (client.GetFirstDirectoryEntry(entry) == 0) return {entry};
+        do
+            names.push_back(entry);
+        while (client.GetNextDirectoryEntry(entry) == 1);
+        EXPECT_STREQ(entry, "");
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    ScratchDir dir;
+    bool made = fs::create_directory(root()); // before the server serves it
+    Server ftp{{"ftp", root().string()}};
+    FtpClient client;
+};
+
+std::string Binary(std::size_t size) {
+    std::string data(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        data[i] = static_cast<char>(i * 7 + i / 251);
+    return data;
+}
+
+} // namespace
+
+TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
+    std::string const data = Binary(300000); // NUL bytes and CR LF pairs survive
+    WriteFile(Local("up.bin"), data);
+    std::string local = Local("up.bin"), remote = "up.bin";
+    ASSERT_EQ(client.PutFile(Mutable(local), Mutable(remote)), 1);
+    EXPECT_TRUE(ReadFile((root() / "up.bin").string()) == data);
+
+    std::string from = "up.bin", to = "moved.bin", back = Local("down.bin");
+    ASSERT_EQ(client.RenameFile(Mutable(from), Mutable(to)), 1);
+    ASSERT_EQ(client.GetFile(Mutable(to), Mutable(back)), 1);
+    EXPECT_TRUE(ReadFile(back) == data);
+    EXPECT_EQ(client.GetFile(Mutable(from), Mutable(back)), 0); // gone by its old name
+    EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_EXTENDED_ERROR);
+    EXPECT_TRUE(ReadFile(back) == data) << "a failed fetch leaves the local file alone";
+
+    ASSERT_EQ(client.DeleteFileA(Mutable(to)), 1);
+    EXPECT_FALSE(fs::exists(root() / "moved.bin"));
+    EXPECT_EQ(client.DeleteFileA(Mutable(to)), 0);
+    std::string missing = Local("missing.bin");
+    EXPECT_EQ(client.PutFile(Mutable(missing), Mutable(remote)), 0);
+
+    // An empty file comes back as an empty file.
+    WriteFile((root() / "empty.txt").string(), "");
+    std::string empty = "empty.txt", emptyLocal = Local("empty.txt");
+    ASSERT_EQ(client.GetFile(Mutable(empty), Mutable(emptyLocal)), 1);
+    EXPECT_TRUE(fs::exists(emptyLocal));
+}
+
+TEST_F(FtpTest, DirectoriesAndListings) {
+    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+    char cwd[64];
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/");
+
+    std::string sub = "sub", empty = "sub/empty";
+    ASSERT_EQ(client.MakeDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable(empty)), 1);
+    WriteFile((root() / "a file.txt").string(), "x");
+    WriteFile((root() / "sub" / "inner.txt").string(), "y");
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
+
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/sub");
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
+    std::string emptyHere = "empty";
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(emptyHere)), 1);
+    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+
+    // A directory that is not there, and a buffer too small, leave it empty.
+    std::string nowhere = "nowhere", up = "../..";
+    EXPECT_EQ(client.SetWorkingDirectory(Mutable(nowhere)), 0);
+    char tiny[4] = "abc";
+    EXPECT_EQ(client.GetWorkingDirectory(tiny, sizeof tiny), 0);
+    EXPECT_STREQ(tiny, "");
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(up)), 1);
+    ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
+    EXPECT_STREQ(cwd, "/");
+
+    // After the end of a listing there is no search: the output stays.
+    char entry[300];
+    ASSERT_EQ(client.GetFirstDirectoryEntry(entry), 1);
+    while (client.GetNextDirectoryEntry(entry) == 1) {
+    }
+    std::strcpy(entry, "untouched");
+    EXPECT_EQ(client.GetNextDirectoryEntry(entry), 0);
+    EXPECT_STREQ(entry, "untouched");
+
+    EXPECT_EQ(client.RemoveDirectoryA(Mutable(sub)), 0); // not empty
+    ASSERT_EQ(client.RemoveDirectoryA(Mutable(empty)), 1);
+    EXPECT_FALSE(fs::exists(root() / "sub" / "empty"));
+}
+
+TEST_F(FtpTest, OpenFileReadsAndWrites) {
+    std::string const data = Binary(1000);
+    std::string name = "stream.bin";
+    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_WRITE), 1);
+    std::string part1 = data.substr(0, 600), part2 = data.substr(600);
+    EXPECT_EQ(client.WriteToFile(Mutable(part1), part1.size()), 600u);
+    EXPECT_EQ(client.WriteToFile(Mutable(part2), part2.size()), 400u);
+    ASSERT_EQ(client.CloseFile(), 1);
+    EXPECT_TRUE(ReadFile((root() / "stream.bin").string()) == data);
+
+    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_READ), 1);
+    std::string back;
+    char chunk[256];
+    while (unsigned long n = client.ReadFromFile(chunk, sizeof chunk))
+        back.append(chunk, n);
+    EXPECT_TRUE(back == data);
+    EXPECT_EQ(client.WriteToFile(chunk, 1), 0u); // opened for reading
+    EXPECT_EQ(client.CloseFile(), 1);
+    EXPECT_EQ(client.CloseFile(), 0);
+
+    std::string missing = "missing.bin";
+    EXPECT_EQ(client.OpenFile(Mutable(missing), platform::GENERIC_READ), 0);
+    EXPECT_EQ(client.ReadFromFile(chunk, sizeof chunk), 0u);
+}
+
+TEST(FtpLoginTest, WrongPasswordIsRefusedAtConnection) {
+    ScratchDir dir;
+    Server ftp{{"ftp", dir.path().string()}};
+    FtpClient client;
+    std::string server = ftp.Address(), user = kUser, password = "wrong";
+    EXPECT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
+                                     Mutable(password)),
+              0);
+    EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_INCORRECT_PASSWORD);
+}
+
+TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
+    ScratchDir dir;
+    fs::create_directories(dir.path() / "root" / "sub");
+    Server ftp{{"ftp", (dir.path() / "root").string(), "nomlsd"}};
+    ASSERT_GT(ftp.port(), 0);
+    WriteFile((dir.path() / "root" / "two  spaces.txt").string(), "12345");
+    FtpClient client;
+    std::string server = ftp.Address(), user = kUser, password = kPassword, sub = "sub";
+    ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
+                                     Mutable(password)),
+              1);
+    std::vector<std::string> names;
+    char entry[300];
+    ASSERT_EQ(client.GetFirstDirectoryEntry(entry), 1);
+    do
+        names.push_back(entry);
+    while (client.GetNextDirectoryEntry(entry) == 1);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    EXPECT_EQ(client.GetFirstDirectoryEntry(entry), 0);
+    EXPECT_STREQ(entry, "Directory Empty");
+}
