@@ -93,3 +93,80 @@ TEST_F(ConfigReaderTest, BadModeIsOneSpellingForEveryOperation) {
     }
     std::remove(report.c_str());
 }
+
+namespace {
+
+fs::path ConfigCorpus(char const* name) {
+    return fs::path(__FILE__).parent_path() / "configfile_corpus" / name;
+}
+
+// The integer a load throws, or 0.
+int LoadFailure(ConfigFile& cf, fs::path const& path) {
+    try {
+        cf.Load(path.c_str());
+    } catch (int n) {
+        return n;
+    }
+    return 0;
+}
+
+} // namespace
+
+TEST(ConfigFileTest, CorpusFilesLoadOrFailWithTheirIntegers) {
+    struct {
+        char const* file;
+        int thrown;
+    } const cases[] = {
+        {"good.xml", 0},
+        {"written.xml", 0x54998C},
+        {"name_not_first.xml", 0x54998C},
+        {"nested.xml", 0x11201E},
+        {"orphan_parameter.xml", 0x181CD},
+        {"nameless_parameter.xml", 0x69F6BC7},
+        {"stray_close.xml", 0x21E88E},
+    };
+    for (auto const& c : cases) {
+        ConfigFile cf;
+        EXPECT_EQ(LoadFailure(cf, ConfigCorpus(c.file)), c.thrown) << c.file;
+    }
+
+    ConfigFile cf;
+    ASSERT_EQ(LoadFailure(cf, ConfigCorpus("good.xml")), 0);
+    EXPECT_EQ(cf.GetInt("Display", "Precision"), 4);
+    EXPECT_EQ(cf.GetString("Display", "Unit"), std::string("metre")); // the first of a name
+    EXPECT_EQ(cf.GetString("Display", "Label"), std::string("a & b"));
+    EXPECT_EQ(cf.GetString("Paths", "Root"), std::string("C:\\Program Files\\Orvel"));
+    EXPECT_EQ(cf.GetString("Paths", "Absent"), nullptr);
+    EXPECT_EQ(cf.GetInt("Absent", "Precision"), 0);
+    // A later load in the same process starts with no section open.
+    EXPECT_EQ(LoadFailure(cf, ConfigCorpus("good.xml")), 0);
+    EXPECT_EQ(cf.Load("/no/such/file.xml"), 0);
+}
+
+TEST(ConfigFileTest, SavesWhatItsOwnLoadRefuses) {
+    fs::path const path = fs::path(::testing::TempDir()) / "configfile_saved.xml";
+    {
+        ConfigFile cf;
+        cf.SetInt("Display", "Precision", 4);
+        cf.SetString("Display", "Precision", "five"); // a set replaces
+        cf.SetInt("Units", "Length", -2);
+        EXPECT_EQ(cf.GetString("Display", "Precision"), std::string("five"));
+        EXPECT_EQ(cf.GetInt("Units", "Length"), -2);
+        ASSERT_EQ(cf.Save(path.c_str()), 1);
+    }
+    std::ifstream in(path, std::ios::binary);
+    std::string const text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // Sections in the dictionary's walk order: by the slot of each name's CRC.
+    std::string const display = "<Section Name=\"Display\">\r\n"
+                                "    <Parameter Name=\"Precision\" Val=\"five\"/>\r\n"
+                                "</Section>\r\n";
+    std::string const units = "<Section Name=\"Units\">\r\n"
+                              "    <Parameter Name=\"Length\" Val=\"-2\"/>\r\n"
+                              "</Section>\r\n";
+    bool const displayFirst =
+        CPDictionary::HashOnString("Display") < CPDictionary::HashOnString("Units");
+    EXPECT_EQ(text, displayFirst ? display + units : units + display);
+    ConfigFile again;
+    EXPECT_EQ(LoadFailure(again, path), 0x54998C);
+    std::remove(path.c_str());
+}
