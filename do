@@ -15,6 +15,7 @@ packages=(
     cmake ninja-build g++ clang libclang-rt-14-dev pkg-config clang-format
     libgtest-dev libgmock-dev libbenchmark-dev
     libsqlite3-dev
+    zlib1g-dev libpugixml-dev libexpat1-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
     libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
 )

@@ -1,0 +1,185 @@
+#include <baseobj/xmlparser.h>
+
+#include "tempdir.h"
+#include "xml_recorder.h"
+
+#include <baseobj/fileobject.h>
+#include <util/exceptions.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using baseobj_test::XmlListing;
+
+struct Parsed {
+    std::string listing;
+    unsigned int nResult;
+    std::string buffer; // as the parse left it
+};
+
+Parsed Parse(std::string text) {
+    XmlListing listing;
+    CXMLParser parser;
+    listing.Attach(parser);
+    unsigned int const n = parser.ParseBuffer(text.data(), static_cast<unsigned int>(text.size()));
+    return {listing.text, n, text};
+}
+
+TEST(CXMLParserTest, CallsAndResultFollowTheStateMachine) {
+    struct Case {
+        char const* input;
+        char const* listing;
+        unsigned int nResult;
+    } const cases[] = {
+        {"<a b=\"1\"/><c>", "S \"a\" \"b\"=\"1\"\nE \"/><c>\"\n", 4},
+        // "/" ends no name; only a blank before it makes an empty element.
+        {"<a/><b>", "S \"a/\"\n", 4},
+        {"<a /><b>", "S \"a\"\nE \"/><b>\"\n", 4},
+        {"<a>text</a><b>", "S \"a\"\nT 4 \"text\"\nE \"a\"\n", 4},
+        {"<a>text</a>", "S \"a\"\nT 4 \"text\"\n", 5},
+        {"<a> </a><b>", "S \"a\"\nE \"a\"\n", 4},
+        {"<a v=\"x&amp;y\" w=\"&lt;&#65;&quot;\" e=\"\"></a><z>",
+         "S \"a\" \"v\"=\"x&y\" \"w\"=\"<&#65;\\\"\" \"e\"=\"\"\nE \"a\"\n", 4},
+        {"<a v=\"1\n2\r3\"></a><z>", "S \"a\" \"v\"=\"1 2 3\"\nE \"a\"\n", 4},
+        // Single quotes aren't seen: the value is the next double-quoted one.
+        {"<a v='1' w=\"2\"></a><z>", "S \"a\" \"v\"=\"2\"\nE \"a\"\n", 4},
+        {"plain text", "", 10},
+        {"<!-- <x> -->text<y>", "S \"x\"\nT 7 \"-->text\"\n", 4},
+        // The skip of leading blanks tests every second byte.
+        {"<a>   x</a><z>", "S \"a\"\nT 1 \"x\"\nE \"a\"\n", 4},
+        {"<a> x y</a><z>", "S \"a\"\nT 1 \"y\"\nE \"a\"\n", 4},
+        {"<?xml version=\"1.0\"?>\n<r a=\"1\">t</r>",
+         "S \"?xml\" \"version\"=\"1.0\"\nS \"r\" \"a\"=\"1\"\nT 1 \"t\"\n", 5},
+        {"<a b>t</a><z>", "S \"a\"\nT 1 \"t\"\nE \"a\"\n", 4},
+        {"<a>x\r\ny</a><z>", "S \"a\"\nT 4 \"x  y\"\nE \"a\"\n", 4},
+        // Mixed content loses what follows a child.
+        {"<a>head<b>bold</b>tail</a><z>",
+         "S \"a\"\nT 4 \"head\"\nS \"b\"\nT 4 \"bold\"\nE \"b\"\nE \"a\"\n", 4},
+        // The length is taken before the entities shrink.
+        {"<a>&amp;lt;</a><z>", "S \"a\"\nT 8 \"&lt;\"\nE \"a\"\n", 4},
+        {"<a v=\"&a\"></a><z>", "S \"a\" \"v\"=\"&\"\nE \"a\"\n", 4},
+        {"<a v=\"open></a><z>", "", 19},
+        {"<a", "", 3},
+        {"", "", 0},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.input);
+        Parsed const parsed = Parse(c.input);
+        EXPECT_EQ(parsed.listing, c.listing);
+        EXPECT_EQ(parsed.nResult, c.nResult);
+    }
+}
+
+TEST(CXMLParserTest, TheBufferIsChangedInPlaceAndTheTailRestored) {
+    Parsed const parsed = Parse("<a x=\"1\">t\n</a>\n<b>");
+    EXPECT_EQ(parsed.buffer, std::string("\0a\0x\0\0"
+                                         "1\0\0t \0/a\0  b ",
+                                         19));
+    EXPECT_EQ(parsed.nResult, 4u); // from the blank before "<b>", whose NULs are blanks again
+}
+
+TEST(CXMLParserTest, RemoveSpecialSymbolsJudgesByTheNextByte) {
+    struct Case {
+        char const* in;
+        char const* out;
+    } const cases[] = {
+        {"&apos;", "'"},
+        {"&amp;", "&"},
+        {"&gt;", ">"},
+        {"&lt;", "<"},
+        {"&quot;", "\""},
+        {"&#65;", "&#65;"},
+        {"&amp;lt;", "&lt;"},
+        {"&aXYZ!", "&!"},
+        {"&gXY", ">"},
+        {"x&", "x&"},
+        {"&l", "<"},
+        {"&&gt;", "&>"},
+        {"a&b", "a&b"},
+        {"&apos", "'"},
+        {"", ""},
+        {"no entity", "no entity"},
+    };
+    for (auto const& c : cases) {
+        std::string text = c.in;
+        CXMLParser::RemoveSpecialSymbols(text.data());
+        EXPECT_STREQ(text.c_str(), c.out) << c.in;
+    }
+}
+
+// The statement ends the process through a fatal check with this text.
+void ExpectFatal(std::function<void()> const& statement, std::string const& text) {
+    baseobj_test::TempDir tmp;
+    std::string const path = tmp.Path("report.log");
+    EXPECT_EXIT(
+        {
+            Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
+            statement();
+        },
+        ::testing::ExitedWithCode(kDeadFocc & 0xFF), "");
+    std::string const log = baseobj_test::ReadBytes(path);
+    EXPECT_NE(log.find(" : " + text + "\n"), std::string::npos) << log;
+}
+
+std::string Attributes(int n) {
+    std::string s = "<e";
+    for (int i = 0; i < n; ++i)
+        s += " a" + std::to_string(i) + "=\"" + std::to_string(i) + "\"";
+    return s + "></e><z>";
+}
+
+TEST(CXMLParserDeathTest, FortyNineAttributesFitAndAFiftiethEndsTheProcess) {
+    Parsed const parsed = Parse(Attributes(49));
+    EXPECT_NE(parsed.listing.find("\"a48\"=\"48\"\nE \"e\"\n"), std::string::npos);
+    ExpectFatal([] { Parse(Attributes(50)); }, "nAttributes < 49");
+    ExpectFatal(
+        [] {
+            CXMLParser unset;
+            std::string text = "<a>";
+            unset.ParseBuffer(text.data(), 3);
+        },
+        "pfnStartHandler");
+}
+
+TEST(XMLReaderTest, ReadsFilesTextsAndStreams) {
+    baseobj_test::TempDir tmp;
+    std::string const xml = "<r><k v=\"&amp;1\">one</k></r>\n";
+    char const* const expected = "S \"r\"\nS \"k\" \"v\"=\"&1\"\nT 3 \"one\"\nE \"k\"\n";
+    std::string plain = xml;
+    ASSERT_EQ(FileObject::WriteBuffer(tmp.Path("p.xml").c_str(), plain.data(), 0), 1);
+    ASSERT_EQ(FileObject::WriteBuffer(tmp.Path("c.xml").c_str(), plain.data(), 1), 1);
+
+    XMLReader reader;
+    for (auto const& [name, nMode] : {std::pair{"p.xml", 0}, std::pair{"c.xml", 1}}) {
+        XmlListing listing;
+        EXPECT_EQ(reader.ReadXMLFile(tmp.Path(name).c_str(), static_cast<short>(nMode),
+                                     &XmlListing::Start, &XmlListing::End, &XmlListing::Text,
+                                     &listing, 0),
+                  1);
+        EXPECT_EQ(listing.text, expected) << name;
+    }
+    XmlListing fromText;
+    std::string text = xml;
+    EXPECT_EQ(reader.ReadXMLFile(text.c_str(), 0, &XmlListing::Start, &XmlListing::End,
+                                 &XmlListing::Text, &fromText, 1),
+              1);
+    EXPECT_EQ(fromText.text, expected);
+    XmlListing fromStream;
+    std::istringstream in(xml);
+    EXPECT_EQ(
+        reader.ReadXML(&in, &XmlListing::Start, &XmlListing::End, &XmlListing::Text, &fromStream),
+        1);
+    EXPECT_EQ(fromStream.text, expected);
+    XmlListing none;
+    EXPECT_EQ(reader.ReadXMLFile(tmp.Path("missing").c_str(), 0, &XmlListing::Start,
+                                 &XmlListing::End, &XmlListing::Text, &none, 0),
+              1);
+    EXPECT_EQ(none.nCalls, 0u);
+}
+
+} // namespace
