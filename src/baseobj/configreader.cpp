@@ -131,7 +131,8 @@ void ConfigFile::itText(void*, char const*, int) {}
 // A section that comes twice is one: its parameters join the first's.
 void ConfigFile::OpenSection(char const** ppszAttributes) {
     if (pdctCFWorking != nullptr) throw static_cast<int>(kSectionInSection);
-    if (ppszAttributes[0] == nullptr || std::strcmp(ppszAttributes[0], kSectionNameAttribute) != 0 ||
+    if (ppszAttributes[0] == nullptr ||
+        std::strcmp(ppszAttributes[0], kSectionNameAttribute) != 0 ||
         ppszAttributes[1] == nullptr || ppszAttributes[1][0] == '\0')
         throw static_cast<int>(kSectionWithoutName);
     pdctCFWorking = Section(ppszAttributes[1], true);
@@ -168,10 +169,11 @@ short ConfigFile::Save(char const* szPath) {
         for (std::int32_t m = 0; m < static_cast<std::int32_t>(pdct->Length()); ++m) {
             CPDictionaryAssociation* const pda = pdct->RetrieveDAIDX(m);
             std::string value(kValueTextSize, '\0');
-            static_cast<Token*>(pda->GetValue())->FetchAsString(value.data(), value.size(),
-                                                                kValuePrecision);
-            text = text + "    <Parameter Name=\"" + pda->GetKeyString(static_cast<char*>(nullptr)) +
-                   "\" Val=\"" + value.c_str() + "\"/>\r\n";
+            static_cast<Token*>(pda->GetValue())
+                ->FetchAsString(value.data(), value.size(), kValuePrecision);
+            text = text + "    <Parameter Name=\"" +
+                   pda->GetKeyString(static_cast<char*>(nullptr)) + "\" Val=\"" + value.c_str() +
+                   "\"/>\r\n";
         }
         text += "</Section>\r\n";
     }

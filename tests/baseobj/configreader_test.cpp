@@ -63,9 +63,10 @@ TEST_F(ConfigReaderTest, KeepsItsOwnSwitchAndReadsTheINIFile) {
 
     std::ofstream(ini_) << "[Display]\r\nPrecision=4\r\n";
     reader._set_strINIFile(ini_.c_str());
-    EXPECT_EQ(reader.GetInt("display", "precision", 2), 4);
+    // Each read is migrated as what it read: the string, then the number.
     char buffer[8];
     EXPECT_EQ(reader.GetString("Display", "Precision", "", buffer, sizeof buffer), 1);
+    EXPECT_EQ(reader.GetInt("display", "precision", 2), 4);
     EXPECT_EQ(reader.WriteInt("Display", "Digits", 6), 1);
     // The read was migrated: ConfigData, in registry mode, finds it.
     EXPECT_EQ(data.GetInt("Display", "Precision", 0), 4);
@@ -163,8 +164,8 @@ TEST(ConfigFileTest, SavesWhatItsOwnLoadRefuses) {
     std::string const units = "<Section Name=\"Units\">\r\n"
                               "    <Parameter Name=\"Length\" Val=\"-2\"/>\r\n"
                               "</Section>\r\n";
-    bool const displayFirst =
-        CPDictionary::HashOnString("Display") < CPDictionary::HashOnString("Units");
+    bool const displayFirst = (CPDictionary::HashOnString("Display") & 0xFF) <
+                              (CPDictionary::HashOnString("Units") & 0xFF);
     EXPECT_EQ(text, displayFirst ? display + units : units + display);
     ConfigFile again;
     EXPECT_EQ(LoadFailure(again, path), 0x54998C);
