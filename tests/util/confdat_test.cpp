@@ -1,0 +1,219 @@
+#include <util/confdat.h>
+
+#include <platform/registry.h>
+#include <util/exceptions.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace platform;
+using ::testing::ExitedWithCode;
+
+constexpr int kFatalStatus = kDeadFocc & 0xFF;
+constexpr char kRoot[] = "SOFTWARE\\Brondavik\\Sorvane\\";
+
+std::string ReadFile(std::string const& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream all;
+    all << in.rdbuf();
+    return all.str();
+}
+
+// Fixed names per test: a death test's child, run afresh, finds the same.
+std::string TempName(std::string const& what) {
+    return ::testing::TempDir() + "confdat_" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + what;
+}
+
+class ConfigDataTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        store_ = TempName("registry.db");
+        ini_ = TempName("settings.ini");
+        report_ = TempName("report.log");
+        Clean();
+        ::setenv(kRegistryPathVariable, store_.c_str(), 1);
+        ConfigData::_set_cAccessMode(0);
+    }
+    void TearDown() override {
+        ::unsetenv(kRegistryPathVariable);
+        Clean();
+    }
+    void Clean() {
+        for (std::string const& path : {store_, store_ + "-wal", store_ + "-shm", ini_, report_})
+            std::remove(path.c_str());
+    }
+
+    static void SetDword(std::string const& key, char const* name, std::uint32_t value) {
+        HKEY hkey = nullptr;
+        ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, key.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr,
+                                  &hkey, nullptr),
+                  0);
+        RegSetValueExA(hkey, name, 0, REG_DWORD, reinterpret_cast<std::uint8_t*>(&value), 4);
+        RegCloseKey(hkey);
+    }
+    // The value's bytes as text, a number as its decimal, or "<absent>".
+    static std::string Stored(std::string const& key, char const* name) {
+        HKEY hkey = nullptr;
+        if (RegOpenKeyExA(HKEY_CURRENT_USER, key.c_str(), 0, KEY_READ, &hkey) != 0)
+            return "<absent>";
+        char data[256] = {};
+        std::uint32_t size = sizeof data, type = 0;
+        LSTATUS const rc = RegQueryValueExA(hkey, name, nullptr, &type,
+                                            reinterpret_cast<std::uint8_t*>(data), &size);
+        RegCloseKey(hkey);
+        if (rc != 0) return "<absent>";
+        if (type == REG_DWORD) {
+            std::int32_t n;
+            std::memcpy(&n, data, 4);
+            return "#" + std::to_string(n);
+        }
+        return data;
+    }
+
+    // Runs the statement in a child with a report log, and finds the failed
+    // check's text in that log.
+    void ExpectCheck(std::function<void()> const& statement, char const* text) {
+        EXPECT_EXIT(
+            {
+                Exceptions::_get_gexeptnsThe()._set_szFilePath(report_.c_str());
+                statement();
+            },
+            ExitedWithCode(kFatalStatus), "");
+        std::string const log = ReadFile(report_);
+        EXPECT_NE(log.find(std::string(" : ") + text + "\n"), std::string::npos) << log;
+        std::remove(report_.c_str());
+    }
+
+    std::string store_, ini_, report_;
+};
+
+} // namespace
+
+TEST_F(ConfigDataTest, INIModeReadsTheFileAndMigratesEveryRead) {
+    std::ofstream(ini_) << "[Units]\nLength = 12\nName=\"metre\"\n";
+    ConfigData config;
+    config._set_strINIFile(ini_.c_str());
+    EXPECT_EQ(ConfigData::_get_cAccessMode(), 1); // no "UseRegistry" value
+
+    EXPECT_EQ(config.GetInt("Units", "Length", 5), 12);
+    EXPECT_EQ(config.GetInt("Units", "Width", 7), 7);
+    char buffer[64] = {};
+    EXPECT_EQ(config.GetString("Units", "Name", "none", buffer, sizeof buffer), 5);
+    EXPECT_STREQ(buffer, "metre");
+    EXPECT_EQ(config.GetString("Units", "Colour", "blue", buffer, sizeof buffer), 4);
+    // Each read, the defaults too, went on into the registry.
+    std::string const key = std::string(kRoot) + "Units";
+    EXPECT_EQ(Stored(key, "Length"), "#12");
+    EXPECT_EQ(Stored(key, "Width"), "#7");
+    EXPECT_EQ(Stored(key, "Name"), "metre");
+    EXPECT_EQ(Stored(key, "Colour"), "blue");
+    EXPECT_EQ(ConfigData::_get_cAccessMode(), 1);
+
+    // Writes answer the profile call's result and go to the file alone.
+    EXPECT_EQ(config.WriteInt("Units", "Mass", -3), 1);
+    EXPECT_EQ(config.WriteString("Units", "Name", "foot"), 1);
+    EXPECT_EQ(ReadFile(ini_), "[Units]\nLength = 12\nName=foot\nMass=-3\n");
+    EXPECT_EQ(Stored(key, "Mass"), "<absent>");
+
+    // The string form adopts a block of 1024 bytes.
+    CPString text;
+    config.GetString("Units", "Name", "", &text);
+    EXPECT_EQ(text, "foot");
+    EXPECT_EQ(text.Size(), 1024);
+}
+
+TEST_F(ConfigDataTest, RegistryModeAnswersAsTheStoreHasIt) {
+    SetDword(std::string(kRoot) + "General", "UseRegistry", 1);
+    ConfigData config;
+    EXPECT_EQ(ConfigData::_get_cAccessMode(), 2);
+    EXPECT_EQ(config.WriteInt("Units", "Length", 12), 0);
+    EXPECT_EQ(config.WriteString("Units", "Name", "metre"), 0);
+    EXPECT_EQ(config.GetInt("Units", "Length", 5), 12);
+    EXPECT_EQ(config.GetInt("Units", "Absent", 5), 5);
+    EXPECT_EQ(config.GetInt("Nowhere", "Length", 6), 6);
+
+    char buffer[32] = "untouched";
+    EXPECT_EQ(config.GetString("Nowhere", "Name", "dflt", buffer, sizeof buffer), 0);
+    EXPECT_STREQ(buffer, "untouched");
+    EXPECT_EQ(config.GetString("Units", "Absent", "dflt", buffer, sizeof buffer), 1);
+    EXPECT_STREQ(buffer, "dflt");
+    EXPECT_EQ(config.GetString("Units", "Name", "dflt", buffer, sizeof buffer), 1);
+    EXPECT_STREQ(buffer, "metre");
+    EXPECT_FALSE(fs::exists(ini_));
+}
+
+TEST_F(ConfigDataTest, TheFirstObjectFixesTheModeAndTheFileIsBesideTheLibrary) {
+    ConfigData first;
+    SetDword(std::string(kRoot) + "General", "UseRegistry", 1);
+    std::uint32_t const live = ConfigData::_get_nInstanceCount();
+    {
+        ConfigData second;
+        second._set_strRootKey("SOFTWARE\\Elsewhere\\");
+        EXPECT_EQ(ConfigData::_get_cAccessMode(), 1);
+        EXPECT_EQ(ConfigData::_get_nInstanceCount(), live + 1);
+    }
+    EXPECT_EQ(ConfigData::_get_nInstanceCount(), live);
+
+    fs::path const path = ConfigData::GetConfigFilePath();
+    EXPECT_EQ(path.filename(), "sorvane.ini");
+    EXPECT_TRUE(fs::exists(path.parent_path() / "libsorvane.so")) << path;
+    EXPECT_EQ(first._get_strINIFile(), path.c_str());
+    EXPECT_EQ(first._get_strRootKey(), kRoot);
+}
+
+TEST_F(ConfigDataTest, WithoutAFileNameGetIntOnlyComments) {
+    EXPECT_EXIT(
+        {
+            Exceptions::_get_gexeptnsThe()._set_szFilePath(report_.c_str());
+            ConfigData config;
+            config._set_strINIFile("");
+            std::exit(config.GetInt("Units", "Length", 7) == 7 ? 0 : 1);
+        },
+        ExitedWithCode(0), "");
+    EXPECT_NE(ReadFile(report_).find("Comment: \"NULL INI File Name\""), std::string::npos);
+}
+
+TEST_F(ConfigDataTest, DeathChecksCarryTheirTexts) {
+    auto withoutFile = [](auto operation) {
+        return [operation] {
+            ConfigData config;
+            config._set_strINIFile("");
+            operation(config);
+        };
+    };
+    char buffer[16];
+    ExpectCheck(withoutFile([&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }),
+                "strINIFile.Length()");
+    ExpectCheck(withoutFile([](ConfigData& c) { c.WriteInt("S", "k", 1); }), "strINIFile.Length()");
+    ExpectCheck(withoutFile([](ConfigData& c) { c.WriteString("S", "k", "v"); }),
+                "strINIFile.Length()");
+
+    auto inMode = [](char mode, auto operation) {
+        return [mode, operation] {
+            ConfigData config;
+            config._set_strRootKey("");
+            ConfigData::_set_cAccessMode(mode);
+            operation(config);
+        };
+    };
+    ExpectCheck(inMode(2, [](ConfigData& c) { c.GetInt("S", "k", 1); }), "strRootKey.Length()");
+    ExpectCheck(inMode(2, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
+                "strRootKey.Length()");
+    // A mode that is neither, in the class's own spellings.
+    ExpectCheck(inMode(3, [](ConfigData& c) { c.GetInt("S", "k", 1); }), "1 == 0");
+    ExpectCheck(inMode(3, [](ConfigData& c) { c.WriteInt("S", "k", 1); }), "1 == 0");
+    ExpectCheck(inMode(3, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }), "1 ==0");
+    ExpectCheck(inMode(3, [](ConfigData& c) { c.WriteString("S", "k", "v"); }), "1==0");
+}
