@@ -118,11 +118,6 @@ TEST(NotifierTest, MasksLinksAndSwaps) {
         [](Notifier* pns, void* pv) { static_cast<std::vector<Notifier*>*>(pv)->push_back(pns); },
         &senders);
     EXPECT_EQ(senders, std::vector<Notifier*>{&t});
-
-    DeferredNotifier deferred;
-    deferred.DeferNotifications(5);
-    deferred.DeferNotifications(2);
-    EXPECT_EQ(deferred._get_ulDeferredMask(), 7u);
 }
 
 TEST(NotifierTest, EitherEndDestroyed) {
