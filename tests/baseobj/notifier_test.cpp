@@ -135,10 +135,11 @@ TEST(NotifierTest, EitherEndDestroyed) {
     // whole mask.
     s->ConnectNotifiable(&going, 8 | 1);
     s->ConnectNotifiable(&staying, 1);
-    Notifier* const pns = s.get();
+    auto const nSender = reinterpret_cast<std::uintptr_t>(static_cast<Notifier*>(s.get()));
     s.reset();
     ASSERT_EQ(going.got.size(), 1u);
-    EXPECT_EQ(going.got[0], std::make_pair(pns, std::uint32_t{9}));
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(going.got[0].first), nSender);
+    EXPECT_EQ(going.got[0].second, 9u);
     EXPECT_TRUE(staying.got.empty());
     EXPECT_EQ(going._get_ptreeNotifiers(), nullptr);
     EXPECT_EQ(staying._get_ptreeNotifiers(), nullptr);
@@ -238,11 +239,8 @@ TEST(NotifierTest, StormOfTenThousandLinks) {
                 delete self;
                 break;
             case kDestroySender:
-                for (auto& s : senders)
-                    if (s == pns) {
-                        s = nullptr;
-                        delete static_cast<Sender*>(pns);
-                    }
+                if (auto s = std::find(senders.begin(), senders.end(), pns); s != senders.end())
+                    delete std::exchange(*s, nullptr);
                 break;
             case kNothing:
                 break;
