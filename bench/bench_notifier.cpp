@@ -59,8 +59,9 @@ int main(int argc, char** argv) {
         [](benchmark::State& s) { FanOutFunctions(s, kSubscribers); });
     int const result = ratio::RunAndReport(argc, argv);
     std::printf("\nnotify: each send copies the matching links, each with a reference, into a\n"
-                "list, then checks each against the tree before calling it, so that receivers\n"
-                "may cut links or destroy either end during the send; the alternative calls\n"
-                "through a vector that nobody changes while it runs.\n");
+                "list, and once a receiver has cut a link during the send, looks each later link\n"
+                "up in the tree before calling it, so that receivers may cut links or destroy\n"
+                "either end during the send; the alternative calls through a vector that nobody\n"
+                "changes while it runs.\n");
     return result;
 }

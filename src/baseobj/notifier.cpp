@@ -220,9 +220,12 @@ void Notifier::Notify(std::uint32_t ulMask) {
     if (ptreeNotifiables == nullptr) return;
     Snapshot const lstNotifications(ptreeNotifiables, ulMask);
     LifeFlag const flag(pbGone);
+    std::uint32_t const nCutBefore = nLinksCut;
     for (Notification* pcrec : lstNotifications.records) {
         if (flag.Gone()) return;
-        if (StillLinked(ptreeNotifiables, pcrec->_get_pnsNotifiable(), pcrec)) SendDispatch(pcrec);
+        if (nLinksCut == nCutBefore ||
+            StillLinked(ptreeNotifiables, pcrec->_get_pnsNotifiable(), pcrec))
+            SendDispatch(pcrec);
     }
 }
 
@@ -248,6 +251,7 @@ char Notifier::AddNotifiable(Notification* pcrec, Notifiable* pns) {
 }
 
 short Notifier::RemoveNotifiable(Notifiable* pns) {
+    ++nLinksCut;
     return RemoveFrom(ptreeNotifiables, pns);
 }
 

@@ -98,6 +98,9 @@ private:
 
     CrTree* ptreeNotifiables = nullptr;
     std::uint8_t bSending = 0;
+    // Raised by each link cut, so that a send in which none was cut need
+    // not look its links up again.
+    std::uint32_t nLinksCut = 0;
     // Set by the destructor, so that a send that outlives this object
     // stops touching it.
     bool* pbGone = nullptr;
