@@ -1,0 +1,386 @@
+#include <baseobj/notifier.h>
+
+#include <cpcoll/cplist.h>
+#include <cpcoll/crtree.h>
+#include <util/exceptions.h>
+
+#include <cstdint>
+#include <new>
+#include <vector>
+
+std::uint32_t Notification::ulInstanceCount = 0;
+std::uint32_t Notifier::ulInstanceCount = 0;
+std::uint32_t Notifiable::ulInstanceCount = 0;
+
+namespace {
+
+constexpr char kUnit[] = "baseobj/notifier";
+using Check = UnitChecks<kUnit>;
+
+std::uintptr_t Key(void const* pv) {
+    return reinterpret_cast<std::uintptr_t>(pv);
+}
+
+// Tells a call that runs on an object whether the object was destroyed
+// under it. The object points at the innermost flag; a flag passes the news
+// outward as the calls unwind.
+class LifeFlag {
+public:
+    explicit LifeFlag(bool*& slotIn) : slot(slotIn), pbOuter(slotIn) { slot = &bGone; }
+    LifeFlag(LifeFlag const&) = delete;
+    LifeFlag& operator=(LifeFlag const&) = delete;
+    ~LifeFlag() {
+        if (!bGone)
+            slot = pbOuter;
+        else if (pbOuter != nullptr)
+            *pbOuter = true;
+    }
+    bool Gone() const { return bGone; }
+
+private:
+    bool*& slot;
+    bool* pbOuter;
+    bool bGone = false;
+};
+
+void MarkGone(bool*& pbGone) {
+    if (pbGone != nullptr) *pbGone = true;
+    pbGone = nullptr;
+}
+
+// The records of a tree that share a bit with the mask, each held by a
+// reference of the caller's, so that a record cut from both trees during a
+// send lives until the send is done with it.
+class Snapshot {
+public:
+    Snapshot(CrTree* ptree, std::uint32_t ulMask) {
+        if (ptree == nullptr) return;
+        ptree->GotoTop();
+        for (Createable* pcr; (pcr = ptree->Retrieve()) != nullptr; ptree->Next()) {
+            auto* const pcrec = static_cast<Notification*>(pcr);
+            if (!pcrec->SharesMask(ulMask)) continue;
+            pcrec->AddRef();
+            records.push_back(pcrec);
+        }
+    }
+    Snapshot(Snapshot const&) = delete;
+    Snapshot& operator=(Snapshot const&) = delete;
+    ~Snapshot() {
+        for (Notification* pcrec : records)
+            pcrec->Release();
+    }
+    std::vector<Notification*> records;
+};
+
+// Whether the record is still the link under that key: one cut during a
+// send is not, and neither is one whose key was taken by a new link.
+bool StillLinked(CrTree* ptree, void const* pvKey, Notification* pcrec) {
+    return ptree != nullptr && ptree->FindKeyNum(Key(pvKey)) == pcrec;
+}
+
+CrTree* NewTree(char const* szName) {
+    auto* const ptree = new (std::nothrow) CrTree;
+    Check::FailIfNIL(ptree, szName);
+    ptree->AddRef();
+    return ptree;
+}
+
+short RemoveFrom(CrTree*& ptree, void const* pvKey) {
+    if (pvKey == nullptr || ptree == nullptr) return 0;
+    short const nResult = ptree->RemoveKeyNum(Key(pvKey));
+    if (ptree->Length() == 0) {
+        ptree->Release();
+        ptree = nullptr;
+    }
+    return nResult;
+}
+
+// Puts a new record under the key; a key already in use leaves the record
+// out, and one that nobody holds yet is destroyed.
+char AddTo(CrTree*& ptree, void const* pvKey, Notification* pcrec, char const* szTree) {
+    if (ptree == nullptr) ptree = NewTree(szTree);
+    if (ptree->AddKeyNum(Key(pvKey), pcrec) != 0) return 1;
+    if (pcrec->_get_nRefCount() == 0) delete pcrec;
+    return 0;
+}
+
+template <class F> void CallEach(std::vector<void*> const& fns, F f) {
+    for (void* pv : fns)
+        if (pv != nullptr) f(reinterpret_cast<pfnNotifyIntercept>(pv));
+}
+
+} // namespace
+
+// ---- Notification ---------------------------------------------------------
+
+Notification::Notification(std::uint32_t ulMaskIn, Notifiable* pnsNotifiableIn,
+                           Notifier* pnsNotifierIn)
+    : ulMask(ulMaskIn), pnsNotifier(pnsNotifierIn), pnsNotifiable(pnsNotifiableIn) {
+    ++ulInstanceCount;
+}
+
+Notification::~Notification() {
+    --ulInstanceCount;
+}
+
+std::uint32_t Notification::RemoveMask(std::uint32_t ulBits) {
+    ulMask &= ulBits == 0 ? 1u : 0u;
+    return ulMask;
+}
+
+// ---- Notifier -------------------------------------------------------------
+
+Notifier::Notifier() {
+    ++ulInstanceCount;
+}
+
+Notifier::~Notifier() {
+    MarkGone(pbGone);
+    Notify(kNotifyNotifierGoing);
+    DisconnectAllNotifiables(0xFFFFFFFF);
+    --ulInstanceCount;
+}
+
+Notification* Notifier::Find(Notifiable* pns) const {
+    if (ptreeNotifiables == nullptr) return nullptr;
+    return static_cast<Notification*>(ptreeNotifiables->FindKeyNum(Key(pns)));
+}
+
+char Notifier::ConnectNotifiable(Notifiable* pns, std::uint32_t ulMask) {
+    if (pns == nullptr) return 0;
+    Notification* pcrecA = Find(pns);
+    if (pcrecA == nullptr) {
+        pcrecA = new (std::nothrow) Notification(ulMask, pns, this);
+        Check::FailIfNIL(pcrecA, "pcrecA");
+        if (AddNotifiable(pcrecA, pns) == 0) return 0;
+        pns->AddNotifier(pcrecA, this);
+        return 1;
+    }
+    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    Check::Assert(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
+    pcrecA->AddMask(ulMask);
+    return 1;
+}
+
+char Notifier::DisconnectNotifiable(Notifiable* pns, std::uint32_t ulMask) {
+    if (pns == nullptr) return 0;
+    Notification* const pcrecA = Find(pns);
+    if (pcrecA == nullptr) return 0;
+    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    Check::Assert(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
+    if (pcrecA->RemoveMask(ulMask) == 0) {
+        pns->RemoveNotifier(this);
+        RemoveNotifiable(pns);
+    }
+    return 1;
+}
+
+void Notifier::DisconnectAllNotifiables(std::uint32_t ulMask) {
+    // The tree can't change during its own walk: cut the far ends first,
+    // then this end from the list.
+    std::vector<Notifiable*> lstDisconnectedNotifiables;
+    if (ptreeNotifiables != nullptr) {
+        ptreeNotifiables->GotoTop();
+        for (Createable* pcr; (pcr = ptreeNotifiables->Retrieve()) != nullptr;
+             ptreeNotifiables->Next()) {
+            auto* const pcrec = static_cast<Notification*>(pcr);
+            if (!pcrec->IsNotifier(this) || !pcrec->SharesMask(ulMask)) continue;
+            pcrec->_get_pnsNotifiable()->RemoveNotifier(this);
+            lstDisconnectedNotifiables.push_back(pcrec->_get_pnsNotifiable());
+        }
+    }
+    for (Notifiable* pns : lstDisconnectedNotifiables)
+        RemoveNotifiable(pns);
+}
+
+char Notifier::SwapNotifiables(Notifiable* pnsOld, Notifiable* pnsNew) {
+    Check::Assert(pnsOld != nullptr, "pnsOld");
+    Check::Assert(pnsNew != nullptr, "pnsNew");
+    Notification* const pcrecA = Find(pnsOld);
+    if (pcrecA == nullptr) return 0;
+    Check::Assert(pcrecA->IsNotifiable(pnsOld), "pcrecA->IsNotifiable(pnsOld)");
+    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    std::uint32_t const ulMask = pcrecA->_get_ulMask();
+    Check::Assert(pnsOld->RemoveNotifier(this) != 0, "pnsOld->RemoveNotifier(this)");
+    Check::Assert(RemoveNotifiable(pnsOld) != 0, "RemoveNotifiable(pnsOld)");
+    return ConnectNotifiable(pnsNew, ulMask);
+}
+
+void Notifier::ForEachNotifiable(std::uint32_t ulMask, pfnNotifiableFunc pfn, void* pvUser) {
+    Snapshot const snapshot(ptreeNotifiables, ulMask);
+    LifeFlag const flag(pbGone);
+    for (Notification* pcrec : snapshot.records) {
+        if (flag.Gone()) return;
+        if (StillLinked(ptreeNotifiables, pcrec->_get_pnsNotifiable(), pcrec))
+            pfn(pcrec->_get_pnsNotifiable(), pvUser);
+    }
+}
+
+void Notifier::Notify(std::uint32_t ulMask) {
+    if (ptreeNotifiables == nullptr) return;
+    Snapshot const lstNotifications(ptreeNotifiables, ulMask);
+    LifeFlag const flag(pbGone);
+    std::uint32_t const nCutBefore = nLinksCut;
+    for (Notification* pcrec : lstNotifications.records) {
+        if (flag.Gone()) return;
+        if (nLinksCut == nCutBefore ||
+            StillLinked(ptreeNotifiables, pcrec->_get_pnsNotifiable(), pcrec))
+            SendDispatch(pcrec);
+    }
+}
+
+char Notifier::IsNotifiable(Notifiable* pns, std::uint32_t ulMask) {
+    Notification const* const pcrec = Find(pns);
+    return pcrec != nullptr && pcrec->SharesMask(ulMask) ? 1 : 0;
+}
+
+void Notifier::SendDispatch(Notification* pcrec) {
+    if (bSending != 0 || pcrec == nullptr) return;
+    bSending = 1;
+    LifeFlag const flag(pbGone);
+    pcrec->_get_pnsNotifiable()->ReceiveDispatch(pcrec);
+    if (!flag.Gone()) bSending = 0;
+}
+
+char Notifier::AddNotifiable(Notification* pcrec, Notifiable* pns) {
+    if (pcrec == nullptr || pns == nullptr) {
+        Exceptions::_get_gexeptnsThe().Message("Notifier::AddNotifiable 'assertion' fail");
+        return 0;
+    }
+    return AddTo(ptreeNotifiables, pns, pcrec, "ptreeNotifiables");
+}
+
+short Notifier::RemoveNotifiable(Notifiable* pns) {
+    ++nLinksCut;
+    return RemoveFrom(ptreeNotifiables, pns);
+}
+
+void Notifier::CallIntercepts(CPList* plst, Notification* pcrec) {
+    if (plst == nullptr || pcrec == nullptr) return;
+    std::vector<void*> fns;
+    plst->GotoTop();
+    for (void* pv; (pv = plst->Retrieve()) != nullptr; plst->Next())
+        fns.push_back(pv);
+    CallEach(fns, [pcrec](pfnNotifyIntercept pfn) {
+        pfn(pcrec->_get_pnsNotifier(), pcrec->_get_pnsNotifiable(), pcrec->_get_ulMask());
+    });
+}
+
+// ---- Notifiable -----------------------------------------------------------
+
+Notifiable::Notifiable() {
+    ++ulInstanceCount;
+}
+
+Notifiable::~Notifiable() {
+    MarkGone(pbGone);
+    DisconnectAllNotifiers(0xFFFFFFFF);
+    --ulInstanceCount;
+}
+
+Notification* Notifiable::Find(Notifier* pns) const {
+    if (ptreeNotifiers == nullptr) return nullptr;
+    return static_cast<Notification*>(ptreeNotifiers->FindKeyNum(Key(pns)));
+}
+
+char Notifiable::ConnectNotifier(Notifier* pns, std::uint32_t ulMask) {
+    if (pns == nullptr) return 0;
+    Notification* pcrecA = Find(pns);
+    if (pcrecA == nullptr) {
+        pcrecA = new (std::nothrow) Notification(ulMask, this, pns);
+        Check::FailIfNIL(pcrecA, "pcrecA");
+        if (AddNotifier(pcrecA, pns) == 0) return 0;
+        pns->AddNotifiable(pcrecA, this);
+        return 1;
+    }
+    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    Check::Assert(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
+    pcrecA->AddMask(ulMask);
+    return 1;
+}
+
+char Notifiable::DisconnectNotifier(Notifier* pns, std::uint32_t ulMask) {
+    if (pns == nullptr) return 0;
+    Notification* const pcrecA = Find(pns);
+    if (pcrecA == nullptr) return 0;
+    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    Check::Assert(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
+    if (pcrecA->RemoveMask(ulMask) == 0) {
+        pns->RemoveNotifiable(this);
+        RemoveNotifier(pns);
+    }
+    return 1;
+}
+
+void Notifiable::DisconnectAllNotifiers(std::uint32_t ulMask) {
+    std::vector<Notifier*> lstDisconnectedNotifiers;
+    if (ptreeNotifiers != nullptr) {
+        ptreeNotifiers->GotoTop();
+        for (Createable* pcr; (pcr = ptreeNotifiers->Retrieve()) != nullptr;
+             ptreeNotifiers->Next()) {
+            auto* const pcrec = static_cast<Notification*>(pcr);
+            if (!pcrec->IsNotifiable(this) || !pcrec->SharesMask(ulMask)) continue;
+            pcrec->_get_pnsNotifier()->RemoveNotifiable(this);
+            lstDisconnectedNotifiers.push_back(pcrec->_get_pnsNotifier());
+        }
+    }
+    for (Notifier* pns : lstDisconnectedNotifiers)
+        RemoveNotifier(pns);
+}
+
+char Notifiable::SwapNotifiers(Notifier* pnsOld, Notifier* pnsNew) {
+    Check::Assert(pnsOld != nullptr, "pnsOld");
+    Check::Assert(pnsNew != nullptr, "pnsNew");
+    Notification* const pcrecA = Find(pnsOld);
+    if (pcrecA == nullptr) return 0;
+    Check::Assert(pcrecA->IsNotifier(pnsOld), "pcrecA->IsNotifier(pnsOld)");
+    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    std::uint32_t const ulMask = pcrecA->_get_ulMask();
+    Check::Assert(pnsOld->RemoveNotifiable(this) != 0, "pnsOld->RemoveNotifiable(this)");
+    Check::Assert(RemoveNotifier(pnsOld) != 0, "RemoveNotifier(pnsOld)");
+    return ConnectNotifier(pnsNew, ulMask);
+}
+
+void Notifiable::ForEachNotifier(std::uint32_t ulMask, pfnNotifierFunc pfn, void* pvUser) {
+    Snapshot const snapshot(ptreeNotifiers, ulMask);
+    LifeFlag const flag(pbGone);
+    for (Notification* pcrec : snapshot.records) {
+        if (flag.Gone()) return;
+        if (StillLinked(ptreeNotifiers, pcrec->_get_pnsNotifier(), pcrec))
+            pfn(pcrec->_get_pnsNotifier(), pvUser);
+    }
+}
+
+char Notifiable::IsNotifier(Notifier* pns, std::uint32_t ulMask) {
+    Notification const* const pcrec = Find(pns);
+    return pcrec != nullptr && pcrec->SharesMask(ulMask) ? 1 : 0;
+}
+
+void Notifiable::ReceiveDispatch(Notification* pcrec) {
+    if (bReceiving != 0 || pcrec == nullptr) return;
+    bReceiving = 1;
+    LifeFlag const flag(pbGone);
+    ReceiveNotification(pcrec->_get_pnsNotifier(), pcrec->_get_ulMask());
+    if (!flag.Gone()) bReceiving = 0;
+}
+
+char Notifiable::AddNotifier(Notification* pcrec, Notifier* pns) {
+    Check::Assert(pns != nullptr, "pnsKey");
+    Check::Assert(pcrec != nullptr, "pcrecThe");
+    return AddTo(ptreeNotifiers, pns, pcrec, "ptreeNotifiers");
+}
+
+short Notifiable::RemoveNotifier(Notifier* pns) {
+    return RemoveFrom(ptreeNotifiers, pns);
+}
+
+void Notifiable::CallIntercepts(CPList* plst, Notification* pcrec) {
+    if (plst == nullptr || pcrec == nullptr) return;
+    std::vector<void*> fns;
+    plst->GotoTop();
+    for (void* pv; (pv = plst->Retrieve()) != nullptr; plst->Next())
+        fns.push_back(pv);
+    CallEach(fns, [pcrec](pfnNotifyIntercept pfn) {
+        pfn(pcrec->_get_pnsNotifier(), pcrec->_get_pnsNotifiable(), pcrec->_get_ulMask());
+    });
+}
