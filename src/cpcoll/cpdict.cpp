@@ -3,8 +3,11 @@
 #include <util/exceptions.h>
 #include <util/pstring.h>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -102,6 +105,36 @@ void itFillVector(void* pvItem, void* pvFill) {
     if (fill->nNext < fill->nSize) fill->ppda[fill->nNext++] = AsAssociation(pvItem);
 }
 
+// The word a chain's index compares first: a number key itself, or for a
+// string key a print of its text (its length and its first and last eight
+// bytes). Equal keys give equal words, so an entry with another word can't
+// match and is passed over unread; an equal word is only a candidate, which
+// the association itself confirms.
+std::uintptr_t TextPrint(char const* szText) {
+    std::size_t const nLength = std::strlen(szText);
+    std::uint64_t nHead = 0;
+    std::uint64_t nTail = 0;
+    std::memcpy(&nHead, szText, std::min<std::size_t>(nLength, 8));
+    if (nLength > 8) std::memcpy(&nTail, szText + nLength - 8, 8);
+    std::uint64_t nPrint = (nHead ^ (nLength << 56)) * 0x9E3779B97F4A7C15u;
+    nPrint ^= (nTail + (nPrint >> 29)) * 0xC2B2AE3D27D4EB4Fu;
+    return static_cast<std::uintptr_t>(nPrint ^ (nPrint >> 32));
+}
+
+std::uintptr_t KeyWordOf(CPDictionaryAssociation const* pda) {
+    if (pda->_get_bUseString() != 1) return pda->GetKeyCardinal();
+    CPString const* const pstr = pda->_get_pstrKey();
+    // A string with no text matches nothing: any word will do.
+    if (pstr == nullptr || pstr->_get_pdybuf() == nullptr) return 0;
+    char const* const szText = pstr->_get_pdybuf()->GetBuffer();
+    return szText != nullptr ? TextPrint(szText) : 0;
+}
+
+// A search by index counts with 16 bits, signed: it ends after index 32767.
+constexpr std::uint32_t kStringSearchLimit = 32768;
+// Shorter chains are walked: their index would cost more than it saves.
+constexpr std::uint32_t kIndexFrom = 8;
+
 void itAppendKeyText(void* pvItem, void* pvOut) {
     CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
     // The key is read into a fixed buffer; a longer one would overrun it.
@@ -118,6 +151,8 @@ void itAppendKeyText(void* pvItem, void* pvOut) {
 } // namespace
 
 // CPDictionaryAssociation ----------------------------------------------------
+
+std::uint32_t CPDictionaryAssociation::nKeyEdits = 0;
 
 CPDictionaryAssociation::~CPDictionaryAssociation() {
     ReleaseKeyString();
@@ -138,18 +173,33 @@ void CPDictionaryAssociation::HoldKeyString(CPString* pstr) {
 }
 
 void CPDictionaryAssociation::SetKeyString(char const* szKey) {
+    ++nKeyEdits;
+    AssignKeyString(szKey);
+}
+
+void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
+    ++nKeyEdits;
+    AssignKeyString(pstr);
+}
+
+void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
+    ++nKeyEdits;
+    AssignKeyCardinal(n);
+}
+
+void CPDictionaryAssociation::AssignKeyString(char const* szKey) {
     ReleaseKeyString();
     HoldKeyString(new CPString(szKey));
 }
 
-void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
+void CPDictionaryAssociation::AssignKeyString(CPString* pstr) {
     ReleaseKeyString();
     // Nobody counts a string on the stack, so it is copied (sharing its
     // buffer and so its cached CRC).
     HoldKeyString(pstr->_get_nRefCount() == 0 ? new CPString(*pstr) : pstr);
 }
 
-void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
+void CPDictionaryAssociation::AssignKeyCardinal(std::uintptr_t n) {
     ReleaseKeyString();
     nKey = n;
     bUseString = 0;
@@ -262,6 +312,109 @@ CPInternalContainer* DictionaryIterationState::vretrieveInternalContainer() {
     return pbktCurrent;
 }
 
+// The index of a chain ------------------------------------------------------
+
+// Each entry's word and its bucket, in chain order, with the state of the
+// chain it was taken from: any change of the chain not made through the
+// dictionary, or any key set on an association, makes it taken again.
+struct CPDictionary::ChainIndex {
+    struct Ref {
+        CPBucket* pbkt;
+        CPDictionaryAssociation* pda;
+    };
+
+    bool Matches(CPList const* plstChain) const {
+        return plst == plstChain && nLength == plstChain->Length() &&
+               nXACT == plstChain->_get_nXACT() && pbktHead == plstChain->_get_pbktHead() &&
+               pbktTail == plstChain->_get_pbktTail() &&
+               nKeyEdits == CPDictionaryAssociation::_get_nKeyEdits();
+    }
+
+    void Stamp(CPList const* plstChain) {
+        plst = plstChain;
+        nLength = plstChain->Length();
+        nXACT = plstChain->_get_nXACT();
+        pbktHead = plstChain->_get_pbktHead();
+        pbktTail = plstChain->_get_pbktTail();
+        nKeyEdits = CPDictionaryAssociation::_get_nKeyEdits();
+    }
+
+    // Reads the buckets by their links, leaving the chain's cursor alone.
+    void Rebuild(CPList const* plstChain) {
+        arnWords.clear();
+        arRefs.clear();
+        CPBucket* pbkt = plstChain->_get_pbktHead();
+        for (std::uint32_t i = 0; i < plstChain->Length() && pbkt != nullptr; ++i) {
+            Append(pbkt, AssociationIn(pbkt));
+            pbkt = pbkt == plstChain->_get_pbktTail() ? nullptr : pbkt->_get_pbktNext();
+        }
+        Stamp(plstChain);
+    }
+
+    void Append(CPBucket* pbkt, CPDictionaryAssociation* pda) {
+        arnWords.push_back(pda != nullptr ? KeyWordOf(pda) : 0);
+        arRefs.push_back({pbkt, pda});
+    }
+
+    void Remove(CPDictionaryAssociation const* pda) {
+        for (std::size_t i = 0; i < arRefs.size(); ++i) {
+            if (arRefs[i].pda != pda) continue;
+            arnWords.erase(arnWords.begin() + static_cast<std::ptrdiff_t>(i));
+            arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(i));
+            return;
+        }
+    }
+
+    // The index of the first of the first nScan entries with the word that
+    // the association in its bucket confirms, or nScan.
+    template <class Match>
+    std::uint32_t Find(std::uintptr_t nWord, std::uint32_t nScan, Match match) const {
+        std::uintptr_t const* const pnWords = arnWords.data();
+        for (std::uint32_t i = 0; i < nScan; ++i)
+            if (pnWords[i] == nWord && match(AssociationIn(arRefs[i].pbkt))) return i;
+        return nScan;
+    }
+
+    CPBucket* BucketAt(std::uint32_t n) const { return arRefs[n].pbkt; }
+
+    CPList const* plst = nullptr;
+    std::uint32_t nLength = 0;
+    std::int16_t nXACT = 0;
+    CPBucket* pbktHead = nullptr;
+    CPBucket* pbktTail = nullptr;
+    std::uint32_t nKeyEdits = 0;
+    std::vector<std::uintptr_t> arnWords;
+    std::vector<Ref> arRefs;
+};
+
+struct CPDictionary::ChainIndexes {
+    std::array<std::unique_ptr<ChainIndex>, kSlots> arpcix;
+};
+
+// The index of a slot's chain, taken again if the chain changed; null for a
+// short chain.
+CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
+    CPList const* const plst = arplstSlots[nSlot];
+    if (plst == nullptr || plst->Length() < kIndexFrom) return nullptr;
+    if (pcixIndexes == nullptr) pcixIndexes = new ChainIndexes;
+    std::unique_ptr<ChainIndex>& pcix = pcixIndexes->arpcix[nSlot];
+    if (pcix == nullptr) pcix = std::make_unique<ChainIndex>();
+    if (!pcix->Matches(plst)) pcix->Rebuild(plst);
+    return pcix.get();
+}
+
+// The index of a slot's chain only if it is up to date, for a change about
+// to be made to the chain and to the index alike.
+CPDictionary::ChainIndex* CPDictionary::IndexInStep(std::uint32_t nSlot) {
+    if (pcixIndexes == nullptr || arplstSlots[nSlot] == nullptr) return nullptr;
+    ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
+    return pcix != nullptr && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
+}
+
+void CPDictionary::ForgetIndex(std::uint32_t nSlot) {
+    if (pcixIndexes != nullptr) pcixIndexes->arpcix[nSlot].reset();
+}
+
 // CPDictionary: life ---------------------------------------------------------
 
 crc16 CPDictionary::c16The;
@@ -291,6 +444,8 @@ CPDictionary& CPDictionary::operator=(CPDictionary const& other) {
     delete[] ppdaVector;
     ppdaVector = nullptr;
     pdaLastFound = other.pdaLastFound;
+    delete pcixIndexes;
+    pcixIndexes = nullptr;
     return *this;
 }
 
@@ -301,6 +456,7 @@ CPDictionary::~CPDictionary() {
     for (std::uint32_t n = 0; n < kSlots; ++n)
         if (arplstSlots[n] != nullptr) DropChain(n, nullptr);
     delete[] ppdaVector;
+    delete pcixIndexes;
 }
 
 CPCollection* CPDictionary::CreateInstance() {
@@ -332,14 +488,31 @@ void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* 
         Check::FailIfNIL(plstSlot, "plstSlot");
         plstSlot->AddRef();
     }
+    ChainIndex* const pcix = IndexInStep(nSlot);
     plstSlot->Add(pda);
     IncrementLength();
+    if (pcix != nullptr) {
+        pcix->Append(plstSlot->_get_pbktTail(), pda);
+        pcix->Stamp(plstSlot);
+    }
+}
+
+void CPDictionary::DetachAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda) {
+    CPList* const plst = arplstSlots[nSlot];
+    ChainIndex* const pcix = IndexInStep(nSlot);
+    plst->Detach(pda);
+    if (pcix != nullptr) {
+        pcix->Remove(pda);
+        pcix->Stamp(plst);
+    }
+    DropEmptyChain(nSlot);
 }
 
 void CPDictionary::DropEmptyChain(std::uint32_t nSlot) {
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr || plst->Length() != 0) return;
     arplstSlots[nSlot] = nullptr;
+    ForgetIndex(nSlot);
     plst->Release();
 }
 
@@ -348,6 +521,7 @@ void CPDictionary::DropEmptyChain(std::uint32_t nSlot) {
 void CPDictionary::DropChain(std::uint32_t nSlot, pfnKillFunc pfnKill) {
     CPList* const plst = arplstSlots[nSlot];
     arplstSlots[nSlot] = nullptr;
+    ForgetIndex(nSlot);
     if (plst->_get_nRefCount() == 1) {
         if (pfnKill != nullptr) {
             plst->ForEach(itKillValueAndDelete, &pfnKill);
@@ -375,6 +549,14 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
+    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nScan = std::min(plst->Length(), kStringSearchLimit);
+        std::uint32_t const n =
+            pcix->Find(TextPrint(szKey), nScan, [szKey](CPDictionaryAssociation const* pda) {
+                return pda->MatchKeyString(szKey) != 0;
+            });
+        return SettleIndexedSearch(plst, *pcix, n, nScan);
+    }
     // Indexed reads from 0 would first walk back from wherever the chain's
     // cursor rests; starting at the top ends in the same place.
     plst->GotoTop();
@@ -391,10 +573,31 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     return pdaLastFound;
 }
 
+// Leaves the chain and pdaLastFound as the walk by index over the first
+// nScan entries would, when the index has found entry n (nScan: none).
+CPDictionaryAssociation* CPDictionary::SettleIndexedSearch(CPList* plst, ChainIndex const& cix,
+                                                           std::uint32_t n, std::uint32_t nScan) {
+    if (n < nScan) {
+        plst->SettleIndexedRead(cix.BucketAt(n), n);
+        pdaLastFound = AssociationIn(cix.BucketAt(n));
+    } else if (nScan != 0) {
+        plst->SettleIndexedRead(cix.BucketAt(nScan - 1), nScan - 1);
+    }
+    return pdaLastFound;
+}
+
 CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
-    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    std::uint32_t const nSlot = HashOnCardinal(nKey);
+    CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
+    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nLen = plst->Length();
+        std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
+            return pda->MatchKeyCardinal(nKey) != 0;
+        });
+        return SettleIndexedSearch(plst, *pcix, n, nLen);
+    }
     plst->GotoTop();
     std::uint32_t const nLen = plst->Length();
     for (std::uint32_t i = 0; i < nLen; ++i) {
@@ -408,8 +611,16 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
 }
 
 CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
-    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    std::uint32_t const nSlot = HashOnCardinal(nKey);
+    CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
+    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nLen = plst->Length();
+        std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
+            return pda->MatchKeyCardinal(nKey) != 0;
+        });
+        return AsAssociation(plst->SettleFirstThat(n < nLen ? pcix->BucketAt(n) : nullptr));
+    }
     return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
 }
 
@@ -456,7 +667,7 @@ void CPDictionary::AddKeyNum(std::uintptr_t nKey, void* pv) {
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     Check::FailIfNIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nKey);
+    pdaThis->AssignKeyCardinal(nKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nKey), pdaThis);
 }
@@ -467,8 +678,8 @@ void CPDictionary::AddKeyString(char const* szKey, void* pv, std::uint32_t* pulH
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     Check::FailIfNIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nHash);
-    pdaThis->SetKeyString(szKey);
+    pdaThis->AssignKeyCardinal(nHash);
+    pdaThis->AssignKeyString(szKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nHash), pdaThis);
 }
@@ -479,8 +690,8 @@ void CPDictionary::AddKeyString(CPString* pstrKey, void* pv) {
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     Check::FailIfNIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nHash);
-    pdaThis->SetKeyString(pstrKey);
+    pdaThis->AssignKeyCardinal(nHash);
+    pdaThis->AssignKeyString(pstrKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nHash), pdaThis);
 }
@@ -509,11 +720,8 @@ void CPDictionary::RemoveKeyString(char const* szKey, std::uint32_t nHash, pfnKi
     // of its own.
     std::uint32_t nSlot = HashOnCardinal(nHash);
     CPDictionaryAssociation* const pda = FindDAKeyString(szKey, &nHash, &nSlot);
-    if (arplstSlots[nSlot] != nullptr) {
-        // An absent key trips the list's own check here.
-        arplstSlots[nSlot]->Detach(pda);
-        DropEmptyChain(nSlot);
-    }
+    // An absent key trips the list's own check here.
+    if (arplstSlots[nSlot] != nullptr) DetachAssociation(nSlot, pda);
     if (pda != nullptr && pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
     Forget(pda);
     pdaLastFound = nullptr;
@@ -527,10 +735,9 @@ void CPDictionary::RemoveKeyNum(std::uintptr_t nKey, pfnKillFunc pfnKill) {
     std::uint32_t const nSlot = HashOnCardinal(nKey);
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return;
-    CPDictionaryAssociation* const pda = AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
+    CPDictionaryAssociation* const pda = FirstDAKeyNum(nKey);
     if (pda == nullptr) return;
-    plst->Detach(pda);
-    DropEmptyChain(nSlot);
+    DetachAssociation(nSlot, pda);
     if (pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
     Forget(pda);
     DecrementLength();
