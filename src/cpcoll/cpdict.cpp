@@ -356,22 +356,32 @@ struct CPDictionary::ChainIndex {
         arRefs.push_back({pbkt, pda});
     }
 
-    void Remove(CPDictionaryAssociation const* pda) {
-        for (std::size_t i = 0; i < arRefs.size(); ++i) {
-            if (arRefs[i].pda != pda) continue;
-            arnWords.erase(arnWords.begin() + static_cast<std::ptrdiff_t>(i));
-            arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(i));
-            return;
-        }
+    // The position of an association, most often the one found last; the
+    // size when it is not there.
+    std::size_t PositionOf(CPDictionaryAssociation const* pda) const {
+        if (nLastFound < arRefs.size() && arRefs[nLastFound].pda == pda) return nLastFound;
+        std::size_t i = 0;
+        while (i < arRefs.size() && arRefs[i].pda != pda)
+            ++i;
+        return i;
+    }
+
+    void RemoveAt(std::size_t n) {
+        arnWords.erase(arnWords.begin() + static_cast<std::ptrdiff_t>(n));
+        arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(n));
     }
 
     // The index of the first of the first nScan entries with the word that
     // the association in its bucket confirms, or nScan.
     template <class Match>
-    std::uint32_t Find(std::uintptr_t nWord, std::uint32_t nScan, Match match) const {
+    std::uint32_t Find(std::uintptr_t nWord, std::uint32_t nScan, Match match) {
         std::uintptr_t const* const pnWords = arnWords.data();
-        for (std::uint32_t i = 0; i < nScan; ++i)
-            if (pnWords[i] == nWord && match(AssociationIn(arRefs[i].pbkt))) return i;
+        for (std::uint32_t i = 0; i < nScan; ++i) {
+            if (pnWords[i] == nWord && match(AssociationIn(arRefs[i].pbkt))) {
+                nLastFound = i;
+                return i;
+            }
+        }
         return nScan;
     }
 
@@ -383,6 +393,7 @@ struct CPDictionary::ChainIndex {
     CPBucket* pbktHead = nullptr;
     CPBucket* pbktTail = nullptr;
     std::uint32_t nKeyEdits = 0;
+    std::size_t nLastFound = 0;
     std::vector<std::uintptr_t> arnWords;
     std::vector<Ref> arRefs;
 };
@@ -500,10 +511,14 @@ void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* 
 void CPDictionary::DetachAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda) {
     CPList* const plst = arplstSlots[nSlot];
     ChainIndex* const pcix = IndexInStep(nSlot);
-    plst->Detach(pda);
-    if (pcix != nullptr) {
-        pcix->Remove(pda);
+    std::size_t const n = pcix != nullptr ? pcix->PositionOf(pda) : 0;
+    if (pcix != nullptr && n < pcix->arRefs.size()) {
+        // The index knows the bucket: the chain's own search is not needed.
+        plst->DetachKnownBucket(pcix->arRefs[n].pbkt);
+        pcix->RemoveAt(n);
         pcix->Stamp(plst);
+    } else {
+        plst->Detach(pda);
     }
     DropEmptyChain(nSlot);
 }
@@ -549,7 +564,7 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
-    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nScan = std::min(plst->Length(), kStringSearchLimit);
         std::uint32_t const n =
             pcix->Find(TextPrint(szKey), nScan, [szKey](CPDictionaryAssociation const* pda) {
@@ -591,7 +606,7 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
-    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
         std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
             return pda->MatchKeyCardinal(nKey) != 0;
@@ -614,7 +629,7 @@ CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
     std::uint32_t const nSlot = HashOnCardinal(nKey);
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
-    if (ChainIndex const* const pcix = IndexOf(nSlot)) {
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
         std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
             return pda->MatchKeyCardinal(nKey) != 0;

@@ -376,6 +376,19 @@ char CPList::Detach(void* pv) {
     return 1;
 }
 
+char CPList::DetachKnownBucket(CPBucket* pbkt) {
+    ClearResetPoint();
+    // Where FindBucket would have stopped.
+    pbktPeek = nullptr;
+    pbktFound = pbkt;
+    pbktPrevFound = GetPredecessor(pbkt);
+    pbktCursor = pbkt;
+    pbktGot = pbkt;
+    DecrementLength();
+    DetachBucket(pbkt);
+    return 1;
+}
+
 void CPList::DetachBucket(void* pvBucket2Kill) {
     Check::Assert(pvBucket2Kill != nullptr, "pvBucket2Kill");
     auto* const pbkt = static_cast<CPBucket*>(pvBucket2Kill);

@@ -155,6 +155,9 @@ public:
     // After FirstThat whose condition first holds for pbktMatch (null: for
     // none); answers what FirstThat would.
     void* SettleFirstThat(CPBucket* pbktMatch);
+    // Detach of the element in pbkt, a bucket of this list, without the
+    // search: the list ends as Detach leaves it.
+    char DetachKnownBucket(CPBucket* pbkt);
 
     CPBucket* _get_pbktCursor() const { return pbktCursor; }
     // Leaves the index alone.
