@@ -197,6 +197,12 @@ public:
     static std::uint16_t _get_nLiveCount() { return nLiveCount; }
 
 private:
+    // The character steps of NextChar, PeekChar, GetCharFromStream and
+    // UpdateRowCol, inline for the scanner's own loops.
+    int SourceChar(char& c);
+    char TakeChar();
+    char LookChar();
+    void StepRowCol(char c);
     template <class T> short MatchAny(T value, bool bConsume);
     void DeleteLookAhead();
     void PushBack(char c);
