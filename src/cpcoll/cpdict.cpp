@@ -105,12 +105,17 @@ void itFillVector(void* pvItem, void* pvFill) {
     if (fill->nNext < fill->nSize) fill->ppda[fill->nNext++] = AsAssociation(pvItem);
 }
 
-// The word a chain's index compares first: a number key itself, or for a
-// string key a print of its text (its length and its first and last eight
-// bytes). Equal keys give equal words, so an entry with another word can't
-// match and is passed over unread; an equal word is only a candidate, which
-// the association itself confirms.
-std::uintptr_t TextPrint(char const* szText) {
+// The word a chain's index compares first: for a number key the key folded
+// to 32 bits, for a string key a print of its text (its length and its first
+// and last eight bytes). Equal keys give equal words, so an entry with
+// another word can't match and is passed over unread; an equal word is only
+// a candidate, which the key kept beside it confirms.
+std::uint32_t NumberPrint(std::uintptr_t nKey) {
+    auto const n = static_cast<std::uint64_t>(nKey);
+    return static_cast<std::uint32_t>(n ^ (n >> 32));
+}
+
+std::uint32_t TextPrint(char const* szText) {
     std::size_t const nLength = std::strlen(szText);
     std::uint64_t nHead = 0;
     std::uint64_t nTail = 0;
@@ -118,16 +123,7 @@ std::uintptr_t TextPrint(char const* szText) {
     if (nLength > 8) std::memcpy(&nTail, szText + nLength - 8, 8);
     std::uint64_t nPrint = (nHead ^ (nLength << 56)) * 0x9E3779B97F4A7C15u;
     nPrint ^= (nTail + (nPrint >> 29)) * 0xC2B2AE3D27D4EB4Fu;
-    return static_cast<std::uintptr_t>(nPrint ^ (nPrint >> 32));
-}
-
-std::uintptr_t KeyWordOf(CPDictionaryAssociation const* pda) {
-    if (pda->_get_bUseString() != 1) return pda->GetKeyCardinal();
-    CPString const* const pstr = pda->_get_pstrKey();
-    // A string with no text matches nothing: any word will do.
-    if (pstr == nullptr || pstr->_get_pdybuf() == nullptr) return 0;
-    char const* const szText = pstr->_get_pdybuf()->GetBuffer();
-    return szText != nullptr ? TextPrint(szText) : 0;
+    return static_cast<std::uint32_t>(nPrint >> 32);
 }
 
 // A search by index counts with 16 bits, signed: it ends after index 32767.
@@ -318,9 +314,19 @@ CPInternalContainer* DictionaryIterationState::vretrieveInternalContainer() {
 // chain it was taken from: any change of the chain not made through the
 // dictionary, or any key set on an association, makes it taken again.
 struct CPDictionary::ChainIndex {
+    // An entry's key as its association held it when taken, which stays so
+    // while no key is set (nKeyEdits): a number, or the string held.
     struct Ref {
         CPBucket* pbkt;
         CPDictionaryAssociation* pda;
+        std::uintptr_t nKey;
+        CPString* pstrKey;
+        bool bString;
+
+        bool MatchesNumber(std::uintptr_t n) const { return !bString && nKey == n; }
+        bool MatchesText(char const* sz) const {
+            return bString && pstrKey != nullptr && *pstrKey == sz;
+        }
     };
 
     bool Matches(CPList const* plstChain) const {
@@ -352,8 +358,22 @@ struct CPDictionary::ChainIndex {
     }
 
     void Append(CPBucket* pbkt, CPDictionaryAssociation* pda) {
-        arnWords.push_back(pda != nullptr ? KeyWordOf(pda) : 0);
-        arRefs.push_back({pbkt, pda});
+        Ref ref{pbkt, pda, 0, nullptr, true};
+        std::uint32_t nWord = 0;
+        if (pda != nullptr && pda->_get_bUseString() != 1) {
+            ref.bString = false;
+            ref.nKey = pda->GetKeyCardinal();
+            nWord = NumberPrint(ref.nKey);
+        } else if (pda != nullptr) {
+            // A string with no text matches nothing: any word will do.
+            ref.pstrKey = pda->_get_pstrKey();
+            DynaBuffer* const pdybuf =
+                ref.pstrKey != nullptr ? ref.pstrKey->_get_pdybuf() : nullptr;
+            if (pdybuf != nullptr && pdybuf->GetBuffer() != nullptr)
+                nWord = TextPrint(pdybuf->GetBuffer());
+        }
+        arnWords.push_back(nWord);
+        arRefs.push_back(ref);
     }
 
     // The position of an association, most often the one found last; the
@@ -371,13 +391,13 @@ struct CPDictionary::ChainIndex {
         arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(n));
     }
 
-    // The index of the first of the first nScan entries with the word that
-    // the association in its bucket confirms, or nScan.
+    // The index of the first of the first nScan entries with the word whose
+    // key the match confirms, or nScan.
     template <class Match>
-    std::uint32_t Find(std::uintptr_t nWord, std::uint32_t nScan, Match match) {
-        std::uintptr_t const* const pnWords = arnWords.data();
+    std::uint32_t Find(std::uint32_t nWord, std::uint32_t nScan, Match match) {
+        std::uint32_t const* const pnWords = arnWords.data();
         for (std::uint32_t i = 0; i < nScan; ++i) {
-            if (pnWords[i] == nWord && match(AssociationIn(arRefs[i].pbkt))) {
+            if (pnWords[i] == nWord && match(arRefs[i])) {
                 nLastFound = i;
                 return i;
             }
@@ -386,6 +406,7 @@ struct CPDictionary::ChainIndex {
     }
 
     CPBucket* BucketAt(std::uint32_t n) const { return arRefs[n].pbkt; }
+    CPDictionaryAssociation* AssociationAt(std::uint32_t n) const { return arRefs[n].pda; }
 
     CPList const* plst = nullptr;
     std::uint32_t nLength = 0;
@@ -394,7 +415,7 @@ struct CPDictionary::ChainIndex {
     CPBucket* pbktTail = nullptr;
     std::uint32_t nKeyEdits = 0;
     std::size_t nLastFound = 0;
-    std::vector<std::uintptr_t> arnWords;
+    std::vector<std::uint32_t> arnWords;
     std::vector<Ref> arRefs;
 };
 
@@ -567,9 +588,8 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nScan = std::min(plst->Length(), kStringSearchLimit);
         std::uint32_t const n =
-            pcix->Find(TextPrint(szKey), nScan, [szKey](CPDictionaryAssociation const* pda) {
-                return pda->MatchKeyString(szKey) != 0;
-            });
+            pcix->Find(TextPrint(szKey), nScan,
+                       [szKey](ChainIndex::Ref const& ref) { return ref.MatchesText(szKey); });
         return SettleIndexedSearch(plst, *pcix, n, nScan);
     }
     // Indexed reads from 0 would first walk back from wherever the chain's
@@ -594,7 +614,7 @@ CPDictionaryAssociation* CPDictionary::SettleIndexedSearch(CPList* plst, ChainIn
                                                            std::uint32_t n, std::uint32_t nScan) {
     if (n < nScan) {
         plst->SettleIndexedRead(cix.BucketAt(n), n);
-        pdaLastFound = AssociationIn(cix.BucketAt(n));
+        pdaLastFound = cix.AssociationAt(n);
     } else if (nScan != 0) {
         plst->SettleIndexedRead(cix.BucketAt(nScan - 1), nScan - 1);
     }
@@ -608,9 +628,9 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
     pdaLastFound = nullptr;
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
-        std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
-            return pda->MatchKeyCardinal(nKey) != 0;
-        });
+        std::uint32_t const n =
+            pcix->Find(NumberPrint(nKey), nLen,
+                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
         return SettleIndexedSearch(plst, *pcix, n, nLen);
     }
     plst->GotoTop();
@@ -631,9 +651,9 @@ CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
     if (plst == nullptr) return nullptr;
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
-        std::uint32_t const n = pcix->Find(nKey, nLen, [nKey](CPDictionaryAssociation const* pda) {
-            return pda->MatchKeyCardinal(nKey) != 0;
-        });
+        std::uint32_t const n =
+            pcix->Find(NumberPrint(nKey), nLen,
+                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
         return AsAssociation(plst->SettleFirstThat(n < nLen ? pcix->BucketAt(n) : nullptr));
     }
     return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
