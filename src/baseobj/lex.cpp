@@ -552,6 +552,18 @@ inline char Scanner::LookChar() {
     return static_cast<char>(cPushback1);
 }
 
+inline bool Scanner::PlainBuffer() const {
+    return cPushback1 == kEmptySlot && bUseBuffer != 0 && pcBuffer != nullptr && nBufferEnd != -1;
+}
+
+// Only for a character other than 0, which LookChar would have marked as the
+// end of the buffer.
+inline void Scanner::TakeBufferChar(char c) {
+    ++nBufferPos;
+    nPeekAhead = 0;
+    StepRowCol(c);
+}
+
 int Scanner::GetCharFromStream(char& c) {
     return SourceChar(c);
 }
@@ -585,8 +597,14 @@ void Scanner::UpdateRowCol(char c) {
 }
 
 void Scanner::WhiteSpace(int) {
-    while (IsSpace(LookChar()))
+    for (;;) {
+        if (PlainBuffer()) {
+            for (char c; IsSpace(c = pcBuffer[nBufferPos]);)
+                TakeBufferChar(c);
+        }
+        if (!IsSpace(LookChar())) break;
         TakeChar();
+    }
 }
 
 void Scanner::PushBack(char c) {
@@ -647,6 +665,13 @@ void Scanner::ReadIdentifier(Token* ptok) {
         bLong = true;
     };
 
+    // Whether c goes on an unquoted identifier.
+    ScanCharSet const& csBody = DefaultBody();
+    auto const GoesOn = [&](char cAt) {
+        return csBody.Contains(cAt) != 0 ? csStringExcluded.Contains(cAt) == 0
+                                         : csStringExtra.Contains(cAt) != 0;
+    };
+
     bool const bQuoted = LookChar() == '"';
     char c = TakeChar();
     for (;;) {
@@ -661,6 +686,19 @@ void Scanner::ReadIdentifier(Token* ptok) {
                 c = 12;
         }
         store(c, kLongIdentifier - 1);
+        if (PlainBuffer()) {
+            // The common case, a character that neither ends nor fails the
+            // text, is taken in place.
+            char const cNext = pcBuffer[nBufferPos];
+            bool const bPlain =
+                cNext != '\0' &&
+                (bQuoted ? cNext != '\n' && cNext != '\r' && cNext != '"' : GoesOn(cNext));
+            if (bPlain) {
+                TakeBufferChar(cNext);
+                c = cNext;
+                continue;
+            }
+        }
         c = LookChar();
         if (bQuoted) {
             if (c == '\0' || c == '\n' || c == '\r') throw Exception(292, "Unterminated String");
@@ -669,11 +707,8 @@ void Scanner::ReadIdentifier(Token* ptok) {
                 TakeChar();
                 break;
             }
-        } else {
-            bool const bBody = DefaultBody().Contains(c) != 0;
-            bool const bGoOn =
-                bBody ? csStringExcluded.Contains(c) == 0 : csStringExtra.Contains(c) != 0;
-            if (!bGoOn) break;
+        } else if (!GoesOn(c)) {
+            break;
         }
         TakeChar();
         if (c == '\0') break;

@@ -203,6 +203,11 @@ private:
     char TakeChar();
     char LookChar();
     void StepRowCol(char c);
+    // The next character is the buffer's, unread and with nothing pushed
+    // back: a loop may look at it in place, and take it as LookChar and
+    // TakeChar together would.
+    bool PlainBuffer() const;
+    void TakeBufferChar(char c);
     template <class T> short MatchAny(T value, bool bConsume);
     void DeleteLookAhead();
     void PushBack(char c);
