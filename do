@@ -4,7 +4,7 @@
 #   ./do build [PRESET]   configure and build (default, asan, tsan, release, fuzz)
 #   ./do test [PRESET]    build and run the test suites (default preset)
 #   ./do demo             show a splash through the session bus to a real client
-#   ./do bench            release build, run the benchmarks, print the ratios
+#   ./do bench [NAME]     release build, run the benchmarks (or bench_NAME), print the ratios
 #   ./do fuzz [SECONDS]   run every fuzz target (default 60 s each)
 #   ./do format           clang-format every source in place
 set -euo pipefail
@@ -89,11 +89,17 @@ demo() {
 bench() {
     build release
     local status=0
-    for b in "$root"/build/release/bench/bench_*; do
+    local pattern=bench_*
+    # One benchmark by name, with or without its prefix.
+    [ $# -gt 0 ] && pattern=bench_${1#bench_}
+    local found=0
+    for b in "$root"/build/release/bench/$pattern; do
         [ -x "$b" ] || continue
+        found=1
         echo "== $(basename "$b")"
         "$b" || status=1
     done
+    [ $found = 1 ] || { echo "No benchmark $pattern in build/release/bench" >&2; return 2; }
     return $status
 }
 
@@ -126,7 +132,7 @@ case "$cmd" in
     build) build "$@" ;;
     test) test_suite "$@" ;;
     demo) demo ;;
-    bench) bench ;;
+    bench) bench "$@" ;;
     fuzz) fuzz "$@" ;;
     format) format ;;
     *) sed -n '2,10p' "$0"; exit 2 ;;

@@ -6,6 +6,7 @@
 #include <util/exceptions.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <istream>
@@ -128,6 +129,28 @@ CPDictionary& ReservedTable() {
 }
 
 char gszComment[Scanner::kCommentSize];
+
+// For each first byte, the lengths of the reserved words that begin with it
+// (bit n for length n, bit 31 for 31 and longer), so that most identifiers
+// are known not to be reserved without hashing them. It follows the table,
+// which only AddReservedSymbol fills; an empty word is kept as "UnNamed".
+std::array<std::uint32_t, 256> garnReservedLengths{};
+
+std::uint32_t LengthBit(std::size_t nLength) {
+    return std::uint32_t{1} << std::min<std::size_t>(nLength, 31);
+}
+
+void NoteReservedWord(char const* sz) {
+    if (sz == nullptr) return;
+    if (sz[0] == '\0') sz = "UnNamed";
+    garnReservedLengths[static_cast<unsigned char>(sz[0])] |= LengthBit(std::strlen(sz));
+}
+
+bool MayBeReserved(char const* sz) {
+    if (sz == nullptr) return false;
+    std::uint32_t const nLengths = garnReservedLengths[static_cast<unsigned char>(sz[0])];
+    return nLengths != 0 && (nLengths & LengthBit(std::strlen(sz))) != 0;
+}
 
 } // namespace
 
@@ -459,7 +482,8 @@ void Scanner::Reset(std::istream* pis) {
 // Characters -------------------------------------------------------------------------
 
 // With no source at all (no buffer, no stream) the input has ended.
-int Scanner::GetCharFromStream(char& c) {
+// Inline: each character of a scan passes through these.
+inline int Scanner::SourceChar(char& c) {
     if (bUseBuffer != 0 && pcBuffer != nullptr) {
         if (nBufferEnd == -1) {
             c = '\0';
@@ -481,46 +505,7 @@ int Scanner::GetCharFromStream(char& c) {
     return 1;
 }
 
-char Scanner::NextChar(int) {
-    char c;
-    if (cPushback1 != kEmptySlot) {
-        c = static_cast<char>(cPushback1);
-        cPushback1 = cPushback2;
-        cPushback2 = kEmptySlot;
-    } else {
-        GetCharFromStream(c);
-    }
-    UpdateRowCol(c);
-    return c;
-}
-
-char Scanner::PeekChar(int) {
-    nPeekAhead = 0;
-    if (cPushback1 == kEmptySlot) {
-        char c;
-        GetCharFromStream(c);
-        cPushback1 = static_cast<unsigned char>(c);
-    }
-    return static_cast<char>(cPushback1);
-}
-
-// cqPushed is never filled, so the queued branch falls through to cqAhead at
-// the same index.
-char Scanner::PeekNextChar(int bQueued) {
-    ++nPeekAhead;
-    long long const nPushed = cqPushed.QSize();
-    if (bQueued != 0 && static_cast<long long>(nPeekAhead) <= nPushed - 1)
-        return cqPushed[static_cast<int>(nPeekAhead)];
-    long long nIndex = nPeekAhead;
-    if (bQueued != 0) nIndex = static_cast<long long>(nPeekAhead) - (nPushed - 1) - 1;
-    if (nIndex < cqAhead.QSize()) return cqAhead[static_cast<int>(nIndex)];
-    char c;
-    GetCharFromStream(c);
-    cqAhead.PutChar(c);
-    return c;
-}
-
-void Scanner::UpdateRowCol(char c) {
+inline void Scanner::StepRowCol(char c) {
     switch (c) {
     case '\n':
         nCol = 1;
@@ -542,9 +527,82 @@ void Scanner::UpdateRowCol(char c) {
     }
 }
 
+inline char Scanner::TakeChar() {
+    char c;
+    if (cPushback1 != kEmptySlot) {
+        c = static_cast<char>(cPushback1);
+        cPushback1 = cPushback2;
+        cPushback2 = kEmptySlot;
+    } else {
+        SourceChar(c);
+    }
+    StepRowCol(c);
+    return c;
+}
+
+inline char Scanner::LookChar() {
+    nPeekAhead = 0;
+    if (cPushback1 == kEmptySlot) {
+        char c;
+        SourceChar(c);
+        cPushback1 = static_cast<unsigned char>(c);
+    }
+    return static_cast<char>(cPushback1);
+}
+
+inline bool Scanner::PlainBuffer() const {
+    return cPushback1 == kEmptySlot && bUseBuffer != 0 && pcBuffer != nullptr && nBufferEnd != -1;
+}
+
+// Only for a character other than 0, which LookChar would have marked as the
+// end of the buffer.
+inline void Scanner::TakeBufferChar(char c) {
+    ++nBufferPos;
+    nPeekAhead = 0;
+    StepRowCol(c);
+}
+
+int Scanner::GetCharFromStream(char& c) {
+    return SourceChar(c);
+}
+
+char Scanner::NextChar(int) {
+    return TakeChar();
+}
+
+char Scanner::PeekChar(int) {
+    return LookChar();
+}
+
+// cqPushed is never filled, so the queued branch falls through to cqAhead at
+// the same index.
+char Scanner::PeekNextChar(int bQueued) {
+    ++nPeekAhead;
+    long long const nPushed = cqPushed.QSize();
+    if (bQueued != 0 && static_cast<long long>(nPeekAhead) <= nPushed - 1)
+        return cqPushed[static_cast<int>(nPeekAhead)];
+    long long nIndex = nPeekAhead;
+    if (bQueued != 0) nIndex = static_cast<long long>(nPeekAhead) - (nPushed - 1) - 1;
+    if (nIndex < cqAhead.QSize()) return cqAhead[static_cast<int>(nIndex)];
+    char c;
+    SourceChar(c);
+    cqAhead.PutChar(c);
+    return c;
+}
+
+void Scanner::UpdateRowCol(char c) {
+    StepRowCol(c);
+}
+
 void Scanner::WhiteSpace(int) {
-    while (IsSpace(PeekChar()))
-        NextChar();
+    for (;;) {
+        if (PlainBuffer()) {
+            for (char c; IsSpace(c = pcBuffer[nBufferPos]);)
+                TakeBufferChar(c);
+        }
+        if (!IsSpace(LookChar())) break;
+        TakeChar();
+    }
 }
 
 void Scanner::PushBack(char c) {
@@ -563,7 +621,7 @@ Token* Scanner::BuildToken() {
         nPrevRow = nRow;
         nPrevCol = nCol;
         WhiteSpace();
-        char const c = PeekChar();
+        char const c = LookChar();
         if (c == '\0' || c == '\xFF') return nullptr;
         std::unique_ptr<Token> ptok(new (std::nothrow) Token);
         if (!ptok) return nullptr;
@@ -576,7 +634,7 @@ Token* Scanner::BuildToken() {
         } else if (IsPunct(c)) {
             ReadPunctuation(ptok.get());
         } else {
-            NextChar();
+            TakeChar();
             ptok->SetValue(c, 0);
         }
         if (bIgnoreComments != 0 && ptok->MatchType(TY_COMMENT) != 0) continue;
@@ -605,11 +663,18 @@ void Scanner::ReadIdentifier(Token* ptok) {
         bLong = true;
     };
 
-    bool const bQuoted = PeekChar() == '"';
-    char c = NextChar();
+    // Whether c goes on an unquoted identifier.
+    ScanCharSet const& csBody = DefaultBody();
+    auto const GoesOn = [&](char cAt) {
+        return csBody.Contains(cAt) != 0 ? csStringExcluded.Contains(cAt) == 0
+                                         : csStringExtra.Contains(cAt) != 0;
+    };
+
+    bool const bQuoted = LookChar() == '"';
+    char c = TakeChar();
     for (;;) {
         if (c == '\\') {
-            c = NextChar();
+            c = TakeChar();
             // \t stands for backspace and \r for form feed: the scanner's own escapes.
             if (c == 't')
                 c = 8;
@@ -619,21 +684,31 @@ void Scanner::ReadIdentifier(Token* ptok) {
                 c = 12;
         }
         store(c, kLongIdentifier - 1);
-        c = PeekChar();
+        if (PlainBuffer()) {
+            // The common case, a character that neither ends nor fails the
+            // text, is taken in place.
+            char const cNext = pcBuffer[nBufferPos];
+            bool const bPlain =
+                cNext != '\0' &&
+                (bQuoted ? cNext != '\n' && cNext != '\r' && cNext != '"' : GoesOn(cNext));
+            if (bPlain) {
+                TakeBufferChar(cNext);
+                c = cNext;
+                continue;
+            }
+        }
+        c = LookChar();
         if (bQuoted) {
             if (c == '\0' || c == '\n' || c == '\r') throw Exception(292, "Unterminated String");
             if (nLength > 0 && c == '"') {
                 store(c, 30);
-                NextChar();
+                TakeChar();
                 break;
             }
-        } else {
-            bool const bBody = DefaultBody().Contains(c) != 0;
-            bool const bGoOn =
-                bBody ? csStringExcluded.Contains(c) == 0 : csStringExtra.Contains(c) != 0;
-            if (!bGoOn) break;
+        } else if (!GoesOn(c)) {
+            break;
         }
-        NextChar();
+        TakeChar();
         if (c == '\0') break;
     }
     szIdentifier[nLength] = '\0';
@@ -646,10 +721,10 @@ void Scanner::ReadIdentifier(Token* ptok) {
 
 void Scanner::ReadNumber(Token* ptok) {
     short nRadix = 10;
-    char const cFirst = PeekChar();
+    char const cFirst = LookChar();
     if (cFirst == '.') {
-        NextChar();
-        if (!IsDigit(PeekChar())) {
+        TakeChar();
+        if (!IsDigit(LookChar())) {
             ptok->SetValue('.', 0);
             return;
         }
@@ -660,11 +735,11 @@ void Scanner::ReadNumber(Token* ptok) {
     }
     bool const bNegative = cFirst == '-';
     if (bNegative) {
-        NextChar();
-        char c = PeekChar();
+        TakeChar();
+        char c = LookChar();
         if (c == '.') {
-            NextChar();
-            if (!IsDigit(PeekChar())) {
+            TakeChar();
+            if (!IsDigit(LookChar())) {
                 ptok->SetValue('-', 0);
                 PushBack('.');
                 return;
@@ -709,38 +784,38 @@ void Scanner::ReadNumber(Token* ptok) {
 void Scanner::ReadWholePart(short* pnRadix) {
     nWhole = 0;
     *pnRadix = 10;
-    char c = PeekChar();
+    char c = LookChar();
     if (c == '0') {
-        NextChar();
-        c = PeekChar();
+        TakeChar();
+        c = LookChar();
         if (c == 'b') {
-            NextChar();
+            TakeChar();
             *pnRadix = 2;
-            while (IsBinaryDigit(c = PeekChar())) {
-                NextChar();
+            while (IsBinaryDigit(c = LookChar())) {
+                TakeChar();
                 nWhole = Accumulate(nWhole, 2, c - '0');
             }
             return;
         }
         if (c == 'x') {
-            NextChar();
+            TakeChar();
             *pnRadix = 16;
-            while (IsHexDigit(c = PeekChar())) {
-                NextChar();
+            while (IsHexDigit(c = LookChar())) {
+                TakeChar();
                 nWhole = Accumulate(nWhole, 16, HexValue(c));
             }
             return;
         }
     }
-    while (IsDigit(c = PeekChar())) {
-        NextChar();
+    while (IsDigit(c = LookChar())) {
+        TakeChar();
         nWhole = Accumulate(nWhole, 10, c - '0');
     }
 }
 
 short Scanner::ConsumeDecimal() {
-    if (PeekChar() != '.') return 0;
-    NextChar();
+    if (LookChar() != '.') return 0;
+    TakeChar();
     return 1;
 }
 
@@ -750,16 +825,16 @@ void Scanner::ReadFractionalPart(bool bDigits) {
     dValue = 0.0;
     dScale = 0.1;
     nExponent = 0;
-    char c = PeekChar();
+    char c = LookChar();
     while (bDigits && IsDigit(c)) {
-        NextChar();
+        TakeChar();
         dValue += (c - '0') * dScale;
         dScale /= 10;
-        c = PeekChar();
+        c = LookChar();
     }
     if (c != 'e' && c != 'E') return;
-    NextChar();
-    char cSign = NextChar();
+    TakeChar();
+    char cSign = TakeChar();
     bool bKept = false;
     if (IsDigit(cSign)) {
         c = cSign;
@@ -770,23 +845,23 @@ void Scanner::ReadFractionalPart(bool bDigits) {
         cPushback1 = static_cast<unsigned char>(cSign);
         return;
     } else {
-        c = PeekChar();
+        c = LookChar();
     }
     bool bIgnore = false;
     while (IsDigit(c) || c == '.') {
         if (bKept)
             bKept = false;
         else
-            NextChar();
+            TakeChar();
         if (c == '.') {
             // The character after the full stop goes unseen, and so do all
             // the digits after it.
-            NextChar();
+            TakeChar();
             bIgnore = true;
         } else if (!bIgnore) {
             nExponent = Accumulate(nExponent, 10, c - '0');
         }
-        c = PeekChar();
+        c = LookChar();
     }
     if (cSign == '-') nExponent = Negate(nExponent);
 }
@@ -806,10 +881,10 @@ void Scanner::ApplyExponent() {
 }
 
 void Scanner::ReadPunctuation(Token* ptok) {
-    char const c = NextChar();
+    char const c = TakeChar();
     if (c == '%') {
-        if (PeekChar() == 's') {
-            NextChar();
+        if (LookChar() == 's') {
+            TakeChar();
             ptok->SetValueToken(kFormatMarkerCode);
         } else {
             ptok->SetValue('%', 0);
@@ -817,7 +892,7 @@ void Scanner::ReadPunctuation(Token* ptok) {
         return;
     }
     if (c == '/') {
-        char const cNext = PeekChar();
+        char const cNext = LookChar();
         if (cNext == '*' || cNext == '/')
             ReadComment(ptok, cNext);
         else
@@ -836,25 +911,25 @@ void Scanner::ReadComment(Token* ptok, char cSecond) {
         gszComment[n++] = c;
     };
     store('/');
-    NextChar();
+    TakeChar();
     store(cSecond);
     if (cSecond == '*') {
         for (;;) {
-            char const c = NextChar();
+            char const c = TakeChar();
             if (c == '\0') throw Exception(292, nullptr);
             store(c);
             if (c != '*') continue;
-            char const cNext = PeekChar();
+            char const cNext = LookChar();
             if (cNext == '\0') throw Exception(292, nullptr);
             if (cNext == '/') {
-                NextChar();
+                TakeChar();
                 store('/');
                 break;
             }
         }
     } else {
         for (;;) {
-            char const c = NextChar();
+            char const c = TakeChar();
             if (c == '\n' || c == '\r' || c == '\0') break;
             store(c);
         }
@@ -960,8 +1035,8 @@ short Scanner::MatchPeek(double d) {
 short Scanner::MatchSpaces(int n) {
     int nCount = 0;
     for (;;) {
-        if (PeekChar() != ' ') return 0;
-        NextChar();
+        if (LookChar() != ' ') return 0;
+        TakeChar();
         if (++nCount >= n) return 1;
     }
 }
@@ -979,7 +1054,7 @@ short Scanner::Consume2(char const* sz) {
 short Scanner::Consume2EOL() {
     bHitLF = 0;
     while (bHitLF == 0)
-        if (NextChar() == '\0') break;
+        if (TakeChar() == '\0') break;
     return 1;
 }
 
@@ -996,7 +1071,7 @@ short Scanner::Consume2EOP() {
 short Scanner::Advance2Column(int n) {
     int const nStart = nCol;
     while (nCol < n) {
-        if (NextChar() == '\0') return 0;
+        if (TakeChar() == '\0') return 0;
         if (nCol < nStart) return 0;
     }
     return 1;
@@ -1048,7 +1123,7 @@ Token* Scanner::GetField(short nDataType, std::uint16_t nMaxLen) {
         ptokField = nullptr;
         return ptok;
     }
-    char c = NextChar();
+    char c = TakeChar();
     if (c == '\0') return nullptr;
     char szField[kFieldSize];
     std::size_t n = 0;
@@ -1058,7 +1133,7 @@ Token* Scanner::GetField(short nDataType, std::uint16_t nMaxLen) {
             throw Exception(274, szField);
         }
         szField[n++] = c;
-        c = NextChar();
+        c = TakeChar();
     }
     szField[n] = '\0';
     auto* const ptokReturn = new (std::nothrow) Token;
@@ -1119,11 +1194,12 @@ int Scanner::_get_bRecognizeStringLiterals() const {
 }
 
 void Scanner::AddReservedSymbol(char const* sz, std::int32_t nCode) {
+    NoteReservedWord(sz);
     ReservedTable().AddKeyString(sz, reinterpret_cast<void*>(static_cast<std::intptr_t>(nCode)));
 }
 
 std::int32_t Scanner::IsReservedSymbol(char const* sz) const {
-    if (bDisableReservedWords != 0) return 0;
+    if (bDisableReservedWords != 0 || !MayBeReserved(sz)) return 0;
     void* const pv = ReservedTable().FindKeyString(sz);
     return static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(pv));
 }

@@ -197,6 +197,17 @@ public:
     static std::uint16_t _get_nLiveCount() { return nLiveCount; }
 
 private:
+    // The character steps of NextChar, PeekChar, GetCharFromStream and
+    // UpdateRowCol, inline for the scanner's own loops.
+    int SourceChar(char& c);
+    char TakeChar();
+    char LookChar();
+    void StepRowCol(char c);
+    // The next character is the buffer's, unread and with nothing pushed
+    // back: a loop may look at it in place, and take it as LookChar and
+    // TakeChar together would.
+    bool PlainBuffer() const;
+    void TakeBufferChar(char c);
     template <class T> short MatchAny(T value, bool bConsume);
     void DeleteLookAhead();
     void PushBack(char c);

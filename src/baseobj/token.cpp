@@ -282,6 +282,73 @@ void Token::GetValueBytes(unsigned char (&ab)[8]) const {
 
 // Life -------------------------------------------------------------------------
 
+// The pool of token blocks -----------------------------------------------------
+
+namespace {
+
+// Free blocks, linked through their first word. Plain thread-local words,
+// so that they stay usable for deletes that come after the thread's drain;
+// in the static thread area, so that reaching them costs no call.
+constexpr std::uint32_t kPoolKeep = 1024;
+constexpr std::uint32_t kPoolClosed = 0xFFFFFFFF;
+__attribute__((tls_model("initial-exec"))) thread_local void* tpvFreeTokens = nullptr;
+__attribute__((tls_model("initial-exec"))) thread_local std::uint32_t tnFreeTokens = 0;
+__attribute__((tls_model("initial-exec"))) thread_local bool tbDrainArmed = false;
+
+// Gives the kept blocks back when the thread ends, and from then on lets
+// every block go straight back to the heap.
+struct TokenPoolDrain {
+    ~TokenPoolDrain() {
+        while (tpvFreeTokens != nullptr) {
+            void* const pvNext = *static_cast<void**>(tpvFreeTokens);
+            ::operator delete(tpvFreeTokens);
+            tpvFreeTokens = pvNext;
+        }
+        tnFreeTokens = kPoolClosed;
+    }
+};
+
+void* TakePooledToken() {
+    void* const pv = tpvFreeTokens;
+    tpvFreeTokens = *static_cast<void**>(pv);
+    --tnFreeTokens;
+    return pv;
+}
+
+bool KeepPooledToken(void* pv) {
+    if (tnFreeTokens >= kPoolKeep) return false;
+    if (!tbDrainArmed) {
+        // The first block kept on this thread arms its drain.
+        tbDrainArmed = true;
+        static thread_local TokenPoolDrain drain;
+        (void)drain;
+    }
+    *static_cast<void**>(pv) = tpvFreeTokens;
+    tpvFreeTokens = pv;
+    ++tnFreeTokens;
+    return true;
+}
+
+} // namespace
+
+void* Token::operator new(std::size_t nSize) {
+    if (nSize == sizeof(Token) && tpvFreeTokens != nullptr) return TakePooledToken();
+    return ::operator new(nSize);
+}
+
+void* Token::operator new(std::size_t nSize, std::nothrow_t const&) noexcept {
+    if (nSize == sizeof(Token) && tpvFreeTokens != nullptr) return TakePooledToken();
+    return ::operator new(nSize, std::nothrow);
+}
+
+void Token::operator delete(void* pv, std::size_t nSize) noexcept {
+    if (pv == nullptr) return;
+    if (nSize == sizeof(Token) && KeepPooledToken(pv)) return;
+    ::operator delete(pv);
+}
+
+// Token ------------------------------------------------------------------------
+
 Token::Token() {
     if (nTokenCount++ == 0) InitTokenStrings();
     Initialize();

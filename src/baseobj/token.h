@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
+#include <new>
 #include <string>
 
 class CPDictionary;
@@ -40,6 +41,13 @@ public:
     ~Token() override;
     // Leaves the position as it was.
     Token& operator=(Token const& other);
+
+    // A scan makes and frees a token for each word it reads: blocks of a
+    // token's size are kept for reuse, per thread, instead of going back to
+    // the heap each time. Other sizes (derived classes) use the heap.
+    static void* operator new(std::size_t nSize);
+    static void* operator new(std::size_t nSize, std::nothrow_t const&) noexcept;
+    static void operator delete(void* pv, std::size_t nSize) noexcept;
 
     void Initialize();
     void UnInitialize();

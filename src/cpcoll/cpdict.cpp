@@ -3,8 +3,11 @@
 #include <util/exceptions.h>
 #include <util/pstring.h>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -100,6 +103,32 @@ void itFillVector(void* pvItem, void* pvFill) {
     if (fill->nNext < fill->nSize) fill->ppda[fill->nNext++] = AsAssociation(pvItem);
 }
 
+// The word a chain's index compares first: for a number key the key folded
+// to 32 bits, for a string key a print of its text (its length and its first
+// and last eight bytes). Equal keys give equal words, so an entry with
+// another word can't match and is passed over unread; an equal word is only
+// a candidate, which the key kept beside it confirms.
+std::uint32_t NumberPrint(std::uintptr_t nKey) {
+    auto const n = static_cast<std::uint64_t>(nKey);
+    return static_cast<std::uint32_t>(n ^ (n >> 32));
+}
+
+std::uint32_t TextPrint(char const* szText) {
+    std::size_t const nLength = std::strlen(szText);
+    std::uint64_t nHead = 0;
+    std::uint64_t nTail = 0;
+    std::memcpy(&nHead, szText, std::min<std::size_t>(nLength, 8));
+    if (nLength > 8) std::memcpy(&nTail, szText + nLength - 8, 8);
+    std::uint64_t nPrint = (nHead ^ (nLength << 56)) * 0x9E3779B97F4A7C15u;
+    nPrint ^= (nTail + (nPrint >> 29)) * 0xC2B2AE3D27D4EB4Fu;
+    return static_cast<std::uint32_t>(nPrint >> 32);
+}
+
+// A search by index counts with 16 bits, signed: it ends after index 32767.
+constexpr std::uint32_t kStringSearchLimit = 32768;
+// Shorter chains are walked: their index would cost more than it saves.
+constexpr std::uint32_t kIndexFrom = 8;
+
 void itAppendKeyText(void* pvItem, void* pvOut) {
     CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
     // The key is read into a fixed buffer; a longer one would overrun it.
@@ -116,6 +145,8 @@ void itAppendKeyText(void* pvItem, void* pvOut) {
 } // namespace
 
 // CPDictionaryAssociation ----------------------------------------------------
+
+std::uint32_t CPDictionaryAssociation::nKeyEdits = 0;
 
 CPDictionaryAssociation::~CPDictionaryAssociation() {
     ReleaseKeyString();
@@ -136,18 +167,33 @@ void CPDictionaryAssociation::HoldKeyString(CPString* pstr) {
 }
 
 void CPDictionaryAssociation::SetKeyString(char const* szKey) {
+    ++nKeyEdits;
+    AssignKeyString(szKey);
+}
+
+void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
+    ++nKeyEdits;
+    AssignKeyString(pstr);
+}
+
+void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
+    ++nKeyEdits;
+    AssignKeyCardinal(n);
+}
+
+void CPDictionaryAssociation::AssignKeyString(char const* szKey) {
     ReleaseKeyString();
     HoldKeyString(new CPString(szKey));
 }
 
-void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
+void CPDictionaryAssociation::AssignKeyString(CPString* pstr) {
     ReleaseKeyString();
     // Nobody counts a string on the stack, so it is copied (sharing its
     // buffer and so its cached CRC).
     HoldKeyString(pstr->_get_nRefCount() == 0 ? new CPString(*pstr) : pstr);
 }
 
-void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
+void CPDictionaryAssociation::AssignKeyCardinal(std::uintptr_t n) {
     ReleaseKeyString();
     nKey = n;
     bUseString = 0;
@@ -260,6 +306,145 @@ CPInternalContainer* DictionaryIterationState::vretrieveInternalContainer() {
     return pbktCurrent;
 }
 
+// The index of a chain ------------------------------------------------------
+
+// Each entry's word and its bucket, in chain order, with the state of the
+// chain it was taken from: any change of the chain not made through the
+// dictionary, or any key set on an association, makes it taken again.
+struct CPDictionary::ChainIndex {
+    // An entry's key as its association held it when taken, which stays so
+    // while no key is set (nKeyEdits): a number, or the string held.
+    struct Ref {
+        CPBucket* pbkt;
+        CPDictionaryAssociation* pda;
+        std::uintptr_t nKey;
+        CPString* pstrKey;
+        bool bString;
+
+        bool MatchesNumber(std::uintptr_t n) const { return !bString && nKey == n; }
+        bool MatchesText(char const* sz) const {
+            return bString && pstrKey != nullptr && *pstrKey == sz;
+        }
+    };
+
+    bool Matches(CPList const* plstChain) const {
+        return plst == plstChain && nLength == plstChain->Length() &&
+               nXACT == plstChain->_get_nXACT() && pbktHead == plstChain->_get_pbktHead() &&
+               pbktTail == plstChain->_get_pbktTail() &&
+               nKeyEdits == CPDictionaryAssociation::_get_nKeyEdits();
+    }
+
+    void Stamp(CPList const* plstChain) {
+        plst = plstChain;
+        nLength = plstChain->Length();
+        nXACT = plstChain->_get_nXACT();
+        pbktHead = plstChain->_get_pbktHead();
+        pbktTail = plstChain->_get_pbktTail();
+        nKeyEdits = CPDictionaryAssociation::_get_nKeyEdits();
+    }
+
+    // Reads the buckets by their links, leaving the chain's cursor alone.
+    void Rebuild(CPList const* plstChain) {
+        arnWords.clear();
+        arRefs.clear();
+        CPBucket* pbkt = plstChain->_get_pbktHead();
+        for (std::uint32_t i = 0; i < plstChain->Length() && pbkt != nullptr; ++i) {
+            Append(pbkt, AssociationIn(pbkt));
+            pbkt = pbkt == plstChain->_get_pbktTail() ? nullptr : pbkt->_get_pbktNext();
+        }
+        Stamp(plstChain);
+    }
+
+    void Append(CPBucket* pbkt, CPDictionaryAssociation* pda) {
+        Ref ref{pbkt, pda, 0, nullptr, true};
+        std::uint32_t nWord = 0;
+        if (pda != nullptr && pda->_get_bUseString() != 1) {
+            ref.bString = false;
+            ref.nKey = pda->GetKeyCardinal();
+            nWord = NumberPrint(ref.nKey);
+        } else if (pda != nullptr) {
+            // A string with no text matches nothing: any word will do.
+            ref.pstrKey = pda->_get_pstrKey();
+            DynaBuffer* const pdybuf =
+                ref.pstrKey != nullptr ? ref.pstrKey->_get_pdybuf() : nullptr;
+            if (pdybuf != nullptr && pdybuf->GetBuffer() != nullptr)
+                nWord = TextPrint(pdybuf->GetBuffer());
+        }
+        arnWords.push_back(nWord);
+        arRefs.push_back(ref);
+    }
+
+    // The position of an association, most often the one found last; the
+    // size when it is not there.
+    std::size_t PositionOf(CPDictionaryAssociation const* pda) const {
+        if (nLastFound < arRefs.size() && arRefs[nLastFound].pda == pda) return nLastFound;
+        std::size_t i = 0;
+        while (i < arRefs.size() && arRefs[i].pda != pda)
+            ++i;
+        return i;
+    }
+
+    void RemoveAt(std::size_t n) {
+        arnWords.erase(arnWords.begin() + static_cast<std::ptrdiff_t>(n));
+        arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(n));
+    }
+
+    // The index of the first of the first nScan entries with the word whose
+    // key the match confirms, or nScan.
+    template <class Match>
+    std::uint32_t Find(std::uint32_t nWord, std::uint32_t nScan, Match match) {
+        std::uint32_t const* const pnWords = arnWords.data();
+        for (std::uint32_t i = 0; i < nScan; ++i) {
+            if (pnWords[i] == nWord && match(arRefs[i])) {
+                nLastFound = i;
+                return i;
+            }
+        }
+        return nScan;
+    }
+
+    CPBucket* BucketAt(std::uint32_t n) const { return arRefs[n].pbkt; }
+    CPDictionaryAssociation* AssociationAt(std::uint32_t n) const { return arRefs[n].pda; }
+
+    CPList const* plst = nullptr;
+    std::uint32_t nLength = 0;
+    std::int16_t nXACT = 0;
+    CPBucket* pbktHead = nullptr;
+    CPBucket* pbktTail = nullptr;
+    std::uint32_t nKeyEdits = 0;
+    std::size_t nLastFound = 0;
+    std::vector<std::uint32_t> arnWords;
+    std::vector<Ref> arRefs;
+};
+
+struct CPDictionary::ChainIndexes {
+    std::array<std::unique_ptr<ChainIndex>, kSlots> arpcix;
+};
+
+// The index of a slot's chain, taken again if the chain changed; null for a
+// short chain.
+CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
+    CPList const* const plst = arplstSlots[nSlot];
+    if (plst == nullptr || plst->Length() < kIndexFrom) return nullptr;
+    if (pcixIndexes == nullptr) pcixIndexes = new ChainIndexes;
+    std::unique_ptr<ChainIndex>& pcix = pcixIndexes->arpcix[nSlot];
+    if (pcix == nullptr) pcix = std::make_unique<ChainIndex>();
+    if (!pcix->Matches(plst)) pcix->Rebuild(plst);
+    return pcix.get();
+}
+
+// The index of a slot's chain only if it is up to date, for a change about
+// to be made to the chain and to the index alike.
+CPDictionary::ChainIndex* CPDictionary::IndexInStep(std::uint32_t nSlot) {
+    if (pcixIndexes == nullptr || arplstSlots[nSlot] == nullptr) return nullptr;
+    ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
+    return pcix != nullptr && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
+}
+
+void CPDictionary::ForgetIndex(std::uint32_t nSlot) {
+    if (pcixIndexes != nullptr) pcixIndexes->arpcix[nSlot].reset();
+}
+
 // CPDictionary: life ---------------------------------------------------------
 
 crc16 CPDictionary::c16The;
@@ -289,6 +474,8 @@ CPDictionary& CPDictionary::operator=(CPDictionary const& other) {
     delete[] ppdaVector;
     ppdaVector = nullptr;
     pdaLastFound = other.pdaLastFound;
+    delete pcixIndexes;
+    pcixIndexes = nullptr;
     return *this;
 }
 
@@ -299,6 +486,7 @@ CPDictionary::~CPDictionary() {
     for (std::uint32_t n = 0; n < kSlots; ++n)
         if (arplstSlots[n] != nullptr) DropChain(n, nullptr);
     delete[] ppdaVector;
+    delete pcixIndexes;
 }
 
 CPCollection* CPDictionary::CreateInstance() {
@@ -330,14 +518,35 @@ void CPDictionary::AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* 
         SV_FAIL_IF_NIL(plstSlot, "plstSlot");
         plstSlot->AddRef();
     }
+    ChainIndex* const pcix = IndexInStep(nSlot);
     plstSlot->Add(pda);
     IncrementLength();
+    if (pcix != nullptr) {
+        pcix->Append(plstSlot->_get_pbktTail(), pda);
+        pcix->Stamp(plstSlot);
+    }
+}
+
+void CPDictionary::DetachAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda) {
+    CPList* const plst = arplstSlots[nSlot];
+    ChainIndex* const pcix = IndexInStep(nSlot);
+    std::size_t const n = pcix != nullptr ? pcix->PositionOf(pda) : 0;
+    if (pcix != nullptr && n < pcix->arRefs.size()) {
+        // The index knows the bucket: the chain's own search is not needed.
+        plst->DetachKnownBucket(pcix->arRefs[n].pbkt);
+        pcix->RemoveAt(n);
+        pcix->Stamp(plst);
+    } else {
+        plst->Detach(pda);
+    }
+    DropEmptyChain(nSlot);
 }
 
 void CPDictionary::DropEmptyChain(std::uint32_t nSlot) {
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr || plst->Length() != 0) return;
     arplstSlots[nSlot] = nullptr;
+    ForgetIndex(nSlot);
     plst->Release();
 }
 
@@ -346,6 +555,7 @@ void CPDictionary::DropEmptyChain(std::uint32_t nSlot) {
 void CPDictionary::DropChain(std::uint32_t nSlot, pfnKillFunc pfnKill) {
     CPList* const plst = arplstSlots[nSlot];
     arplstSlots[nSlot] = nullptr;
+    ForgetIndex(nSlot);
     if (plst->_get_nRefCount() == 1) {
         if (pfnKill != nullptr) {
             plst->ForEach(itKillValueAndDelete, &pfnKill);
@@ -373,6 +583,13 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nScan = std::min(plst->Length(), kStringSearchLimit);
+        std::uint32_t const n =
+            pcix->Find(TextPrint(szKey), nScan,
+                       [szKey](ChainIndex::Ref const& ref) { return ref.MatchesText(szKey); });
+        return SettleIndexedSearch(plst, *pcix, n, nScan);
+    }
     // Indexed reads from 0 would first walk back from wherever the chain's
     // cursor rests; starting at the top ends in the same place.
     plst->GotoTop();
@@ -389,10 +606,31 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     return pdaLastFound;
 }
 
+// Leaves the chain and pdaLastFound as the walk by index over the first
+// nScan entries would, when the index has found entry n (nScan: none).
+CPDictionaryAssociation* CPDictionary::SettleIndexedSearch(CPList* plst, ChainIndex const& cix,
+                                                           std::uint32_t n, std::uint32_t nScan) {
+    if (n < nScan) {
+        plst->SettleIndexedRead(cix.BucketAt(n), n);
+        pdaLastFound = cix.AssociationAt(n);
+    } else if (nScan != 0) {
+        plst->SettleIndexedRead(cix.BucketAt(nScan - 1), nScan - 1);
+    }
+    return pdaLastFound;
+}
+
 CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
-    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    std::uint32_t const nSlot = HashOnCardinal(nKey);
+    CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
     pdaLastFound = nullptr;
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nLen = plst->Length();
+        std::uint32_t const n =
+            pcix->Find(NumberPrint(nKey), nLen,
+                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
+        return SettleIndexedSearch(plst, *pcix, n, nLen);
+    }
     plst->GotoTop();
     std::uint32_t const nLen = plst->Length();
     for (std::uint32_t i = 0; i < nLen; ++i) {
@@ -406,8 +644,16 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
 }
 
 CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
-    CPList* const plst = arplstSlots[HashOnCardinal(nKey)];
+    std::uint32_t const nSlot = HashOnCardinal(nKey);
+    CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return nullptr;
+    if (ChainIndex* const pcix = IndexOf(nSlot)) {
+        std::uint32_t const nLen = plst->Length();
+        std::uint32_t const n =
+            pcix->Find(NumberPrint(nKey), nLen,
+                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
+        return AsAssociation(plst->SettleFirstThat(n < nLen ? pcix->BucketAt(n) : nullptr));
+    }
     return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
 }
 
@@ -454,7 +700,7 @@ void CPDictionary::AddKeyNum(std::uintptr_t nKey, void* pv) {
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     SV_FAIL_IF_NIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nKey);
+    pdaThis->AssignKeyCardinal(nKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nKey), pdaThis);
 }
@@ -465,8 +711,8 @@ void CPDictionary::AddKeyString(char const* szKey, void* pv, std::uint32_t* pulH
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     SV_FAIL_IF_NIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nHash);
-    pdaThis->SetKeyString(szKey);
+    pdaThis->AssignKeyCardinal(nHash);
+    pdaThis->AssignKeyString(szKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nHash), pdaThis);
 }
@@ -477,8 +723,8 @@ void CPDictionary::AddKeyString(CPString* pstrKey, void* pv) {
     bVectorStale = 1;
     auto* const pdaThis = new (std::nothrow) CPDictionaryAssociation;
     SV_FAIL_IF_NIL(pdaThis, "pdaThis");
-    pdaThis->SetKeyCardinal(nHash);
-    pdaThis->SetKeyString(pstrKey);
+    pdaThis->AssignKeyCardinal(nHash);
+    pdaThis->AssignKeyString(pstrKey);
     pdaThis->SetValue(pv);
     AddAssociation(HashOnCardinal(nHash), pdaThis);
 }
@@ -507,11 +753,8 @@ void CPDictionary::RemoveKeyString(char const* szKey, std::uint32_t nHash, pfnKi
     // of its own.
     std::uint32_t nSlot = HashOnCardinal(nHash);
     CPDictionaryAssociation* const pda = FindDAKeyString(szKey, &nHash, &nSlot);
-    if (arplstSlots[nSlot] != nullptr) {
-        // An absent key trips the list's own check here.
-        arplstSlots[nSlot]->Detach(pda);
-        DropEmptyChain(nSlot);
-    }
+    // An absent key trips the list's own check here.
+    if (arplstSlots[nSlot] != nullptr) DetachAssociation(nSlot, pda);
     if (pda != nullptr && pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
     Forget(pda);
     pdaLastFound = nullptr;
@@ -525,10 +768,9 @@ void CPDictionary::RemoveKeyNum(std::uintptr_t nKey, pfnKillFunc pfnKill) {
     std::uint32_t const nSlot = HashOnCardinal(nKey);
     CPList* const plst = arplstSlots[nSlot];
     if (plst == nullptr) return;
-    CPDictionaryAssociation* const pda = AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
+    CPDictionaryAssociation* const pda = FirstDAKeyNum(nKey);
     if (pda == nullptr) return;
-    plst->Detach(pda);
-    DropEmptyChain(nSlot);
+    DetachAssociation(nSlot, pda);
     if (pfnKill != nullptr) pfnKill(pda->GetValue(), nullptr);
     Forget(pda);
     DecrementLength();

@@ -54,9 +54,23 @@ public:
     void* GetValue() const { return pvValue; }
     void SetValue(void* pv) { pvValue = pv; }
     char _get_bUseString() const { return bUseString; }
-    void _set_bUseString(char b) { bUseString = b; }
+    void _set_bUseString(char b) {
+        ++nKeyEdits;
+        bUseString = b;
+    }
+
+    // Counts the keys set through the calls above, which may reach an
+    // association already in a dictionary: a dictionary's search index is
+    // only trusted while this is unchanged. A dictionary keys its own new
+    // associations without counting.
+    static std::uint32_t _get_nKeyEdits() { return nKeyEdits; }
 
 private:
+    friend class CPDictionary;
+
+    void AssignKeyString(char const* szKey);
+    void AssignKeyString(CPString* pstrKey);
+    void AssignKeyCardinal(std::uintptr_t nKey);
     void ReleaseKeyString();
     void HoldKeyString(CPString* pstr);
 
@@ -66,6 +80,8 @@ private:
     // The string a string key counts; kept apart from the number so that a
     // flag changed by hand never frees a number.
     CPString* pstrKey = nullptr;
+
+    static std::uint32_t nKeyEdits;
 };
 
 // A position in a dictionary: a slot and a bucket of that slot's chain.
@@ -207,6 +223,18 @@ protected:
     static crc16 c16The;
 
 private:
+    // A compact copy of a long chain's keys, kept beside it so that a search
+    // scans an array instead of following the buckets; the chain stays the
+    // truth, and a search leaves the chain's cursor where its own walk would.
+    struct ChainIndex;
+    struct ChainIndexes;
+    ChainIndex* IndexOf(std::uint32_t nSlot);
+    ChainIndex* IndexInStep(std::uint32_t nSlot);
+    void ForgetIndex(std::uint32_t nSlot);
+    CPDictionaryAssociation* SettleIndexedSearch(CPList* plst, ChainIndex const& cix,
+                                                 std::uint32_t n, std::uint32_t nScan);
+    void DetachAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda);
+
     void AddAssociation(std::uint32_t nSlot, CPDictionaryAssociation* pda);
     void DropEmptyChain(std::uint32_t nSlot);
     void DropChain(std::uint32_t nSlot, pfnKillFunc pfnKill);
@@ -224,4 +252,6 @@ private:
     char bVectorStale = 1;
     CPDictionaryAssociation** ppdaVector = nullptr;
     CPDictionaryAssociation* pdaLastFound = nullptr;
+    // Made on the first search of a long chain; never shared by a copy.
+    ChainIndexes* pcixIndexes = nullptr;
 };

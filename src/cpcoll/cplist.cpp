@@ -134,6 +134,16 @@ void ListIterationState::gotoResetPoint() {
     pbktPeek = nullptr;
 }
 
+void ListIterationState::settleScan(CPBucket* pbkt) {
+    nXACT = pclAssociated->_get_nXACT();
+    pbktResetPoint = nullptr;
+    pbktPeek = nullptr;
+    pbktCursor = pbkt;
+    pbktGot = pbkt;
+    // Only a scan that stopped at the top has not stepped.
+    nDXCursor = pbkt != nullptr && pbkt == List()->_get_pbktHead() ? 0 : -1;
+}
+
 CPBucket* ListIterationState::getPredecessor(CPBucket* pbkt) const {
     return List()->GetPredecessor(pbkt);
 }
@@ -219,6 +229,23 @@ void* CPList::operator[](int n) {
     std::uint32_t nIndex = static_cast<std::uint32_t>(n);
     if (n < 0) nIndex += nLength;
     return RetrieveIDX(nIndex);
+}
+
+void* CPList::WalkToIDX(std::uint32_t n) {
+    if (nDXCursor != -1) {
+        // Off the end, further steps move nothing.
+        std::int64_t nSteps = static_cast<std::int64_t>(n) - nDXCursor;
+        for (; nSteps < 0 && pbktCursor != nullptr; ++nSteps)
+            Prev();
+        for (; nSteps > 0 && pbktCursor != nullptr; --nSteps)
+            Next();
+    } else {
+        GotoTop();
+        for (std::uint32_t i = 0; i < n && pbktCursor != nullptr; ++i)
+            Next();
+    }
+    nDXCursor = static_cast<std::int32_t>(n);
+    return Retrieve();
 }
 
 void* CPList::Peek() {
@@ -342,6 +369,19 @@ char CPList::Detach(void* pv) {
     ClearResetPoint();
     CPBucket* const pbkt = FindBucket(pv);
     if (pbkt == nullptr) return 0;
+    DecrementLength();
+    DetachBucket(pbkt);
+    return 1;
+}
+
+char CPList::DetachKnownBucket(CPBucket* pbkt) {
+    ClearResetPoint();
+    // Where FindBucket would have stopped.
+    pbktPeek = nullptr;
+    pbktFound = pbkt;
+    pbktPrevFound = GetPredecessor(pbkt);
+    pbktCursor = pbkt;
+    pbktGot = pbkt;
     DecrementLength();
     DetachBucket(pbkt);
     return 1;
@@ -490,6 +530,14 @@ void* CPList::FirstThat(pfnCondFunc pfnCond, void* pvUser) {
     pbktCursor = pits->_get_pbktCursor();
     nDXCursor = -1;
     return pv;
+}
+
+void* CPList::SettleFirstThat(CPBucket* pbktMatch) {
+    if (nLength == 0) return nullptr;
+    FreshInternalState()->settleScan(pbktMatch);
+    pbktCursor = pbktMatch;
+    nDXCursor = -1;
+    return DataOf(pbktMatch);
 }
 
 void* CPList::NextThat(pfnCondFunc pfnCond, void* pvUser) {

@@ -47,6 +47,9 @@ public:
         nDXCursor = -1;
     }
     void gotoResetPoint();
+    // Where a scan from the top that stops at pbkt (null: that ran off the
+    // end) leaves the position.
+    void settleScan(CPBucket* pbkt);
     CPBucket* getPredecessor(CPBucket* pbkt) const;
     CPBucket* _get_pbktCursor() const { return pbktCursor; }
     CPBucket* I_get_pbktGot() const { return pbktGot; }
@@ -113,20 +116,14 @@ public:
     // across the steps, which forget it.
     void* RetrieveIDX(std::uint32_t n) final {
         if (n >= nLength) return nullptr;
-        if (nDXCursor != -1) {
-            // Off the end, further steps move nothing.
-            std::int64_t nSteps = static_cast<std::int64_t>(n) - nDXCursor;
-            for (; nSteps < 0 && pbktCursor != nullptr; ++nSteps)
-                Prev();
-            for (; nSteps > 0 && pbktCursor != nullptr; --nSteps)
-                Next();
-        } else {
-            GotoTop();
-            for (std::uint32_t i = 0; i < n && pbktCursor != nullptr; ++i)
-                Next();
+        // The next index in order, the common case, is one step on.
+        if (nDXCursor != -1 && n == static_cast<std::uint32_t>(nDXCursor) + 1 &&
+            pbktCursor != nullptr && pbktCursor != pbktTail) {
+            pbktCursor = pbktCursor->_get_pbktNext();
+            nDXCursor = static_cast<std::int32_t>(n);
+            return Retrieve();
         }
-        nDXCursor = static_cast<std::int32_t>(n);
-        return Retrieve();
+        return WalkToIDX(n);
     }
     // A negative index counts from the end.
     void* operator[](int n);
@@ -144,6 +141,23 @@ public:
     }
     void GotoResetPoint();
     CPBucket* GetPredecessor(CPBucket* pbkt) const;
+
+    // For a caller that already knows where a search ends (a keyed index
+    // kept beside the list): these leave the list exactly as the search
+    // would. After GotoTop and RetrieveIDX from 0 up to n, with pbkt the
+    // bucket at index n:
+    void SettleIndexedRead(CPBucket* pbkt, std::uint32_t n) {
+        pbktPeek = nullptr;
+        pbktCursor = pbkt;
+        pbktGot = pbkt;
+        nDXCursor = static_cast<std::int32_t>(n);
+    }
+    // After FirstThat whose condition first holds for pbktMatch (null: for
+    // none); answers what FirstThat would.
+    void* SettleFirstThat(CPBucket* pbktMatch);
+    // Detach of the element in pbkt, a bucket of this list, without the
+    // search: the list ends as Detach leaves it.
+    char DetachKnownBucket(CPBucket* pbkt);
 
     CPBucket* _get_pbktCursor() const { return pbktCursor; }
     // Leaves the index alone.
@@ -200,6 +214,7 @@ protected:
 private:
     // The walk DetachAll releases: from the head, at most Length() buckets.
     template <class F> void ForOwnBuckets(F f);
+    void* WalkToIDX(std::uint32_t n);
     CPBucket* NewBucket(void* pv);
     ListIterationState* FreshInternalState();
     void FollowInternalState(CPList const& other);

@@ -1,6 +1,6 @@
 // The built-in vocabulary of the unit library: the rows of every table as
 // constant data, and the unit objects made from them. The rows stand as the
-// suite has always had them, odd spellings, shared symbols and factors
+// suite defines them, odd spellings, shared symbols and factors
 // included, since stored values and user files depend on them.
 #pragma once
 

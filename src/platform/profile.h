@@ -1,5 +1,5 @@
 // Private profiles: settings kept as INI text files, read and written with
-// the calls and rules that configuration files of this kind have always had.
+// the calls and rules that clients of such files rely on.
 //
 // The file is read afresh on every call; nothing is cached.
 //
