@@ -8,7 +8,7 @@
 #include <cpcoll/cpdict.h>
 #include <util/confdat.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 // little-endian, then a zlib stream of the text.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -11,7 +11,7 @@
 #pragma once
 
 #include <platform/internet.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <string>

@@ -4,7 +4,7 @@
 // Calls block on the caller's thread.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -13,14 +13,12 @@
 
 namespace {
 
-constexpr char kUnit[] = "baseobj/namedobj";
-using Check = UnitChecks<kUnit>;
 
 // A copy of the text in a block of new[].
 char* Duplicate(char const* sz) {
     std::size_t const n = std::strlen(sz) + 1;
     char* const p = new (std::nothrow) char[n];
-    Check::FailIfNIL(p, "szName");
+    SV_FAIL_IF_NIL(p, "szName");
     if (p != nullptr) std::memcpy(p, sz, n);
     return p;
 }
@@ -28,7 +26,7 @@ char* Duplicate(char const* sz) {
 // The rooms of a step are fixed, so a longer text ends through the check.
 void CopyIntoRoom(char* room, char const* sz) {
     std::size_t const n = std::strlen(sz);
-    Check::Assert(n < EdgeSpec::kTextRoom, "strlen(sz) < 2048");
+    SV_ASSERT(n < EdgeSpec::kTextRoom, "strlen(sz) < 2048");
     std::memcpy(room, sz, n + 1);
 }
 
@@ -505,7 +503,7 @@ private:
 void Navigable::ForEach(pfnNavAction fn, void* pvUser, short nOrder, short nRelation,
                         char* szSupplemental, pfnNavAction fnBefore, pfnNavAction fnAfter,
                         pfnNavAction fnBetween) {
-    Check::Assert(fn != nullptr, "fn");
+    SV_ASSERT(fn != nullptr, "fn");
     ActionVisitor visitor(fn, pvUser, nOrder, fnBefore, fnAfter, fnBetween);
     Walk(visitor, nRelation, szSupplemental);
 }
@@ -513,14 +511,14 @@ void Navigable::ForEach(pfnNavAction fn, void* pvUser, short nOrder, short nRela
 void Navigable::ForEach(pfnNavCond fn, void* pvUser, short nOrder, short nRelation,
                         char* szSupplemental, pfnNavCond fnBefore, pfnNavCond fnAfter,
                         pfnNavCond fnBetween) {
-    Check::Assert(fn != nullptr, "fn");
+    SV_ASSERT(fn != nullptr, "fn");
     CondVisitor visitor(fn, pvUser, nOrder, fnBefore, fnAfter, fnBetween);
     Walk(visitor, nRelation, szSupplemental);
 }
 
 void Navigable::ForEachThat(pfnNavAction fn, void* pvUser, pfnNavCond fnCond, void* pvCondUser,
                             short nOrder, short nRelation, char* szSupplemental) {
-    Check::Assert(fn != nullptr, "fn");
+    SV_ASSERT(fn != nullptr, "fn");
     ThatVisitor visitor(fn, pvUser, fnCond, pvCondUser, nOrder);
     Walk(visitor, nRelation, szSupplemental);
 }

@@ -6,7 +6,7 @@
 
 #include <cpcoll/recycler.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstddef>
 #include <cstdint>

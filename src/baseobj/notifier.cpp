@@ -14,8 +14,6 @@ std::uint32_t Notifiable::ulInstanceCount = 0;
 
 namespace {
 
-constexpr char kUnit[] = "baseobj/notifier";
-using Check = UnitChecks<kUnit>;
 
 std::uintptr_t Key(void const* pv) {
     return reinterpret_cast<std::uintptr_t>(pv);
@@ -80,7 +78,7 @@ bool StillLinked(CrTree* ptree, void const* pvKey, Notification* pcrec) {
 
 CrTree* NewTree(char const* szName) {
     auto* const ptree = new (std::nothrow) CrTree;
-    Check::FailIfNIL(ptree, szName);
+    SV_FAIL_IF_NIL(ptree, szName);
     ptree->AddRef();
     return ptree;
 }
@@ -151,13 +149,13 @@ char Notifier::ConnectNotifiable(Notifiable* pns, std::uint32_t ulMask) {
     Notification* pcrecA = Find(pns);
     if (pcrecA == nullptr) {
         pcrecA = new (std::nothrow) Notification(ulMask, pns, this);
-        Check::FailIfNIL(pcrecA, "pcrecA");
+        SV_FAIL_IF_NIL(pcrecA, "pcrecA");
         if (AddNotifiable(pcrecA, pns) == 0) return 0;
         pns->AddNotifier(pcrecA, this);
         return 1;
     }
-    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
-    Check::Assert(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
+    SV_ASSERT(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    SV_ASSERT(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
     pcrecA->AddMask(ulMask);
     return 1;
 }
@@ -166,8 +164,8 @@ char Notifier::DisconnectNotifiable(Notifiable* pns, std::uint32_t ulMask) {
     if (pns == nullptr) return 0;
     Notification* const pcrecA = Find(pns);
     if (pcrecA == nullptr) return 0;
-    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
-    Check::Assert(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
+    SV_ASSERT(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    SV_ASSERT(pcrecA->IsNotifiable(pns), "pcrecA->IsNotifiable(pnsNotifiable)");
     if (pcrecA->RemoveMask(ulMask) == 0) {
         pns->RemoveNotifier(this);
         RemoveNotifiable(pns);
@@ -194,15 +192,15 @@ void Notifier::DisconnectAllNotifiables(std::uint32_t ulMask) {
 }
 
 char Notifier::SwapNotifiables(Notifiable* pnsOld, Notifiable* pnsNew) {
-    Check::Assert(pnsOld != nullptr, "pnsOld");
-    Check::Assert(pnsNew != nullptr, "pnsNew");
+    SV_ASSERT(pnsOld != nullptr, "pnsOld");
+    SV_ASSERT(pnsNew != nullptr, "pnsNew");
     Notification* const pcrecA = Find(pnsOld);
     if (pcrecA == nullptr) return 0;
-    Check::Assert(pcrecA->IsNotifiable(pnsOld), "pcrecA->IsNotifiable(pnsOld)");
-    Check::Assert(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
+    SV_ASSERT(pcrecA->IsNotifiable(pnsOld), "pcrecA->IsNotifiable(pnsOld)");
+    SV_ASSERT(pcrecA->IsNotifier(this), "pcrecA->IsNotifier(this)");
     std::uint32_t const ulMask = pcrecA->_get_ulMask();
-    Check::Assert(pnsOld->RemoveNotifier(this) != 0, "pnsOld->RemoveNotifier(this)");
-    Check::Assert(RemoveNotifiable(pnsOld) != 0, "RemoveNotifiable(pnsOld)");
+    SV_ASSERT(pnsOld->RemoveNotifier(this) != 0, "pnsOld->RemoveNotifier(this)");
+    SV_ASSERT(RemoveNotifiable(pnsOld) != 0, "RemoveNotifiable(pnsOld)");
     return ConnectNotifiable(pnsNew, ulMask);
 }
 
@@ -288,13 +286,13 @@ char Notifiable::ConnectNotifier(Notifier* pns, std::uint32_t ulMask) {
     Notification* pcrecA = Find(pns);
     if (pcrecA == nullptr) {
         pcrecA = new (std::nothrow) Notification(ulMask, this, pns);
-        Check::FailIfNIL(pcrecA, "pcrecA");
+        SV_FAIL_IF_NIL(pcrecA, "pcrecA");
         if (AddNotifier(pcrecA, pns) == 0) return 0;
         pns->AddNotifiable(pcrecA, this);
         return 1;
     }
-    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
-    Check::Assert(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
+    SV_ASSERT(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    SV_ASSERT(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
     pcrecA->AddMask(ulMask);
     return 1;
 }
@@ -303,8 +301,8 @@ char Notifiable::DisconnectNotifier(Notifier* pns, std::uint32_t ulMask) {
     if (pns == nullptr) return 0;
     Notification* const pcrecA = Find(pns);
     if (pcrecA == nullptr) return 0;
-    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
-    Check::Assert(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
+    SV_ASSERT(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    SV_ASSERT(pcrecA->IsNotifier(pns), "pcrecA->IsNotifier(pnsNotifier)");
     if (pcrecA->RemoveMask(ulMask) == 0) {
         pns->RemoveNotifiable(this);
         RemoveNotifier(pns);
@@ -329,15 +327,15 @@ void Notifiable::DisconnectAllNotifiers(std::uint32_t ulMask) {
 }
 
 char Notifiable::SwapNotifiers(Notifier* pnsOld, Notifier* pnsNew) {
-    Check::Assert(pnsOld != nullptr, "pnsOld");
-    Check::Assert(pnsNew != nullptr, "pnsNew");
+    SV_ASSERT(pnsOld != nullptr, "pnsOld");
+    SV_ASSERT(pnsNew != nullptr, "pnsNew");
     Notification* const pcrecA = Find(pnsOld);
     if (pcrecA == nullptr) return 0;
-    Check::Assert(pcrecA->IsNotifier(pnsOld), "pcrecA->IsNotifier(pnsOld)");
-    Check::Assert(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
+    SV_ASSERT(pcrecA->IsNotifier(pnsOld), "pcrecA->IsNotifier(pnsOld)");
+    SV_ASSERT(pcrecA->IsNotifiable(this), "pcrecA->IsNotifiable(this)");
     std::uint32_t const ulMask = pcrecA->_get_ulMask();
-    Check::Assert(pnsOld->RemoveNotifiable(this) != 0, "pnsOld->RemoveNotifiable(this)");
-    Check::Assert(RemoveNotifier(pnsOld) != 0, "RemoveNotifier(pnsOld)");
+    SV_ASSERT(pnsOld->RemoveNotifiable(this) != 0, "pnsOld->RemoveNotifiable(this)");
+    SV_ASSERT(RemoveNotifier(pnsOld) != 0, "RemoveNotifier(pnsOld)");
     return ConnectNotifier(pnsNew, ulMask);
 }
 
@@ -365,8 +363,8 @@ void Notifiable::ReceiveDispatch(Notification* pcrec) {
 }
 
 char Notifiable::AddNotifier(Notification* pcrec, Notifier* pns) {
-    Check::Assert(pns != nullptr, "pnsKey");
-    Check::Assert(pcrec != nullptr, "pcrecThe");
+    SV_ASSERT(pns != nullptr, "pnsKey");
+    SV_ASSERT(pcrec != nullptr, "pcrecThe");
     return AddTo(ptreeNotifiers, pns, pcrec, "ptreeNotifiers");
 }
 

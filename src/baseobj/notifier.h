@@ -6,7 +6,7 @@
 #pragma once
 
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr char kUnit[] = "baseobj/tokstr";
-using Check = UnitChecks<kUnit>;
 
 constexpr std::int32_t kForCode = 31600;
 constexpr char kTextPrecision = -12;
@@ -263,7 +261,7 @@ bool TokenStream::Reaches(TokenStream const* pts) const {
 void TokenStream::Adopt(TokenStream* pts) {
     if (pts == ptsSubstitute) return;
     // A stream that walked into itself would never come back out.
-    Check::Assert(!Reaches(pts), "!Reaches(ptsSubstitute)");
+    SV_ASSERT(!Reaches(pts), "!Reaches(ptsSubstitute)");
     if (pts != nullptr) pts->AddRef();
     if (ptsSubstitute != nullptr) ptsSubstitute->Release();
     ptsSubstitute = pts;
@@ -302,12 +300,12 @@ void TokenStream::AddToken(Token* ptok, TokenStream* ptsFrom) {
             // it the same way, by the marker and the same substitute.
             TokenStream* const ptsSub = ptsFrom->ptsSubstitute;
             if (ptsSub == nullptr || TokenOf(ptsSub->_get_pbktGot()) != ptok)
-                Check::Assert(false, "1 == 0");
+                SV_ASSERT(false, "1 == 0");
             Adopt(ptsSub);
             if (TokenOf(lstTokens._get_pbktTail()) != ptokThere) Append(lstTokens, ptokThere);
             return;
         }
-        Check::Assert(ptsFrom->FindBucket(ptok) != nullptr, "pbktToken");
+        SV_ASSERT(ptsFrom->FindBucket(ptok) != nullptr, "pbktToken");
         Append(lstTokens, ptok);
         return;
     }
@@ -316,7 +314,7 @@ void TokenStream::AddToken(Token* ptok, TokenStream* ptsFrom) {
         // substitute of this stream's own.
         if (ptsSubstitute == nullptr) {
             auto* const ptsNew = new (std::nothrow) TokenStream;
-            Check::FailIfNIL(ptsNew, "ptsSubstitute");
+            SV_FAIL_IF_NIL(ptsNew, "ptsSubstitute");
             Adopt(ptsNew);
         }
         Token* const ptokMarker = TokenOf(ptsFrom->pbktSubstitution);
@@ -399,7 +397,7 @@ short TokenStream::ScanBuffer(char const* sz, char bStringLiterals) {
     scn._set_bRecognizeStringLiterals(bStringLiterals);
     lstComments.DestroyAll(itReleaseToken);
     while (Token* const ptokA = scn.GetTokenPtr()) {
-        Check::Assert(ptokA->_get_nRefCount() == 0, "ptokA->_get_nRefCount() == 0");
+        SV_ASSERT(ptokA->_get_nRefCount() == 0, "ptokA->_get_nRefCount() == 0");
         Append(ptokA->MatchType(TY_COMMENT) != 0 ? lstComments : lstTokens, ptokA);
     }
     Reset();
@@ -569,7 +567,7 @@ void TokenStream::ReadList(std::istream& in, CPList& lst, std::int32_t nVersion)
     std::uint32_t const nCount = ReadLE(in, nVersion >= 2 ? 4 : 2);
     for (std::uint32_t i = 0; i < nCount; ++i) {
         auto* const ptokNew = new (std::nothrow) Token;
-        Check::FailIfNIL(ptokNew, "ptokNew");
+        SV_FAIL_IF_NIL(ptokNew, "ptokNew");
         ptokNew->AddRef();
         try {
             in >> *ptokNew;

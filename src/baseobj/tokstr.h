@@ -8,7 +8,7 @@
 
 #include <cpcoll/cplist.h>
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <iosfwd>

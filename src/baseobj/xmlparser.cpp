@@ -354,8 +354,6 @@ short XMLReader::ReadXML(std::istream* pis, pfnXMLStartHandler pfnStart, pfnXMLE
 
 namespace {
 
-constexpr char kXmlParserUnit[] = "baseobj/xmlparser";
-using XmlChecks = UnitChecks<kXmlParserUnit>;
 
 constexpr char kHeader[] = "<?xml version = \"1.0\"?>";
 constexpr char kAttributeAfterText[] = "<! ****** XML ERROR: ATTRIBS AFTER TEXT >\n\t\t";
@@ -411,7 +409,7 @@ XMLTagState* XMLEmitter::Newest() const {
 void XMLEmitter::StartTag(char* pszName) {
     if (bOpen == 0) return;
     // The record's name is a fixed field.
-    XmlChecks::Assert(pszName != nullptr && std::strlen(pszName) < XMLTagState::kNameSize,
+    SV_ASSERT(pszName != nullptr && std::strlen(pszName) < XMLTagState::kNameSize,
                       "strlen(pszName) < 64");
     if (XMLTagState* const pxmtsParent = Newest(); pxmtsParent == nullptr) {
         Put("\n\n"); // the first tag stands one blank line below the header
@@ -428,7 +426,7 @@ void XMLEmitter::StartTag(char* pszName) {
     Put(pszName);
     ++nDepth;
     auto* const pxmtsThe = new (std::nothrow) XMLTagState;
-    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    SV_FAIL_IF_NIL(pxmtsThe, "pxmtsThe");
     std::strcpy(pxmtsThe->szName, pszName);
     if (pstkTags->Push(pxmtsThe) == 0) delete pxmtsThe; // a full stack loses the tag
 }
@@ -455,7 +453,7 @@ void XMLEmitter::EndTag() {
 void XMLEmitter::Attribute(char* pszName, char* pszValue) {
     if (bOpen == 0) return;
     XMLTagState* const pxmtsThe = Newest();
-    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    SV_FAIL_IF_NIL(pxmtsThe, "pxmtsThe");
     if (pxmtsThe->bHasText != 0) Put(kAttributeAfterText);
     Put(" ");
     Put(pszName);
@@ -467,7 +465,7 @@ void XMLEmitter::Attribute(char* pszName, char* pszValue) {
 void XMLEmitter::Text(char* pszText, short bStartClosed) {
     if (bOpen == 0) return;
     XMLTagState* const pxmtsThe = Newest();
-    XmlChecks::FailIfNIL(pxmtsThe, "pxmtsThe");
+    SV_FAIL_IF_NIL(pxmtsThe, "pxmtsThe");
     pxmtsThe->bHasText = 1;
     if (bStartClosed == 0) Put(">");
     Put(pszText);

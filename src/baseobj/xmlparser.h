@@ -5,7 +5,7 @@
 #pragma once
 
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // plain zlib stream, with nothing of the wrapper's own around it.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <cstdio>

@@ -3,7 +3,7 @@
 // whole framework passes around.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <omdiunit/unitpriv.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 // dimension, reading a unit text, and converting values between units.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

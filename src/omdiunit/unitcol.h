@@ -4,7 +4,7 @@
 #pragma once
 
 #include <omdiunit/unitpriv.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

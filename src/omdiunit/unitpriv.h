@@ -6,7 +6,7 @@
 #include <omdiunit/cunitid.h>
 #include <util/createable.h>
 #include <util/exceptions.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

@@ -5,7 +5,7 @@
 #pragma once
 
 #include <omdiunit/unitpriv.h>
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <array>
 #include <cstddef>

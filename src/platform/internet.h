@@ -39,7 +39,7 @@
 // writing is sent when it is closed.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

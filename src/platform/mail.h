@@ -12,7 +12,7 @@
 // the server's replies and for a transfer that stalls.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
 // Where the framework's own shared library was loaded from.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -34,7 +34,7 @@
 // A file name without a folder is taken relative to the working directory.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 

@@ -11,7 +11,7 @@
 // stopped.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <chrono>
 #include <cstdint>

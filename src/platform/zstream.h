@@ -4,7 +4,7 @@
 // input and output windows between steps, as with the library's own stream.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <memory>

@@ -8,7 +8,7 @@
 // anything runs at all for a new thread; see <platform/thread.h>.
 #pragma once
 
-#include <util/export.h>
+#include <platform/export.h>
 
 #include <cstdint>
 #include <memory>

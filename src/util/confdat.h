@@ -7,7 +7,7 @@
 #pragma once
 
 #include <util/createable.h>
-#include <util/export.h>
+#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <cstdint>

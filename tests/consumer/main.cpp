@@ -3,12 +3,14 @@
 #include <baseobj/exception.h>
 #include <baseobj/lex.h>
 #include <baseobj/token.h>
+#include <util/confdat.h>
 #include <util/crc16.h>
 #include <util/dynabuf.h>
 #include <util/pstring.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <sstream>
 
 namespace {
@@ -64,6 +66,12 @@ int main() {
     } catch (Exception const& e) {
         Expect(e._get_nException() == 292, "an unterminated string threw another code");
     }
+
+    // The configuration file sits beside the library this program loaded.
+    std::filesystem::path const ini = ConfigData::GetConfigFilePath();
+    Expect(ini.filename() == "sorvane.ini" &&
+               std::filesystem::exists(ini.parent_path() / "libsorvane.so"),
+           "the configuration file is not beside the loaded library");
 
     return gFailures == 0 ? 0 : 1;
 }

@@ -1,0 +1,6 @@
+# The upper layer of src/baseobj, above the units of measure: named objects
+# and navigation, notifications, configuration; values, monikers and
+# resources come here too.
+sorvane_layer(sorvane_objects FOLDER baseobj
+    UNITS namedobj notifier configreader
+    BELOW sorvane_units)
