@@ -51,19 +51,27 @@ test_suite() {
     ctest --preset "$preset"
 }
 
+# What the demo started, stopped when it ends, fails or is interrupted.
+demo_cleanup=()
+stop_demo() {
+    local c
+    for c in "${demo_cleanup[@]}"; do eval "$c"; done
+    demo_cleanup=()
+}
+
 demo() {
     build default
     local bin=$root/build/default
     local shot=$root/build/splash-demo.png
-    local cleanup=()
-    trap 'for c in "${cleanup[@]}"; do eval "$c"; done' EXIT
+    trap stop_demo EXIT
+    trap 'stop_demo; exit 130' INT TERM
     # The server registers itself for this user: the bus's service file, the
     # class's entries in the store.
     "$bin/orvelsplash" -RegServer
     if [ -z "${DISPLAY:-}" ]; then
         local n=$((90 + RANDOM % 100))
         Xvfb ":$n" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
-        cleanup+=("kill $! 2>/dev/null")
+        demo_cleanup+=("kill $! 2>/dev/null")
         for _ in $(seq 100); do [ -S "/tmp/.X11-unix/X$n" ] && break; sleep 0.05; done
         export DISPLAY=":$n"
         echo "No display: using the virtual display $DISPLAY"
@@ -72,7 +80,7 @@ demo() {
         local address
         address=$(dbus-daemon --session --fork --print-address=1 --print-pid=1 | { read -r a; read -r p; echo "$a $p"; })
         export DBUS_SESSION_BUS_ADDRESS=${address% *}
-        cleanup+=("kill ${address##* } 2>/dev/null")
+        demo_cleanup+=("kill ${address##* } 2>/dev/null")
         echo "No session bus: started one at $DBUS_SESSION_BUS_ADDRESS"
     fi
     "$bin/splashctl" show --title "Heat Exchanger Designer" --subtitle "Orvel Thermal Suite" \
@@ -84,6 +92,8 @@ demo() {
     wait "$client"
     # The splash ends by itself at its next tick after the client lets go.
     sleep 4
+    stop_demo
+    echo "The screenshot is at $shot"
 }
 
 bench() {
