@@ -45,6 +45,7 @@ function(sorvane_layer name)
         list(APPEND map "${L_FOLDER}/${unit}=${name}")
     endforeach()
     set(SORVANE_LAYER_MAP ${map} CACHE INTERNAL "")
+    set_property(GLOBAL PROPERTY SORVANE_UNITS_${name} ${L_UNITS})
     sorvane_stage_headers(${stage} ${L_FOLDER} ${headers})
 
     add_library(${name} STATIC ${sources} ${headers})
