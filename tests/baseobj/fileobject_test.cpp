@@ -2,7 +2,7 @@
 
 #include "tempdir.h"
 
-#include <util/exceptions.h>
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -109,28 +109,22 @@ TEST(FileObjectTest, UnreadableEmptyTruncatedOrDamagedFilesGiveNull) {
 }
 
 TEST(FileObjectTest, FailuresAreReportedToTheLogWithTheName) {
-    std::string const log = baseobj_test::FixedPath("report.log");
     std::string const bad = baseobj_test::FixedPath("bad");
     std::string const unmade = baseobj_test::FixedPath("no/dir");
-    std::remove(log.c_str());
     WriteBytes(bad, std::string("\x10\0\0\0garbage garbage", 19));
-    EXPECT_EXIT(
-        {
-            Exceptions::_get_gexeptnsThe()._set_szFilePath(log.c_str());
+    std::string const body = test_support::ChildReport(
+        [&] {
             std::int32_t n = 0;
             FileObject::CreateBuffer(bad.c_str(), 1, &n);
             char text[] = "t";
             FileObject::WriteBuffer(unmade.c_str(), text, 0);
-            std::exit(0);
         },
-        ::testing::ExitedWithCode(0), "");
-    std::string const body = ReadBytes(log);
+        0);
     EXPECT_NE(body.find("Message: \"ERROR Decompressing file: " + bad + "\n"), std::string::npos);
     EXPECT_NE(body.find("Message: \"Failed opening output file in lex.cpp:2169\nMessage: \"" +
                         unmade + "\n"),
               std::string::npos)
         << body;
-    std::remove(log.c_str());
     std::remove(bad.c_str());
 }
 

@@ -4,13 +4,12 @@
 // openssl at test time.
 #pragma once
 
+#include <support/files.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -34,35 +33,9 @@ inline std::string ServersScript() {
     return (fs::path(__FILE__).parent_path() / "inet_servers.py").string();
 }
 
-// A folder of its own for one test, removed with the object.
-class ScratchDir {
-public:
-    ScratchDir() {
-        std::string pattern = (fs::temp_directory_path() / "sorvane-inet-XXXXXX").string();
-        char* made = ::mkdtemp(pattern.data());
-        path_ = made != nullptr ? made : "";
-    }
-    ~ScratchDir() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchDir(ScratchDir const&) = delete;
-    ScratchDir& operator=(ScratchDir const&) = delete;
-    fs::path const& path() const { return path_; }
-    std::string operator/(std::string const& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-};
-
-inline std::string ReadFile(std::string const& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-inline void WriteFile(std::string const& path, std::string const& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
+using test_support::ReadAll;
+using test_support::ScratchDir;
+using test_support::WriteAll;
 
 // One server process; its standard input is held open, and closing it (then
 // SIGTERM, should that not do) ends the server.

@@ -78,7 +78,7 @@ TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
     std::string out = "<";
     EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
     EXPECT_EQ(out, "<welcome user");
-    std::string const seen = ReadFile(dir / "last-get.json");
+    std::string const seen = ReadAll(dir / "last-get.json");
     EXPECT_NE(seen.find("\"agent\": \"InternetClient 1.0\""), std::string::npos) << seen;
 
     // No challenge: 1, and nothing appended. Else the second answer's status.
@@ -116,11 +116,11 @@ TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
     ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string body = "name=a&value=\x01\xff\r\n";
     body += std::string(5000, 'z'); // longer than one step of any buffer
-    WriteFile(dir / "expected-post.bin", body);
-    WriteFile(dir / "upload.bin", body + std::string(1, '\0') + "after the NUL");
+    WriteAll(dir / "expected-post.bin", body);
+    WriteAll(dir / "upload.bin", body + std::string(1, '\0') + "after the NUL");
     EXPECT_EQ(Post(client, "/check", dir / "upload.bin"), 201);
-    EXPECT_TRUE(ReadFile(dir / "last-post.bin") == body);
-    std::string const seen = ReadFile(dir / "last-post.json");
+    EXPECT_TRUE(ReadAll(dir / "last-post.bin") == body);
+    std::string const seen = ReadAll(dir / "last-post.json");
     EXPECT_NE(seen.find("\"cache\": \"no-cache\""), std::string::npos) << seen;
 
     EXPECT_EQ(Post(client, "/check", dir / "missing.bin"), HttpClient::POST_NO_FILE);
@@ -129,7 +129,7 @@ TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
 TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
     HttpClient client;
     ASSERT_TRUE(Connect(client, http.Address("http://")));
-    WriteFile(dir / "body.txt", "b");
+    WriteAll(dir / "body.txt", "b");
     // To HTTPS: not followed, the redirect is the answer.
     EXPECT_EQ(Post(client, "/redirect?https://127.0.0.1:1/x", dir / "body.txt"), 302);
     // Same scheme: followed, to the challenge and past it.
@@ -221,30 +221,33 @@ TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
 
 namespace {
 
+short ConnectFtp(FtpClient& client, Server const& ftp, std::string password = kPassword) {
+    std::string server = ftp.Address(), user = kUser;
+    return client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
+                                  Mutable(password));
+}
+
+// Every entry of the current directory as GetFirst/GetNext give them.
+std::vector<std::string> Listing(FtpClient& client) {
+    std::vector<std::string> names;
+    char entry[300];
+    if (client.GetFirstDirectoryEntry(entry) == 0) return {entry};
+    do
+        names.push_back(entry);
+    while (client.GetNextDirectoryEntry(entry) == 1);
+    EXPECT_STREQ(entry, "");
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 class FtpTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_GT(ftp.port(), 0);
-        std::string server = ftp.Address(), user = kUser, password = kPassword;
-        ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP,
-                                         Mutable(user), Mutable(password)),
-                  1);
+        ASSERT_EQ(ConnectFtp(client, ftp), 1);
     }
     fs::path root() const { return dir.path() / "root"; }
     std::string Local(std::string const& name) const { return dir / name; }
-
-    // Every entry of the current directory as GetFirst/GetNext give them.
-    std::vector<std::string> Listing() {
-        std::vector<std::string> names;
-        char entry[300];
-        if (client.GetFirstDirectoryEntry(entry) == 0) return {entry};
-        do
-            names.push_back(entry);
-        while (client.GetNextDirectoryEntry(entry) == 1);
-        EXPECT_STREQ(entry, "");
-        std::sort(names.begin(), names.end());
-        return names;
-    }
 
     ScratchDir dir;
     bool made = fs::create_directory(root()); // before the server serves it
@@ -263,18 +266,18 @@ std::string Binary(std::size_t size) {
 
 TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
     std::string const data = Binary(300000); // NUL bytes and CR LF pairs survive
-    WriteFile(Local("up.bin"), data);
+    WriteAll(Local("up.bin"), data);
     std::string local = Local("up.bin"), remote = "up.bin";
     ASSERT_EQ(client.PutFile(Mutable(local), Mutable(remote)), 1);
-    EXPECT_TRUE(ReadFile((root() / "up.bin").string()) == data);
+    EXPECT_TRUE(ReadAll((root() / "up.bin").string()) == data);
 
     std::string from = "up.bin", to = "moved.bin", back = Local("down.bin");
     ASSERT_EQ(client.RenameFile(Mutable(from), Mutable(to)), 1);
     ASSERT_EQ(client.GetFile(Mutable(to), Mutable(back)), 1);
-    EXPECT_TRUE(ReadFile(back) == data);
+    EXPECT_TRUE(ReadAll(back) == data);
     EXPECT_EQ(client.GetFile(Mutable(from), Mutable(back)), 0); // gone by its old name
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_EXTENDED_ERROR);
-    EXPECT_TRUE(ReadFile(back) == data) << "a failed fetch leaves the local file alone";
+    EXPECT_TRUE(ReadAll(back) == data) << "a failed fetch leaves the local file alone";
 
     ASSERT_EQ(client.DeleteFileA(Mutable(to)), 1);
     EXPECT_FALSE(fs::exists(root() / "moved.bin"));
@@ -283,14 +286,14 @@ TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
     EXPECT_EQ(client.PutFile(Mutable(missing), Mutable(remote)), 0);
 
     // An empty file comes back as an empty file.
-    WriteFile((root() / "empty.txt").string(), "");
+    WriteAll((root() / "empty.txt").string(), "");
     std::string empty = "empty.txt", emptyLocal = Local("empty.txt");
     ASSERT_EQ(client.GetFile(Mutable(empty), Mutable(emptyLocal)), 1);
     EXPECT_TRUE(fs::exists(emptyLocal));
 }
 
 TEST_F(FtpTest, DirectoriesAndListings) {
-    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+    EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
     char cwd[64];
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/");
@@ -298,17 +301,17 @@ TEST_F(FtpTest, DirectoriesAndListings) {
     std::string sub = "sub", empty = "sub/empty";
     ASSERT_EQ(client.MakeDirectory(Mutable(sub)), 1);
     ASSERT_EQ(client.MakeDirectory(Mutable(empty)), 1);
-    WriteFile((root() / "a file.txt").string(), "x");
-    WriteFile((root() / "sub" / "inner.txt").string(), "y");
-    EXPECT_EQ(Listing(), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
+    WriteAll((root() / "a file.txt").string(), "x");
+    WriteAll((root() / "sub" / "inner.txt").string(), "y");
+    EXPECT_EQ(Listing(client), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
 
     ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/sub");
-    EXPECT_EQ(Listing(), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
+    EXPECT_EQ(Listing(client), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
     std::string emptyHere = "empty";
     ASSERT_EQ(client.SetWorkingDirectory(Mutable(emptyHere)), 1);
-    EXPECT_EQ(Listing(), std::vector<std::string>{"Directory Empty"});
+    EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
 
     // A directory that is not there, and a buffer too small, leave it empty.
     std::string nowhere = "nowhere", up = "../..";
@@ -342,7 +345,7 @@ TEST_F(FtpTest, OpenFileReadsAndWrites) {
     EXPECT_EQ(client.WriteToFile(Mutable(part1), part1.size()), 600u);
     EXPECT_EQ(client.WriteToFile(Mutable(part2), part2.size()), 400u);
     ASSERT_EQ(client.CloseFile(), 1);
-    EXPECT_TRUE(ReadFile((root() / "stream.bin").string()) == data);
+    EXPECT_TRUE(ReadAll((root() / "stream.bin").string()) == data);
 
     ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_READ), 1);
     std::string back;
@@ -363,10 +366,7 @@ TEST(FtpLoginTest, WrongPasswordIsRefusedAtConnection) {
     ScratchDir dir;
     Server ftp{{"ftp", dir.path().string()}};
     FtpClient client;
-    std::string server = ftp.Address(), user = kUser, password = "wrong";
-    EXPECT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
-                                     Mutable(password)),
-              0);
+    EXPECT_EQ(ConnectFtp(client, ftp, "wrong"), 0);
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_INCORRECT_PASSWORD);
 }
 
@@ -375,21 +375,11 @@ TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
     fs::create_directories(dir.path() / "root" / "sub");
     Server ftp{{"ftp", (dir.path() / "root").string(), "nomlsd"}};
     ASSERT_GT(ftp.port(), 0);
-    WriteFile((dir.path() / "root" / "two  spaces.txt").string(), "12345");
+    WriteAll((dir.path() / "root" / "two  spaces.txt").string(), "12345");
     FtpClient client;
-    std::string server = ftp.Address(), user = kUser, password = kPassword, sub = "sub";
-    ASSERT_EQ(client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
-                                     Mutable(password)),
-              1);
-    std::vector<std::string> names;
-    char entry[300];
-    ASSERT_EQ(client.GetFirstDirectoryEntry(entry), 1);
-    do
-        names.push_back(entry);
-    while (client.GetNextDirectoryEntry(entry) == 1);
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
+    ASSERT_EQ(ConnectFtp(client, ftp), 1);
+    EXPECT_EQ(Listing(client), (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
+    std::string sub = "sub";
     ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
-    EXPECT_EQ(client.GetFirstDirectoryEntry(entry), 0);
-    EXPECT_STREQ(entry, "Directory Empty");
+    EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
 }

@@ -232,7 +232,6 @@ TEST_F(ScannerTest, CharacterClassesShapeIdentifiers) {
     scn.AugmentStringStartSpec('_');
     EXPECT_TRUE(scn.Match("_x"));
     scn._set_bRecognizeStringLiterals(0);
-    EXPECT_FALSE(scn._get_bRecognizeStringLiterals());
     EXPECT_TRUE(scn.Match('"'));
     EXPECT_TRUE(scn.Match("q"));
     EXPECT_TRUE(scn.Match('"'));

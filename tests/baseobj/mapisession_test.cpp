@@ -5,7 +5,7 @@
 #include <baseobj/mapisession.h>
 #include <platform/mail.h>
 #include <platform/registry.h>
-#include <util/exceptions.h>
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -15,8 +15,6 @@
 namespace {
 
 using namespace inet_test;
-
-constexpr int kFatalStatus = kDeadFocc & 0xFF;
 
 char* Mutable(std::string& text) {
     return text.data();
@@ -57,9 +55,7 @@ protected:
         SetValue(platform::kMailServerValue, "smtp://" + smtp.Address());
         SetValue(platform::kMailSenderValue, "sender@example.test");
     }
-    std::string Mail(int n) const {
-        return ReadFile(dir / ("mail-" + std::to_string(n) + ".json"));
-    }
+    std::string Mail(int n) const { return ReadAll(dir / ("mail-" + std::to_string(n) + ".json")); }
 
     ScratchDir dir;
     std::string home_;
@@ -87,8 +83,8 @@ TEST_F(MailTest, SendsRecipientsSubjectBodyAndAttachments) {
     ASSERT_GT(smtp.port(), 0);
     PointAt(smtp);
     std::string const binary("\x00\x01\xff\r\n\x80 end", 10);
-    WriteFile(dir / "report.bin", binary);
-    WriteFile(dir / "notes.txt", "plain notes\n");
+    WriteAll(dir / "report.bin", binary);
+    WriteAll(dir / "notes.txt", "plain notes\n");
 
     MAPISession session;
     ASSERT_EQ(session._get_bInitialized(), 1);

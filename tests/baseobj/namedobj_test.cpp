@@ -2,6 +2,8 @@
 
 #include <util/pstring.h>
 
+#include <support/fatal.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +16,6 @@
 namespace {
 
 using ::testing::ExitedWithCode;
-constexpr int kFatalStatus = 0xCC;
 
 // The deepest and shallowest stack addresses seen by the graph's cursors.
 struct StackSpan {

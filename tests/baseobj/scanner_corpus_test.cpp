@@ -7,12 +7,13 @@
 #include <baseobj/lex.h>
 #include <baseobj/token.h>
 
+#include "tempdir.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -21,16 +22,11 @@
 namespace {
 
 namespace fs = std::filesystem;
+using baseobj_test::ReadBytes;
+using baseobj_test::WriteBytes;
 
 fs::path CorpusDir() {
     return fs::path(__FILE__).parent_path() / "scanner_corpus";
-}
-
-std::string ReadFile(fs::path const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
 }
 
 std::string Quoted(char const* sz, char cQuote) {
@@ -118,20 +114,6 @@ std::string ScanStream(std::string const& input) {
     return Listing(scn);
 }
 
-void Compare(fs::path const& expectedPath, std::string const& actual, char const* source) {
-    ASSERT_TRUE(fs::exists(expectedPath)) << expectedPath;
-    EXPECT_EQ(ReadFile(expectedPath), actual) << source << " of " << expectedPath.filename();
-}
-
-void Update(fs::path const& expected, fs::path const& streamExpected, std::string const& buffer,
-            std::string const& stream) {
-    std::ofstream(expected, std::ios::binary) << buffer;
-    if (stream != buffer)
-        std::ofstream(streamExpected, std::ios::binary) << stream;
-    else
-        fs::remove(streamExpected);
-}
-
 } // namespace
 
 TEST(ScannerCorpusTest, EachInputScansAsItsListingFromBothSources) {
@@ -141,19 +123,24 @@ TEST(ScannerCorpusTest, EachInputScansAsItsListingFromBothSources) {
         if (entry.path().extension() == ".in") inputs.push_back(entry.path());
     ASSERT_GE(inputs.size(), 10u);
     for (fs::path const& input : inputs) {
-        std::string const text = ReadFile(input);
-        fs::path expected = input;
+        SCOPED_TRACE(input.filename().string());
+        std::string const text = ReadBytes(input);
+        fs::path expected = input, streamExpected = input;
         expected.replace_extension(".expected");
-        fs::path streamExpected = input;
         streamExpected.replace_extension(".stream.expected");
-        std::string const buffer = ScanBuffer(text);
-        std::string const stream = ScanStream(text);
+        std::string const buffer = ScanBuffer(text), stream = ScanStream(text);
         if (std::getenv("SORVANE_UPDATE_CORPUS") != nullptr) {
-            Update(expected, streamExpected, buffer, stream);
+            WriteBytes(expected, buffer);
+            if (stream != buffer)
+                WriteBytes(streamExpected, stream);
+            else
+                fs::remove(streamExpected);
             continue;
         }
-        Compare(expected, buffer, "the buffer");
-        Compare(fs::exists(streamExpected) ? streamExpected : expected, stream, "the stream");
+        ASSERT_TRUE(fs::exists(expected));
+        EXPECT_EQ(ReadBytes(expected), buffer) << "the buffer";
+        EXPECT_EQ(ReadBytes(fs::exists(streamExpected) ? streamExpected : expected), stream)
+            << "the stream";
     }
     Exception::_set_bDisableMessageBoxes(0);
 }

@@ -2,53 +2,26 @@
 // end, and whole-file reads and writes of bytes.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <support/files.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 namespace baseobj_test {
 
-class TempDir {
-public:
-    TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sorvane-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "mkdtemp";
-        dir = pattern;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        std::filesystem::remove_all(dir, ec);
-    }
-    TempDir(TempDir const&) = delete;
-    TempDir& operator=(TempDir const&) = delete;
-
-    std::string Path(std::string const& name) const { return (dir / name).string(); }
-
-private:
-    std::filesystem::path dir;
-};
+using TempDir = test_support::ScratchDir;
 
 // A path that is the same in a death test's child, which runs the test again
 // from its start in a fresh process: named by the test.
 inline std::string FixedPath(std::string const& name) {
-    return ::testing::TempDir() + "sorvane_baseobj_" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
+    return test_support::TestFileName(name);
 }
 
 inline std::string ReadBytes(std::string const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
+    return test_support::ReadAll(path);
 }
 
 inline void WriteBytes(std::string const& path, std::string const& bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    test_support::WriteAll(path, bytes);
 }
 
 } // namespace baseobj_test

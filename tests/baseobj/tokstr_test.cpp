@@ -3,6 +3,7 @@
 #include <util/pstring.h>
 
 #include "support.h"
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -101,7 +102,7 @@ TEST_F(TokenStreamTest, WalkThroughMarkersAndSubstitutes) {
     TokenStream copy(ts);
     EXPECT_EQ(copy.Length(), 5);
     EXPECT_EQ(copy._get_ptsSubstitute(), sub);
-    EXPECT_EXIT(sub->_set_ptsSubstitute(&ts), ::testing::ExitedWithCode(0xCC), "");
+    EXPECT_EXIT(sub->_set_ptsSubstitute(&ts), ::testing::ExitedWithCode(kFatalStatus), "");
 
     ts.Reset();
     EXPECT_EQ(ts.Advance(2), 1);

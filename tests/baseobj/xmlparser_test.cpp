@@ -3,12 +3,10 @@
 #include "tempdir.h"
 #include "xml_recorder.h"
 
-#include <util/exceptions.h>
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <functional>
 #include <sstream>
 #include <string>
 
@@ -112,20 +110,7 @@ TEST(CXMLParserTest, RemoveSpecialSymbolsJudgesByTheNextByte) {
     }
 }
 
-// The statement ends the process through a fatal check with this text.
-void ExpectFatal(std::function<void()> const& statement, std::string const& text) {
-    std::string const path = baseobj_test::FixedPath("report.log");
-    std::remove(path.c_str());
-    EXPECT_EXIT(
-        {
-            Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
-            statement();
-        },
-        ::testing::ExitedWithCode(kDeadFocc & 0xFF), "");
-    std::string const log = baseobj_test::ReadBytes(path);
-    EXPECT_NE(log.find(" : " + text + "\n"), std::string::npos) << log;
-    std::remove(path.c_str());
-}
+using test_support::ExpectFatalReport;
 
 std::string Attributes(int n) {
     std::string s = "<e";
@@ -137,8 +122,8 @@ std::string Attributes(int n) {
 TEST(CXMLParserDeathTest, FortyNineAttributesFitAndAFiftiethEndsTheProcess) {
     Parsed const parsed = Parse(Attributes(49));
     EXPECT_NE(parsed.listing.find("\"a48\"=\"48\"\nE \"e\"\n"), std::string::npos);
-    ExpectFatal([] { Parse(Attributes(50)); }, "nAttributes < 49");
-    ExpectFatal(
+    ExpectFatalReport([] { Parse(Attributes(50)); }, "nAttributes < 49");
+    ExpectFatalReport(
         [] {
             CXMLParser unset;
             std::string text = "<a>";

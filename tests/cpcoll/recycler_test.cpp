@@ -1,17 +1,9 @@
 #include <cpcoll/recycler.h>
-#include <util/exceptions.h>
 
 #include "support.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <thread>
 #include <vector>
 
 namespace {

@@ -10,10 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -63,31 +60,11 @@ inline std::vector<void*> Forward(CPList const& lst) {
 }
 
 // Assert shows no text in its box, so the child writes a report log and the
-// parent reads the line from there.
-
-// lead is the log line up to the unit, e.g. "Warning: assertion failed in
-// cpcoll/cplist"; text is the condition as reported.
+// parent reads the line from there. lead is the log line up to the unit, e.g.
+// "Warning: assertion failed in cpcoll/cplist"; text is the condition.
 inline void ExpectFatal(std::function<void()> const& statement, std::string const& lead,
                         std::string const& text) {
-    // Fixed per test: the threadsafe child runs in a fresh process.
-    std::string const path = ::testing::TempDir() + "sorvane_cpcoll_" +
-                             ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-                             ".log";
-    std::remove(path.c_str());
-    EXPECT_EXIT(
-        {
-            Exceptions::_get_gexeptnsThe()._set_szFilePath(path.c_str());
-            statement();
-        },
-        ::testing::ExitedWithCode(kFatalStatus), "");
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream log;
-    log << in.rdbuf();
-    std::string const all = log.str();
-    std::size_t const at = all.find(lead + " at line ");
-    ASSERT_NE(at, std::string::npos) << all;
-    EXPECT_NE(all.find(" : " + text + "\n", at), std::string::npos) << all;
-    std::remove(path.c_str());
+    test_support::ExpectFatalReport(statement, text, lead);
 }
 
 inline void ExpectAssertion(std::function<void()> const& statement, std::string const& unit,

@@ -8,7 +8,6 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 using omdiunit_test::ThrownText;
 

@@ -7,6 +7,7 @@
 #include <omdiunit/omdiunit.h>
 
 #include "support.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -287,8 +288,8 @@ GnuAnswer ReadAnswer(std::string const& line) {
 // One GNU units process for all rows: each row is a "You have" line followed
 // by an empty "You want" line, which answers the row in base units.
 std::vector<GnuAnswer> AskGnuUnits() {
-    std::string const input = ::testing::TempDir() + "oracle_in.txt";
-    std::string const output = ::testing::TempDir() + "oracle_out.txt";
+    std::string const input = test_support::TestFileName("in.txt");
+    std::string const output = test_support::TestFileName("out.txt");
     {
         std::ofstream in(input);
         for (OracleRow const& row : kRows)

@@ -3,13 +3,13 @@
 // checked byte for byte, and two processes write one file at once.
 #include <platform/profile.h>
 
+#include <support/files.h>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,16 +23,8 @@ fs::path Corpus(char const* name) {
     return fs::path(__FILE__).parent_path() / "ini_corpus" / name;
 }
 
-std::string ReadFile(fs::path const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
-
-void WriteFile(fs::path const& path, std::string const& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
+using test_support::ReadAll;
+using test_support::WriteAll;
 
 // The list answer (names each ending with a NUL) as one text with '|'.
 std::string ListOf(char const* buffer, std::uint32_t count) {
@@ -44,16 +36,8 @@ std::string ListOf(char const* buffer, std::uint32_t count) {
 
 class ProfileTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = fs::path(::testing::TempDir()) /
-               ("profile_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
-    fs::path dir_;
+    test_support::ScratchDir scratch_;
+    fs::path const& dir_ = scratch_.path();
 };
 
 struct ValueCase {
@@ -177,7 +161,7 @@ TEST_F(ProfileTest, AMegabyteFileReadsItsFirstAndLastKeys) {
         text += "key" + std::to_string(i) + " = value number " + std::to_string(i) + "\r\n";
     text += "[After]\r\nlast=end\r\n";
     fs::path const path = dir_ / "big.ini";
-    WriteFile(path, text);
+    WriteAll(path, text);
     char buffer[64];
     GetPrivateProfileStringA("big", "KEY0", "", buffer, sizeof buffer, path.c_str());
     EXPECT_STREQ(buffer, "value number 0");
@@ -188,35 +172,35 @@ TEST_F(ProfileTest, AMegabyteFileReadsItsFirstAndLastKeys) {
 TEST_F(ProfileTest, WritesKeepEverythingElseByteForByte) {
     fs::path const path = dir_ / "edit.ini";
     std::string const file = path.string();
-    WriteFile(path, "; top\r\n[One]\r\n  Alpha = 1 ; not a comment\r\n# kept\r\n\r\n"
-                    "[Two]\r\nb=2\r\n");
+    WriteAll(path, "; top\r\n[One]\r\n  Alpha = 1 ; not a comment\r\n# kept\r\n\r\n"
+                   "[Two]\r\nb=2\r\n");
     // An existing key keeps its spelling; a new one follows the last entry.
     EXPECT_EQ(WritePrivateProfileStringA("one", "ALPHA", "10", file.c_str()), 1);
     EXPECT_EQ(WritePrivateProfileStringA("ONE", "gamma", "3", file.c_str()), 1);
     EXPECT_EQ(WritePrivateProfileStringA("Three", "c", "x y", file.c_str()), 1);
-    EXPECT_EQ(ReadFile(path), "; top\r\n[One]\r\nAlpha=10\r\n# kept\r\ngamma=3\r\n\r\n"
-                              "[Two]\r\nb=2\r\n[Three]\r\nc=x y\r\n");
+    EXPECT_EQ(ReadAll(path), "; top\r\n[One]\r\nAlpha=10\r\n# kept\r\ngamma=3\r\n\r\n"
+                             "[Two]\r\nb=2\r\n[Three]\r\nc=x y\r\n");
     // A null value deletes the key, a null key the section.
     EXPECT_EQ(WritePrivateProfileStringA("One", "# kept", nullptr, file.c_str()), 1);
     EXPECT_EQ(WritePrivateProfileStringA("Two", nullptr, nullptr, file.c_str()), 1);
     EXPECT_EQ(WritePrivateProfileStringA("Two", "absent", nullptr, file.c_str()), 1);
-    EXPECT_EQ(ReadFile(path), "; top\r\n[One]\r\nAlpha=10\r\ngamma=3\r\n\r\n[Three]\r\nc=x y\r\n");
+    EXPECT_EQ(ReadAll(path), "; top\r\n[One]\r\nAlpha=10\r\ngamma=3\r\n\r\n[Three]\r\nc=x y\r\n");
     EXPECT_EQ(WritePrivateProfileStringA(nullptr, "k", "v", file.c_str()), 0);
 
     // A file that ends without a newline, or uses bare LF, keeps that form.
-    WriteFile(path, "[A]\nk=1");
+    WriteAll(path, "[A]\nk=1");
     WritePrivateProfileStringA("A", "j", "2", file.c_str());
     WritePrivateProfileStringA("A", "k", "3", file.c_str());
-    EXPECT_EQ(ReadFile(path), "[A]\nk=3\nj=2");
+    EXPECT_EQ(ReadAll(path), "[A]\nk=3\nj=2");
     WritePrivateProfileStringA("B", "m", "4", file.c_str());
-    EXPECT_EQ(ReadFile(path), "[A]\nk=3\nj=2\n[B]\nm=4\n");
+    EXPECT_EQ(ReadAll(path), "[A]\nk=3\nj=2\n[B]\nm=4\n");
 
     // A missing file is made with CRLF; deleting from one makes nothing.
     fs::path const fresh = dir_ / "fresh.ini";
     EXPECT_EQ(WritePrivateProfileStringA("S", "k", nullptr, fresh.c_str()), 1);
     EXPECT_FALSE(fs::exists(fresh));
     EXPECT_EQ(WritePrivateProfileStringA("S", "k", "v", fresh.c_str()), 1);
-    EXPECT_EQ(ReadFile(fresh), "[S]\r\nk=v\r\n");
+    EXPECT_EQ(ReadAll(fresh), "[S]\r\nk=v\r\n");
     // No temporary file is left beside them; a folder that is missing fails.
     EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 2);
     EXPECT_EQ(WritePrivateProfileStringA("S", "k", "v", (dir_ / "no/such.ini").c_str()), 0);

@@ -2,6 +2,8 @@
 #include <platform/paths.h>
 #include <platform/registry.h>
 
+#include <support/registry_store.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -17,21 +19,6 @@ using namespace platform;
 // Each test gets a store of its own.
 class RegistryTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        path_ = ::testing::TempDir() + "registry_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".db";
-        RemoveStore();
-        ::setenv(kRegistryPathVariable, path_.c_str(), 1);
-    }
-    void TearDown() override {
-        ::unsetenv(kRegistryPathVariable);
-        RemoveStore();
-    }
-    void RemoveStore() {
-        for (char const* suffix : {"", "-wal", "-shm"})
-            std::remove((path_ + suffix).c_str());
-    }
-
     static LSTATUS SetString(HKEY key, char const* name, std::string const& text,
                              bool terminator = true) {
         return RegSetValueExA(key, name, 0, REG_SZ,
@@ -48,7 +35,8 @@ protected:
         return rc == 0 ? std::string(buffer.c_str()) : "<" + std::to_string(rc) + ">";
     }
 
-    std::string path_;
+    test_support::ScopedRegistryStore store_;
+    std::string const& path_ = store_.path();
 };
 
 } // namespace
@@ -124,7 +112,7 @@ TEST_F(RegistryTest, DamagedAndReadOnlyStoresFailWithoutHarm) {
     EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, KEY_READ, &key), ERROR_BADDB);
     RegTransaction damaged;
     EXPECT_NE(damaged.Status(), 0);
-    RemoveStore();
+    store_.Remove();
 
     // A store with content, then opened read-only: reads work, writes are denied.
     ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech", 0, nullptr, 0,

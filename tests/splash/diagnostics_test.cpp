@@ -2,14 +2,13 @@
 
 #include <platform/registry.h>
 
+#include <support/files.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <unistd.h>
 
 using namespace splash;
 
@@ -20,15 +19,12 @@ using namespace platform;
 class DiagnosticsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir_ = ::testing::TempDir() + "diag_" + std::to_string(::getpid());
-        std::filesystem::create_directories(dir_);
         ::setenv(kRegistryPathVariable, (dir_ + "/registry.db").c_str(), 1);
         ::setenv("TMPDIR", dir_.c_str(), 1);
     }
     void TearDown() override {
         ::unsetenv(kRegistryPathVariable);
         ::unsetenv("TMPDIR");
-        std::filesystem::remove_all(dir_);
     }
     void SetLogPath(std::string const& path) {
         HKEY key = nullptr;
@@ -41,13 +37,8 @@ protected:
                   0);
         RegCloseKey(key);
     }
-    static std::string Read(std::string const& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream all;
-        all << in.rdbuf();
-        return all.str();
-    }
-    std::string dir_;
+    test_support::ScratchDir scratch_;
+    std::string const dir_ = scratch_.path().string();
 };
 
 } // namespace
@@ -67,7 +58,7 @@ TEST_F(DiagnosticsTest, RecordsAppendInOrderEachEndingInANul) {
     SetLogPath(log);
     SplashLog(CPString("first"));
     SplashLog(CPString("second"));
-    std::string const content = Read(log);
+    std::string const content = test_support::ReadAll(log);
     ASSERT_GE(content.size(), 2u);
     // Two records, each: LF, message, " at ", ctime line, the clock line, NUL.
     std::size_t const firstEnd = content.find('\0');

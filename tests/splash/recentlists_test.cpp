@@ -5,11 +5,12 @@
 #include <platform/namedevent.h>
 #include <platform/registry.h>
 
+#include <support/files.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 #include <sys/wait.h>
@@ -36,10 +37,7 @@ public:
 class RecentListTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir_ = ::testing::TempDir() + "recent_" + std::to_string(::getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        std::filesystem::create_directories(dir_);
-        ::setenv(kRegistryPathVariable, (dir_ + "/registry.db").c_str(), 1);
+        ::setenv(kRegistryPathVariable, store_.c_str(), 1);
         ::setenv(kEventScopeVariable, std::to_string(::getpid()).c_str(), 1);
         for (char const* name : {"SuppressRecentApps", "SuppressRecentDocs", "OTCtrlPanel"})
             NamedEvent::Remove(name);
@@ -49,7 +47,6 @@ protected:
             NamedEvent::Remove(name);
         ::unsetenv(kRegistryPathVariable);
         ::unsetenv(kEventScopeVariable);
-        std::filesystem::remove_all(dir_);
     }
 
     // The raw slots: "-" for a missing one.
@@ -79,7 +76,8 @@ protected:
         AddToRecentList("RecentApps", CPString(entry.c_str()));
     }
 
-    std::string dir_;
+    test_support::ScratchDir dir_;
+    std::string const store_ = dir_ / "registry.db";
     CountingPanel panel;
     RecentListStore store{panel};
 };
@@ -168,20 +166,14 @@ TEST_F(RecentListTest, SuppressionAndTheReadLimit) {
 }
 
 TEST_F(RecentListTest, DamagedAndReadOnlyStoresChangeNothing) {
-    {
-        std::ofstream junk(dir_ + "/registry.db", std::ios::binary);
-        junk << std::string(4096, '\x5A');
-    }
+    test_support::WriteAll(store_, std::string(4096, '\x5A'));
     AddApp(u"/bin/a");
     EXPECT_EQ(panel.refreshes, 1); // the call went on
-    std::ifstream still(dir_ + "/registry.db", std::ios::binary);
-    std::string const content((std::istreambuf_iterator<char>(still)),
-                              std::istreambuf_iterator<char>());
-    EXPECT_EQ(content, std::string(4096, '\x5A'));
-    std::filesystem::remove(dir_ + "/registry.db");
+    EXPECT_EQ(test_support::ReadAll(store_), std::string(4096, '\x5A'));
+    std::filesystem::remove(store_);
 
     AddEntry("kept");
-    std::string const readOnly = "file:" + dir_ + "/registry.db?mode=ro";
+    std::string const readOnly = "file:" + store_ + "?mode=ro";
     ::setenv(kRegistryPathVariable, readOnly.c_str(), 1);
     AddEntry("refused");
     EXPECT_EQ(Slots("RecentApps"), (List{"kept", "", "-", "-", "-"}));

@@ -1,7 +1,8 @@
 #include <util/confdat.h>
 
 #include <platform/registry.h>
-#include <util/exceptions.h>
+#include <support/fatal.h>
+#include <support/registry_store.h>
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -18,42 +18,17 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace platform;
-using ::testing::ExitedWithCode;
+using test_support::ReadAll;
 
-constexpr int kFatalStatus = kDeadFocc & 0xFF;
 constexpr char kRoot[] = "SOFTWARE\\Brondavik\\Sorvane\\";
-
-std::string ReadFile(std::string const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
-
-// Fixed names per test: a death test's child, run afresh, finds the same.
-std::string TempName(std::string const& what) {
-    return ::testing::TempDir() + "confdat_" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + what;
-}
 
 class ConfigDataTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        store_ = TempName("registry.db");
-        ini_ = TempName("settings.ini");
-        report_ = TempName("report.log");
-        Clean();
-        ::setenv(kRegistryPathVariable, store_.c_str(), 1);
+        std::remove(ini_.c_str());
         ConfigData::_set_cAccessMode(0);
     }
-    void TearDown() override {
-        ::unsetenv(kRegistryPathVariable);
-        Clean();
-    }
-    void Clean() {
-        for (std::string const& path : {store_, store_ + "-wal", store_ + "-shm", ini_, report_})
-            std::remove(path.c_str());
-    }
+    void TearDown() override { std::remove(ini_.c_str()); }
 
     static void SetDword(std::string const& key, char const* name, std::uint32_t value) {
         HKEY hkey = nullptr;
@@ -82,21 +57,8 @@ protected:
         return data;
     }
 
-    // Runs the statement in a child with a report log, and finds the failed
-    // check's text in that log.
-    void ExpectCheck(std::function<void()> const& statement, char const* text) {
-        EXPECT_EXIT(
-            {
-                Exceptions::_get_gexeptnsThe()._set_szFilePath(report_.c_str());
-                statement();
-            },
-            ExitedWithCode(kFatalStatus), "");
-        std::string const log = ReadFile(report_);
-        EXPECT_NE(log.find(std::string(" : ") + text + "\n"), std::string::npos) << log;
-        std::remove(report_.c_str());
-    }
-
-    std::string store_, ini_, report_;
+    test_support::ScopedRegistryStore store_;
+    std::string const ini_ = test_support::TestFileName("settings.ini");
 };
 
 } // namespace
@@ -124,7 +86,7 @@ TEST_F(ConfigDataTest, INIModeReadsTheFileAndMigratesEveryRead) {
     // Writes answer the profile call's result and go to the file alone.
     EXPECT_EQ(config.WriteInt("Units", "Mass", -3), 1);
     EXPECT_EQ(config.WriteString("Units", "Name", "foot"), 1);
-    EXPECT_EQ(ReadFile(ini_), "[Units]\nLength = 12\nName=foot\nMass=-3\n");
+    EXPECT_EQ(ReadAll(ini_), "[Units]\nLength = 12\nName=foot\nMass=-3\n");
     EXPECT_EQ(Stored(key, "Mass"), "<absent>");
 
     // The string form adopts a block of 1024 bytes.
@@ -172,15 +134,14 @@ TEST_F(ConfigDataTest, TheFirstObjectFixesTheModeAndTakesTheLibrarysConfigFile) 
 }
 
 TEST_F(ConfigDataTest, WithoutAFileNameGetIntOnlyComments) {
-    EXPECT_EXIT(
-        {
-            Exceptions::_get_gexeptnsThe()._set_szFilePath(report_.c_str());
+    std::string const log = test_support::ChildReport(
+        [] {
             ConfigData config;
             config._set_strINIFile("");
             std::exit(config.GetInt("Units", "Length", 7) == 7 ? 0 : 1);
         },
-        ExitedWithCode(0), "");
-    EXPECT_NE(ReadFile(report_).find("Comment: \"NULL INI File Name\""), std::string::npos);
+        0);
+    EXPECT_NE(log.find("Comment: \"NULL INI File Name\""), std::string::npos);
 }
 
 TEST_F(ConfigDataTest, DeathChecksCarryTheirTexts) {
@@ -192,11 +153,13 @@ TEST_F(ConfigDataTest, DeathChecksCarryTheirTexts) {
         };
     };
     char buffer[16];
-    ExpectCheck(withoutFile([&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }),
-                "strINIFile.Length()");
-    ExpectCheck(withoutFile([](ConfigData& c) { c.WriteInt("S", "k", 1); }), "strINIFile.Length()");
-    ExpectCheck(withoutFile([](ConfigData& c) { c.WriteString("S", "k", "v"); }),
-                "strINIFile.Length()");
+    test_support::ExpectFatalReport(
+        withoutFile([&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }),
+        "strINIFile.Length()");
+    test_support::ExpectFatalReport(withoutFile([](ConfigData& c) { c.WriteInt("S", "k", 1); }),
+                                    "strINIFile.Length()");
+    test_support::ExpectFatalReport(
+        withoutFile([](ConfigData& c) { c.WriteString("S", "k", "v"); }), "strINIFile.Length()");
 
     auto inMode = [](char mode, auto operation) {
         return [mode, operation] {
@@ -206,12 +169,17 @@ TEST_F(ConfigDataTest, DeathChecksCarryTheirTexts) {
             operation(config);
         };
     };
-    ExpectCheck(inMode(2, [](ConfigData& c) { c.GetInt("S", "k", 1); }), "strRootKey.Length()");
-    ExpectCheck(inMode(2, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
-                "strRootKey.Length()");
+    test_support::ExpectFatalReport(inMode(2, [](ConfigData& c) { c.GetInt("S", "k", 1); }),
+                                    "strRootKey.Length()");
+    test_support::ExpectFatalReport(inMode(2, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
+                                    "strRootKey.Length()");
     // A mode that is neither, in the class's own spellings.
-    ExpectCheck(inMode(3, [](ConfigData& c) { c.GetInt("S", "k", 1); }), "1 == 0");
-    ExpectCheck(inMode(3, [](ConfigData& c) { c.WriteInt("S", "k", 1); }), "1 == 0");
-    ExpectCheck(inMode(3, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }), "1 ==0");
-    ExpectCheck(inMode(3, [](ConfigData& c) { c.WriteString("S", "k", "v"); }), "1==0");
+    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.GetInt("S", "k", 1); }),
+                                    "1 == 0");
+    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.WriteInt("S", "k", 1); }),
+                                    "1 == 0");
+    test_support::ExpectFatalReport(
+        inMode(3, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }), "1 ==0");
+    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
+                                    "1==0");
 }

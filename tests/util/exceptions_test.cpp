@@ -8,8 +8,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 namespace {
@@ -23,18 +21,7 @@ void UseMarkedBox() {
     platform::MessageBoxSeam().Replace(&box);
 }
 
-// Fixed names: a threadsafe death test runs its statement in a fresh
-// process, which must find the same path.
-std::string TempPath(char const* name) {
-    return ::testing::TempDir() + "sorvane_" + name;
-}
-
-std::string ReadFile(std::string const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
+using test_support::ReadAll;
 
 Exceptions& The() {
     return Exceptions::_get_gexeptnsThe();
@@ -66,7 +53,7 @@ TEST(ExceptionsDeathTest, EveryCheckEndsTheProcessWithItsReport) {
 }
 
 TEST(ExceptionsDeathTest, AssertWithReportPathShowsOnlyThePathAndLogsTheLine) {
-    std::string const path = TempPath("assert.log");
+    std::string const path = test_support::TestFileName("assert.log");
     EXPECT_EXIT(
         {
             UseMarkedBox();
@@ -75,7 +62,7 @@ TEST(ExceptionsDeathTest, AssertWithReportPathShowsOnlyThePathAndLogsTheLine) {
         },
         ExitedWithCode(kFatalStatus),
         "BOX\\[Sorvane Exception\\|16\\]<Error report written to: .*assert\\.log>");
-    std::string const log = ReadFile(path);
+    std::string const log = ReadAll(path);
     EXPECT_NE(log.find("Warning: assertion failed in g.cpp at line 41 : pfnCondFunc !=0\n"),
               std::string::npos)
         << log;
@@ -93,7 +80,7 @@ TEST(ExceptionsDeathTest, FailIfNotNilWithoutTextStillEnds) {
 }
 
 TEST(ExceptionsTest, LogLinesAppearOnlyWithAPathAndAsWritten) {
-    std::string const path = TempPath("messages.log");
+    std::string const path = test_support::TestFileName("messages.log");
     // The reporter's state is process-wide: the log is made in a child.
     EXPECT_EXIT(
         {
@@ -110,7 +97,8 @@ TEST(ExceptionsTest, LogLinesAppearOnlyWithAPathAndAsWritten) {
             std::exit(0);
         },
         ExitedWithCode(0), "");
-    std::string const log = ReadFile(path);
+    std::string const log = ReadAll(path);
+    std::remove(path.c_str());
     std::string const body = log.substr(log.find("\n", 1) + 1); // after the time stamp
     EXPECT_EQ(log.rfind("\nSystem Time Stamp ", 0), 0u);
     EXPECT_EQ(body, "\nMessage: \"x\n"
@@ -119,7 +107,6 @@ TEST(ExceptionsTest, LogLinesAppearOnlyWithAPathAndAsWritten) {
                     "Message: \"minus -1 (0xffffffff)\n"
                     "Comment: \"note\" in i.cpp at line 8\n"
                     "Comment: \"n= 16 (0x10)\" in i.cpp at line 9\n");
-    std::remove(path.c_str());
 }
 
 TEST(FWErrorTest, LatestConstructionWinsAndResetClears) {

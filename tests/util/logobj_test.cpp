@@ -1,22 +1,14 @@
 #include <util/logobj.h>
 
+#include <support/fatal.h>
+
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 
-namespace {
-
-std::string ReadFile(std::string const& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
-
-} // namespace
+using test_support::ReadAll;
 
 TEST(LogObjTest, EachObjectEmptiesTheFileAndFlushesEveryItem) {
     std::string const path = ::testing::TempDir() + "logobj" + std::to_string(::getpid());
@@ -31,7 +23,7 @@ TEST(LogObjTest, EachObjectEmptiesTheFileAndFlushesEveryItem) {
         EXPECT_EQ(LogObj::_get_nFileCount(), before + 1);
         // A line feed, the stamp, ctime's 24 characters with its own line
         // break, and one more line feed.
-        std::string const head = ReadFile(path);
+        std::string const head = ReadAll(path);
         std::string const lead = "\nSystem Time Stamp ";
         ASSERT_EQ(head.size(), lead.size() + 24 + 2) << head;
         EXPECT_EQ(head.substr(0, lead.size()), lead);
@@ -40,13 +32,13 @@ TEST(LogObjTest, EachObjectEmptiesTheFileAndFlushesEveryItem) {
 
         log << 'c' << 42 << " text " << 2.5 << static_cast<unsigned long>(7);
         // On disk before the object goes.
-        std::string const content = ReadFile(path);
+        std::string const content = ReadAll(path);
         EXPECT_EQ(content.substr(content.size() - 13), "c42 text 2.57");
     }
     EXPECT_EQ(LogObj::_get_nFileCount(), before + 1); // never counted down
 
     LogObj second(path.c_str());
-    EXPECT_EQ(ReadFile(path).find("c42"), std::string::npos);
+    EXPECT_EQ(ReadAll(path).find("c42"), std::string::npos);
     std::remove(path.c_str());
 }
 
