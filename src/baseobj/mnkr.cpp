@@ -238,8 +238,15 @@ void PMoniker::NoteEnd(Scanner const& scn) {
 void PMoniker::TokenTextOf(Token* ptok, CPString* pstr) {
     *pstr = "";
     if (ptok == nullptr) return;
-    if (ptok->MatchType(TY_STRING | TY_COMMENT) != 0) {
+    if (ptok->MatchType(TY_STRING) != 0) {
         if (ptok->_get_szVal() != nullptr) *pstr = ptok->_get_szVal();
+        return;
+    }
+    if (ptok->MatchType(TY_COMMENT) != 0) {
+        // A comment's text is read whole as a string's, from a copy.
+        Token tokText(*ptok);
+        tokText._set_nDataType(TY_STRING);
+        if (tokText._get_szVal() != nullptr) *pstr = tokText._get_szVal();
         return;
     }
     char buf[Token::kStringPointerSize];
