@@ -170,19 +170,21 @@ short PMoniker::ScanPath(char const* sz, Navigable* pnav) {
         if (IsChar(ptok.get(), ':')) {
             std::unique_ptr<Token> ptokName(scn.GetTokenPtr());
             if (!ptokName) throw Exception(214, "end of path");
-            CPString strName;
-            TokenNameOf(ptokName.get(), &strName);
-            AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
+            AddNameStep(ptokName.get());
         } else if (IsChar(ptok.get(), '[')) {
             ScanIndex(scn, pnav);
         } else if (IsName(ptok.get())) {
-            CPString strName;
-            TokenNameOf(ptok.get(), &strName);
-            AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
+            AddNameStep(ptok.get());
         }
     }
     NoteEnd(scn);
     return 1;
+}
+
+void PMoniker::AddNameStep(Token* ptok) {
+    CPString strName;
+    TokenNameOf(ptok, &strName);
+    AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
 }
 
 // After "[": a number and "]", or an expression up to the matching "]".

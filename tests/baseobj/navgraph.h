@@ -113,7 +113,7 @@ inline std::string Tag(void* pv) {
     return pv != nullptr ? Node::NodeOf(pv)->tag : "null";
 }
 inline std::string Tag(Navigable* pnav) {
-    return pnav != nullptr ? static_cast<Node*>(pnav)->tag : "null";
+    return Tag(static_cast<void*>(pnav));
 }
 
 // The number a bracketed index reads from a node of this graph.
