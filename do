@@ -21,6 +21,8 @@ packages=(
     libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
     # The internet and mail clients, and their tests' servers and certificates.
     libcurl4-openssl-dev curl openssl python3-pyftpdlib python3-aiosmtpd
+    # The manual pages: made with scdoc, checked with man and groff.
+    scdoc man-db groff-base
 )
 
 as_root() {

@@ -242,8 +242,9 @@ bool ReadOptions(int argc, char** argv, Options& options, std::string& why) {
     bool operandsOnly = false;
     for (int i = 1; i < argc; ++i) {
         std::string_view const arg = argv[i];
+        // "--help" is the command of that name, as "help" is.
         if (operandsOnly || arg.size() < 2 || arg[0] != '-' || (arg[1] >= '0' && arg[1] <= '9') ||
-            arg[1] == '.') {
+            arg[1] == '.' || arg == "--help") {
             options.words.emplace_back(arg);
         } else if (arg == "--") {
             operandsOnly = true;
