@@ -351,7 +351,13 @@ void UnitString::ValidateUnitString(UnitString* p) {
     // The target is empty now, so a mapped function acts on the value alone
     // and no conversion can throw.
     CPString strScratch("");
-    unstr.TranslateFromKresk(text.c_str(), strScratch, 0.0);
+    try {
+        unstr.TranslateFromKresk(text.c_str(), strScratch, 0.0);
+    } catch (Exception const&) {
+        // A text the scanner refuses (an open quote, a name too long) is no
+        // unit either: the target stays empty.
+        return;
+    }
     if (IsEmpty(strScratch)) return;
     unstr.CPString::Copy(strScratch);
     if (Exists(&unstr) == 0) unstr.CPString::Copy("");

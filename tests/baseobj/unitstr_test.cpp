@@ -74,6 +74,7 @@ TEST_F(UnitStringTest, AssignmentValidatesTranslatesAndDropsDeg) {
         {"kPa", "kPa", Id("m^-1*kg*s^-2")},
         {"kJ/kgmole-C", "kJ*kgmole^-1*C^-1", Id("J*mol^-1*K^-1")},
         {"", "", 0},
+        {"\"kg", "", 0}, // the scanner's open quote: no unit, and no throw
     };
     for (Case const& c : cases) {
         UnitString unstr(c.szIn);
