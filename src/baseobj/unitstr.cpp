@@ -36,8 +36,12 @@ constexpr std::array<double, 37> kBwgInches = {
     0.095, 0.083, 0.072, 0.065, 0.058, 0.049, 0.042, 0.035, 0.032, 0.028, 0.025, 0.022, 0.02,
     0.018, 0.016, 0.014, 0.013, 0.012, 0.01,  0.009, 0.008, 0.007, 0.005, 0.004};
 
+// The gauge is the value truncated to a 16-bit integer, wrapping as a
+// 32-bit integer would; a value past the 32-bit range, or no number, is no
+// gauge.
 template <std::size_t N> double Gauge(std::array<double, N> const& table, double dValue) {
-    auto const n = static_cast<short>(dValue);
+    if (!(dValue > -2147483648.0 && dValue < 2147483648.0)) return 0.0;
+    auto const n = static_cast<short>(static_cast<std::int32_t>(dValue));
     if (n < 1 || static_cast<std::size_t>(n) >= N) return 0.0;
     return table[static_cast<std::size_t>(n)];
 }

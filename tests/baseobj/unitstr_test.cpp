@@ -153,6 +153,8 @@ TEST_F(UnitStringTest, ForeignTextsTranslateWithTheirValues) {
         {"AWG", 40.0, "in", 0.0031},
         {"AWG", 41.0, "in", 0.0},
         {"AWG", -3.0, "in", 0.0},
+        {"AWG", 65536.0 + 12.0, "in", 0.081}, // 16 bits of the gauge
+        {"AWG", 1e300, "in", 0.0},
         {"BWG", 36.0, "in", 0.004},
         {"BWG", 37.0, "in", 0.0},
     };
@@ -345,18 +347,6 @@ TEST_F(UnitStringTest, TranslationsAreSetUpAgainWhenTheLiveCountRisesFromZero) {
     EXPECT_EQ(UnitString::_get_smapTranslations()._get_dctA().Length(), 14u);
     // The caches outlive the objects and keep their size.
     EXPECT_EQ(UnitString::_get_cxcTranslated()._get_nMaxElements(), UnitString::kCacheSize);
-}
-
-TEST_F(UnitStringTest, DefaultPreferencesPathFollowsXdgConfigHome) {
-    char const* const szSaved = std::getenv("XDG_CONFIG_HOME");
-    std::string const saved = szSaved != nullptr ? szSaved : "";
-    setenv("XDG_CONFIG_HOME", "/cfg", 1);
-    EXPECT_EQ(Text(UnitString::DefaultPreferencesPath()), "/cfg/orveltech/unitprefs.xml");
-    unsetenv("XDG_CONFIG_HOME");
-    std::string const home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
-    EXPECT_EQ(Text(UnitString::DefaultPreferencesPath()),
-              home + "/.config/orveltech/unitprefs.xml");
-    setenv("XDG_CONFIG_HOME", saved.c_str(), 1);
 }
 
 // Preferences -----------------------------------------------------------------
