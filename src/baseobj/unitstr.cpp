@@ -717,7 +717,12 @@ std::int32_t UnitAttribute(char const* szName, char const* szValue, std::int32_t
     if (Is(szName, "KRESKString")) {
         UnitString unstr;
         CPString strOurs("");
-        unstr.TranslateFromKresk(szValue, strOurs, 0.0);
+        try {
+            unstr.TranslateFromKresk(szValue, strOurs, 0.0);
+        } catch (Exception const&) {
+            // A text the scanner refuses is no unit, as in any other attribute.
+            return 0;
+        }
         unstr.Copy(strOurs);
         return unstr._get_nUnitID();
     }

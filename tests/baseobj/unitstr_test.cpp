@@ -484,6 +484,9 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
          "<Unit NISTString=\"Pa\"><Range Start=\"0\" DisplayString=\"kPa\"/>", false, 1},
         {"truncated inside the unit's tag", "<Unit NISTString=\"Pa\"><Range Start=\"0\" Dis", false,
          0},
+        {"a foreign unit the scanner refuses",
+         "<Unit KRESKString=\"&quot;Pa\"><Range Start=\"0\" DisplayString=\"kPa\"/></Unit><End/>",
+         false, 0},
         {"no XML at all", "Pa kPa 0 2", false, 0},
         {"empty", "", false, 0},
     };
