@@ -135,6 +135,8 @@ public:
     static CPSymmetricMap& _get_smapTranslations();
     static CreateableCache& _get_cxcTranslated();
     static CreateableCache& _get_cxcForeign();
+    // Sized with the other two and kept for callers of their own; nothing
+    // here reads or fills it.
     static CreateableCache& _get_cxcSpare();
     // Counters for tests: unit texts parsed, foreign texts scanned, and
     // times the translations were set up.
