@@ -11,6 +11,7 @@
 #include <cpcoll/cpstack.h>
 #include <omdiunit/cunitid.h>
 #include <omdiunit/omdiunit.h>
+#include <omdiunit/unitcol.h>
 #include <omdiunit/unitpriv.h>
 #include <util/exceptions.h>
 
@@ -98,6 +99,17 @@ UnitStringStatics& Statics() {
 
 char const* TextOf(CPString const& str) {
     return UnitTextOf(str);
+}
+
+// The entry of the known-text dictionary: a text's id and its terms.
+struct KnownUnit {
+    std::int32_t nId;
+    UnitCollection terms;
+};
+
+KnownUnit* FindKnown(char const* sz) {
+    if (sz[0] == '\0') return nullptr;
+    return static_cast<KnownUnit*>(Statics().dctKnownTexts.FindKeyString(sz));
 }
 
 bool IsEmpty(CPString const& str) {
@@ -275,19 +287,19 @@ void UnitString::AddUnitMapping(char const* szForeign, char const* szOurs, doubl
 }
 
 std::int32_t UnitString::KnownId(CPString const& str) {
-    char const* sz = TextOf(str);
-    if (sz[0] == '\0') return 0;
-    auto const word = reinterpret_cast<std::uintptr_t>(Statics().dctKnownTexts.FindKeyString(sz));
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(word));
+    KnownUnit const* const pknown = FindKnown(TextOf(str));
+    return pknown != nullptr ? pknown->nId : 0;
 }
 
-// Parses a text not seen before; a text with a unit is remembered.
+// Parses a text not seen before; a text with a unit is remembered with its
+// terms, which conversions then use instead of parsing again.
 std::int32_t UnitString::ParseId(CPString const& str) {
     ++nParses;
     auto const nId = static_cast<std::int32_t>(xIdFromString(str));
     if (nId != 0) {
-        auto const word = static_cast<std::uintptr_t>(static_cast<std::uint32_t>(nId));
-        Statics().dctKnownTexts.AddKeyString(TextOf(str), reinterpret_cast<void*>(word));
+        auto* const pknown = new KnownUnit{nId, {}};
+        pknown->terms.Parse(str);
+        Statics().dctKnownTexts.AddKeyString(TextOf(str), pknown);
     }
     return nId;
 }
@@ -529,6 +541,28 @@ short UnitString::GetKRESKUnitString(CPString* pstrOut) {
 
 // Conversion and operations ------------------------------------------------------
 
+namespace {
+
+// Convert, or ConvertFromSI for a text of base units, on the terms of texts
+// met before, so that a text is not parsed again for each conversion. The
+// dimensions have been compared already.
+double ConvertBetween(CPString const& strFrom, bool bBaseUnits, CPString const& strTo,
+                      double dValue, short bDifference) {
+    KnownUnit const* const pknownTo = FindKnown(TextOf(strTo));
+    if (bBaseUnits) {
+        return pknownTo != nullptr ? ConvertFromSI(dValue, pknownTo->terms, bDifference)
+                                   : ConvertFromSI(dValue, strTo, bDifference);
+    }
+    if (std::strcmp(TextOf(strFrom), TextOf(strTo)) == 0) return dValue;
+    KnownUnit const* const pknownFrom = FindKnown(TextOf(strFrom));
+    if (pknownFrom == nullptr || pknownTo == nullptr)
+        return Convert(dValue, strFrom, strTo, bDifference);
+    double const dSI = ConvertToSI(dValue, pknownFrom->terms, bDifference);
+    return UnitRound(ConvertFromSI(dSI, pknownTo->terms, bDifference), kUnitConvertGrain);
+}
+
+} // namespace
+
 double UnitString::ConvertTo(char const* szTarget, double dValue, CPString* pstrActual,
                              short bDifference) {
     UnitString unstrTarget;
@@ -557,8 +591,7 @@ double UnitString::ConvertTo(UnitString& target, double dValue, CPString* pstrAc
     if (EquivalentDimensions(&strTarget) == 0) ThrowInequivalent("conversion", *this, strTarget);
     if (pstrActual != nullptr) pstrActual->Copy(strTarget);
     try {
-        if (bBaseUnits != 0) return ConvertFromSI(dValue, strTarget, bDifference);
-        return Convert(dValue, *this, strTarget, bDifference);
+        return ConvertBetween(*this, bBaseUnits != 0, strTarget, dValue, bDifference);
     } catch (FWError const&) {
         std::string const detail = std::string("Error Converting: |") + TextOf(*this) + "| to |" +
                                    TextOf(strTarget) + "|  " + FWError::ErrorString() + "(" +

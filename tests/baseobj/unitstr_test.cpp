@@ -215,6 +215,26 @@ TEST_F(UnitStringTest, ConvertToFollowsTheTargetAndChecksDimensions) {
             << c.szFrom << " to " << c.szTo;
         EXPECT_EQ(Text(strActual), c.szActual);
     }
+    // Texts met before convert on their kept terms, exactly as Convert would.
+    struct Pair {
+        char const* szFrom;
+        char const* szTo;
+    };
+    Pair const pairs[] = {{"kPa", "psi"},        {"C", "F"},
+                          {"kC", "K"},           {"g^2", "lb^2"},
+                          {"kg*m^2*s^-2", "J"},  {"psig", "psia"},
+                          {"km*h^-1", "m*s^-1"}, {"J*kg^-1*C^-1", "J*g^-1*F^-1"}};
+    for (Pair const& p : pairs) {
+        UnitString unstr(p.szFrom);
+        for (double d : {0.0, -40.0, 1.5e-7, 123456.789}) {
+            for (short bDifference : {0, 1}) {
+                double const dExpected = Convert(d, p.szFrom, p.szTo, bDifference);
+                for (int nTimes = 0; nTimes < 2; ++nTimes)
+                    EXPECT_EQ(unstr.ConvertTo(p.szTo, d, nullptr, bDifference), dExpected)
+                        << p.szFrom << " to " << p.szTo << " " << d << " " << bDifference;
+            }
+        }
+    }
     UnitString unstrM("m");
     std::string const text = Thrown([&] { unstrM.ConvertTo("s", 1.0, nullptr, 0); }, 1344);
     EXPECT_NE(text.find("Cannot perform conversion: Unit dimensions inequivalent |m| , |s|"),
