@@ -20,7 +20,6 @@ namespace {
 constexpr char const* kUnit = "omdiunit/omdiunit";
 constexpr int kLineNotSameType = 569;
 constexpr std::uint32_t kSymbolBuckets = 64;
-constexpr double kConvertGrain = 1e-05;
 constexpr std::size_t kQuantities = 45;
 constexpr std::size_t kIdTextArea = 64;
 
@@ -279,6 +278,10 @@ CPString UnitGetInfo(CPString const& strUnit) {
 double ConvertToSI(double const& dValue, CPString const& strUnit, short bDifference) {
     UnitCollection terms;
     if (!terms.Parse(strUnit)) return 0.0;
+    return ConvertToSI(dValue, terms, bDifference);
+}
+
+double ConvertToSI(double const& dValue, UnitCollection const& terms, short bDifference) {
     double value = dValue;
     for (short i = static_cast<short>(terms.Count() - 1); i >= 0; --i) {
         TermScale const s = ScaleOf(terms.Term(i), terms.Count(), bDifference);
@@ -295,6 +298,10 @@ double ConvertToSI(double const& dValue, CPString const& strUnit, short bDiffere
 double ConvertFromSI(double const& dValue, CPString const& strUnit, short bDifference) {
     UnitCollection terms;
     if (!terms.Parse(strUnit)) return 0.0;
+    return ConvertFromSI(dValue, terms, bDifference);
+}
+
+double ConvertFromSI(double const& dValue, UnitCollection const& terms, short bDifference) {
     double value = dValue;
     for (short i = static_cast<short>(terms.Count() - 1); i >= 0; --i) {
         TermScale const s = ScaleOf(terms.Term(i), terms.Count(), bDifference);
@@ -327,5 +334,5 @@ double Convert(double const& dValue, CPString const& strFrom, CPString const& st
     if (IdFromString(strFrom) != IdFromString(strTo))
         throw FWError("not same type", kUnit, kLineNotSameType);
     double const dSI = ConvertToSI(dValue, strFrom, bDifference);
-    return UnitRound(ConvertFromSI(dSI, strTo, bDifference), kConvertGrain);
+    return UnitRound(ConvertFromSI(dSI, strTo, bDifference), kUnitConvertGrain);
 }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+class UnitCollection;
+
 // Builds the table of quantities and the symbol table, then reads the user
 // unit file if one is named and opens. Runs once until UnitUnInitialize.
 // The framework's own tools look for the file in
@@ -43,6 +45,13 @@ SORVANE_API CPString UnitGetInfo(CPString const& strUnit);
 // An offset applies only to a unit of one term with exponent 1.
 SORVANE_API double ConvertToSI(double const& dValue, CPString const& strUnit, short bDifference);
 SORVANE_API double ConvertFromSI(double const& dValue, CPString const& strUnit, short bDifference);
+// The same on a unit text already parsed into its terms.
+SORVANE_API double ConvertToSI(double const& dValue, UnitCollection const& terms,
+                               short bDifference);
+SORVANE_API double ConvertFromSI(double const& dValue, UnitCollection const& terms,
+                                 short bDifference);
+// The grain to which Convert rounds its results.
+inline constexpr double kUnitConvertGrain = 1e-05;
 // Throws FWError "not same type" when the dimensions differ. The result is
 // rounded to five decimals, or to as many more as a value below 1 needs.
 SORVANE_API double Convert(double const& dValue, CPString const& strFrom, CPString const& strTo,
