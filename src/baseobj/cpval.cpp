@@ -19,7 +19,6 @@ int CPValue::nPrintedCollections = 0;
 
 namespace {
 
-constexpr char kEmptyText[] = "<empty>";
 constexpr char kOverflowText[] = "OVERFLOW in CPVAL.CPP::PrintValueAsExpression";
 // The room of one scalar's text in prints and messages.
 constexpr std::size_t kScalarText = 8192;
@@ -43,6 +42,21 @@ std::string Text(CPValue& val, char nPrecision) {
     static char szText[kScalarText];
     val.GetAsString(szText, nPrecision);
     return szText;
+}
+
+// A new UnitString of the text, with one reference for the caller; a text
+// that the scanner refuses frees it again.
+UnitString* NewUnits(char const* sz, char const* szCheck) {
+    auto* const punstr = new (std::nothrow) UnitString;
+    SV_FAIL_IF_NIL(punstr, szCheck);
+    punstr->AddRef();
+    try {
+        punstr->Copy(sz);
+    } catch (...) {
+        punstr->Release();
+        throw;
+    }
+    return punstr;
 }
 
 std::string UnitText(UnitString const* punstr) {
@@ -530,10 +544,9 @@ void CPValue::_set_punstrUnits(char const* sz) {
         _set_punstrUnits(static_cast<UnitString*>(nullptr));
         return;
     }
-    auto* const punstrA = new (std::nothrow) UnitString;
-    SV_FAIL_IF_NIL(punstrA, "punstrA");
-    punstrA->Copy(sz);
+    UnitString* const punstrA = NewUnits(sz, "punstrA");
     _set_punstrUnits(punstrA);
+    punstrA->Release();
 }
 
 char* CPValue::_get_punstrUnits_As_sz(char* buf) const {
@@ -579,10 +592,9 @@ void CPValue::AssignUnits(char const* szUnits, short bDelta, short bForce) {
                 pvalSub->AssignUnits(szUnits, bDelta, bForce);
         pval->_set_punstrUnits(static_cast<UnitString*>(nullptr));
         if (szUnits != nullptr && *szUnits != '\0') {
-            auto* const punstrNew = new (std::nothrow) UnitString;
-            SV_FAIL_IF_NIL(punstrNew, "punstrNew");
-            punstrNew->Copy(szUnits);
+            UnitString* const punstrNew = NewUnits(szUnits, "punstrNew");
             pval->_set_punstrUnits(punstrNew);
+            punstrNew->Release();
         }
         return;
     }
@@ -592,18 +604,19 @@ void CPValue::AssignUnits(char const* szUnits, short bDelta, short bForce) {
         return;
     }
     if (pval->punstrUnits == nullptr) {
-        auto* const punstrNew = new (std::nothrow) UnitString;
-        SV_FAIL_IF_NIL(punstrNew, "punstrNew");
-        punstrNew->AddRef();
-        punstrNew->Copy(szUnits);
-        if (punstrNew->Length() != 0) {
-            pval->_set_punstrUnits(punstrNew);
-        } else {
+        UnitString* const punstrNew = NewUnits(szUnits, "punstrNew");
+        bool const bNamed = punstrNew->Length() != 0;
+        if (bNamed) pval->_set_punstrUnits(punstrNew);
+        double d = 0.0;
+        try {
             // A scaled form with no units of its own: only the number moves.
-            double const d = punstrNew->ConvertTo(szUnits, pval->FetchDouble(), nullptr, bDelta);
-            pval->Set(d);
+            if (!bNamed) d = punstrNew->ConvertTo(szUnits, pval->FetchDouble(), nullptr, bDelta);
+        } catch (...) {
+            punstrNew->Release();
+            throw;
         }
         punstrNew->Release();
+        if (!bNamed) pval->Set(d);
         return;
     }
     if (pval->punstrUnits->EquivalentDimensions(szUnits) == 0)
@@ -697,12 +710,99 @@ void CPValue::PrintValueAsExpression(CPValue* pval, std::string& out) {
     out += "}";
 }
 
+namespace {
+
+void ReportUnitFailure(std::string const& units, Exception const& e) {
+    std::string const text = "Invalid Unit String " + units + " " + e.szMessage;
+    Exceptions::_get_gexeptnsThe().Comment(SV_UNIT_NAME(), __LINE__, text.c_str());
+}
+
+// The unit word people read: the foreign notation where it can be written.
+std::string UnitWord(UnitString* punstr, std::string const& fallback) {
+    CPString strWord;
+    if (punstr != nullptr && punstr->GetKRESKUnitString(&strWord) != 0 && strWord.Length() != 0)
+        return strWord.GetBuffer();
+    return fallback;
+}
+
+} // namespace
+
+short CPValue::GetAsPreferred(double* pd, char* szUnits, char* pcDecimals) {
+    CPValue* const pval = GetApplicableValue();
+    UnitString* const punstr = pval->punstrUnits;
+    if (punstr == nullptr || pval->IsNumericType() == 0) return 0;
+    try {
+        double dSI = 0.0;
+        char szBase[kUnitTextSize];
+        pval->GetAsSI(&dSI, szBase);
+        CPString strPreferred;
+        char cDecimals = 6;
+        char szPurpose[kUnitTextSize] = {};
+        std::strncat(szPurpose, pval->_get_pstrPurpose_As_sz(), sizeof szPurpose - 1);
+        if (punstr->GetDisplayUnits(dSI, &strPreferred, &cDecimals, szPurpose) == 0 ||
+            strPreferred.Length() == 0)
+            return 0;
+        CPValue valTemp;
+        valTemp._set_bPreserveUnitsOnAssignment(0);
+        valTemp = *pval;
+        valTemp.AssignUnits(strPreferred.GetBuffer(), pval->IsDelta());
+        if (pd != nullptr) *pd = valTemp.GetAsDouble();
+        if (szUnits != nullptr) valTemp._get_punstrUnits_As_sz(szUnits);
+        if (pcDecimals != nullptr) *pcDecimals = cDecimals;
+        return 1;
+    } catch (Exception const& e) {
+        ReportUnitFailure(UnitText(punstr), e);
+    }
+    return 0;
+}
+
+short CPValue::GetAsSI(double* pd, char* szUnits) {
+    CPValue* const pval = GetApplicableValue();
+    UnitString* const punstr = pval->punstrUnits;
+    double d = pval->GetAsDouble();
+    std::string base;
+    if (punstr != nullptr && punstr->Length() != 0) {
+        UnitString* const punstrBase = punstr->BaseUnits();
+        if (punstrBase != nullptr) {
+            base = punstrBase->GetBuffer();
+            d = punstr->ConvertTo(*punstrBase, d, nullptr, pval->IsDelta());
+            punstrBase->Release();
+        }
+    }
+    if (pd != nullptr) *pd = d;
+    if (szUnits != nullptr) std::memcpy(szUnits, base.c_str(), base.size() + 1);
+    return punstr != nullptr ? 1 : 0;
+}
+
+// The number in the preferred units of its quantity where there are any,
+// and the unit word behind it.
 void CPValue::GetDisplayString(char* buf, CPString* pstr) {
     CPValue* const pval = GetApplicableValue();
-    std::string text = Text(*pval, 6);
-    if (pval->IsCollection() == 0 && pval->punstrUnits != nullptr &&
-        pval->nDataType != TY_UNDEFINED)
-        text += " |" + UnitText(pval->punstrUnits) + "| ";
+    std::string text;
+    if (pval->IsCollection() != 0 || pval->punstrUnits == nullptr) {
+        text = Text(*pval, 6);
+    } else {
+        std::string const own = UnitText(pval->punstrUnits);
+        double d = 0.0;
+        char szPreferred[kUnitTextSize] = {};
+        char cDecimals = 6;
+        if (pval->IsNumericType() != 0 && pval->GetAsPreferred(&d, szPreferred, &cDecimals) != 0 &&
+            own != szPreferred) {
+            CPValue valTemp;
+            valTemp._set_bPreserveUnitsOnAssignment(0);
+            valTemp = *pval;
+            valTemp.AssignUnits(szPreferred, pval->IsDelta());
+            text = Text(valTemp, 6);
+            UnitString unstrPreferred(szPreferred);
+            text += pval->nDataType != TY_UNDEFINED
+                        ? " |" + UnitWord(&unstrPreferred, szPreferred) + "| "
+                        : "";
+        } else {
+            text = Text(*pval, 6);
+            if (pval->nDataType != TY_UNDEFINED)
+                text += " |" + UnitWord(pval->punstrUnits, own) + "| ";
+        }
+    }
     if (buf != nullptr) std::memcpy(buf, text.c_str(), text.size() + 1);
     if (pstr != nullptr) *pstr = text.c_str();
 }
@@ -959,12 +1059,24 @@ std::istream& operator>>(std::istream& in, CPValue& val) {
     return in;
 }
 
+// A unit text that the scanner cannot read at all makes the data unreadable
+// rather than passing the scanner's complaint on.
+void CPValue::SetUnitsRead(std::string const& units) {
+    try {
+        _set_punstrUnits(units.c_str());
+    } catch (Exception const&) {
+        Unreadable();
+    }
+}
+
 void CPValue::ReadFrom(std::istream& in, int nDepth) {
     if (nDepth > kMaxFileDepth) Unreadable();
     // Data that ends is unreadable; data of another kind has no version.
     if (GetLE(in, 1) != kFileMagic || GetLE(in, 1) != kFileVersion) throw Exception(401, nullptr);
     Token tok;
     in >> tok;
+    // The value's place in a graph is not part of its file form.
+    CPValue* const pvalKeptParent = pvalParent;
     if (tok._get_nDataType() != TY_COLLECTION) {
         Copy(tok);
     } else {
@@ -985,9 +1097,10 @@ void CPValue::ReadFrom(std::istream& in, int nDepth) {
             pvalThe->Release();
         }
     }
+    pvalParent = pvalKeptParent;
     std::string const units = GetText(in);
     std::string const name = GetText(in);
-    if (!units.empty()) _set_punstrUnits(units.c_str());
+    if (!units.empty()) SetUnitsRead(units);
     if (!name.empty()) _set_szName(name.c_str());
     _set_nSelector(static_cast<short>(GetLE(in, 2)), 1);
 }

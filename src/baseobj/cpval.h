@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <string>
 
 class CPCollection;
 class CPDictionary;
@@ -182,8 +183,14 @@ public:
     void SetFromString(char const* sz, short bKeepFraction = 0);
     // A collection prints as an expression; the buffer is the caller's.
     void GetAsString(char* buf, char nPrecision);
-    // The number and, for a defined type, " |units| ".
+    // The number, in the preferred units of its quantity where there are
+    // any, and for a defined type " |units| ".
     void GetDisplayString(char* buf, CPString* pstr);
+    // The number in base units and their text; 1 when the value has units.
+    short GetAsSI(double* pd, char* szUnits);
+    // The number in the preferred display units, their text and decimals; 0
+    // when there are none. A failure of the units goes to the report log.
+    short GetAsPreferred(double* pd, char* szUnits, char* pcDecimals);
     void WhoAmI(CPString* pstr) override;
 
     // Subvalues -------------------------------------------------------------
@@ -265,6 +272,7 @@ private:
     void ThrowIfLocked();
     void CheckUnitsOfAssignment(CPValue& src);
     void ReadFrom(std::istream& in, int nDepth);
+    void SetUnitsRead(std::string const& units);
     static void PrintValueAsExpression(CPValue* pval, std::string& out);
 
     static double dbTolerance;

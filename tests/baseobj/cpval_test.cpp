@@ -346,6 +346,20 @@ TEST_F(CPValueTest, TypesAndTextForms) {
     EXPECT_EQ(read.GetAsDouble(), 1.0);
     EXPECT_EQ(Units(read), "m");
 
+    CPValue shown;
+    shown.Set(2.0);
+    shown._set_punstrUnits("m");
+    shown._set_pstrPurpose("Length");
+    CPString strWho;
+    shown.WhoAmI(&strWho);
+    EXPECT_STREQ(strWho.GetBuffer(), "2.000000 |m|  (Length)");
+    double dSI = 0.0;
+    char szBase[256];
+    shown._set_punstrUnits("ft");
+    EXPECT_EQ(shown.GetAsSI(&dSI, szBase), 1);
+    EXPECT_EQ(dSI, Convert(2.0, CPString("ft"), CPString("m"), 0));
+    EXPECT_STREQ(szBase, "m");
+
     CPValue coll;
     auto* x = new CPValue;
     x->Set(std::int32_t{1});
