@@ -407,7 +407,7 @@ CPValue& CPValue::operator=(char const* sz) {
 // Nothing has changed when this throws.
 void CPValue::CheckUnitsOfAssignment(CPValue& src) {
     if (punstrUnits == nullptr || src.punstrUnits == nullptr) return;
-    if (punstrUnits->EquivalentDimensions(src.punstrUnits->GetBuffer()) != 0) return;
+    if (punstrUnits->EquivalentDimensions(src.punstrUnits) != 0) return;
     std::string const text = "From " + UnitText(src.punstrUnits) + " To: " + UnitText(punstrUnits);
     throw Exception(1344, text.c_str());
 }
@@ -420,16 +420,35 @@ CPValue& CPValue::operator=(CPValue& src) {
     if (punstrFormer != nullptr) punstrFormer->AddRef();
     try {
         Copy(src);
-        if (bPreserve) {
-            std::string const former = UnitText(punstrFormer);
-            AssignUnits(punstrFormer != nullptr ? former.c_str() : nullptr, IsDelta(), 0);
-        }
+        if (bPreserve) GiveUnitsBack(punstrFormer, IsDelta());
     } catch (...) {
         if (punstrFormer != nullptr) punstrFormer->Release();
         throw;
     }
     if (punstrFormer != nullptr) punstrFormer->Release();
     return *this;
+}
+
+// AssignUnits with the units that this value held before a copy, passed as
+// the object itself so that its text is not read again.
+void CPValue::GiveUnitsBack(UnitString* punstrFormer, short bDelta) {
+    CPValue* const pval = GetApplicableValue();
+    if (punstrFormer == nullptr || punstrFormer->Length() == 0 || pval->IsCollection() != 0) {
+        std::string const former = UnitText(punstrFormer);
+        AssignUnits(punstrFormer != nullptr ? former.c_str() : nullptr, bDelta, 0);
+        return;
+    }
+    if (pval->IsNumericType() == 0) return;
+    if (pval->punstrUnits == nullptr) {
+        pval->_set_punstrUnits(punstrFormer);
+        return;
+    }
+    if (pval->punstrUnits->EquivalentDimensions(punstrFormer) == 0)
+        throw Exception(1344, UnitText(pval->punstrUnits).c_str());
+    double const d =
+        pval->punstrUnits->ConvertTo(*punstrFormer, pval->FetchDouble(), nullptr, bDelta);
+    pval->SetValue(d);
+    pval->_set_punstrUnits(punstrFormer);
 }
 
 void CPValue::Copy(CPValue& src) {
@@ -923,6 +942,11 @@ short CPValue::DeleteAllSubvalues() {
     if (pcl == nullptr) return 0;
     pcl->DestroyAll(itReleaseValue);
     return 1;
+}
+
+void CPValue::ForEach(pfnKillFunc pfn, void* pvUser) {
+    SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+    m_pclValues->ForEach(pfn, pvUser);
 }
 
 CPValue* CPValue::GetSelection() {

@@ -6,6 +6,7 @@
 
 #include <baseobj/namedobj.h>
 #include <baseobj/token.h>
+#include <cpcoll/cpcollec.h>
 #include <cpcoll/recycler.h>
 #include <platform/export.h>
 
@@ -182,7 +183,7 @@ public:
     // checks and the unit conversion of assignment.
     void SetFromString(char const* sz, short bKeepFraction = 0);
     // A collection prints as an expression; the buffer is the caller's.
-    void GetAsString(char* buf, char nPrecision);
+    void GetAsString(char* buf, char nPrecision = 6);
     // The number, in the preferred units of its quantity where there are
     // any, and for a defined type " |units| ".
     void GetDisplayString(char* buf, CPString* pstr);
@@ -213,6 +214,11 @@ public:
     short _get_nSelector() const { return nSelector; }
     // Without bForce a number outside the collection becomes -1.
     void _set_nSelector(short n, short bForce = 0);
+
+    // Calls pfn on each subvalue; a value that never held subvalues is a
+    // fault of the caller.
+    using Navigable::ForEach;
+    void ForEach(pfnKillFunc pfn, void* pvUser);
 
     // Navigable -------------------------------------------------------------
     using Navigable::RemoveRelation;
@@ -271,6 +277,7 @@ private:
     void CopySubvalues(CPValue& src);
     void ThrowIfLocked();
     void CheckUnitsOfAssignment(CPValue& src);
+    void GiveUnitsBack(UnitString* punstrFormer, short bDelta);
     void ReadFrom(std::istream& in, int nDepth);
     void SetUnitsRead(std::string const& units);
     static void PrintValueAsExpression(CPValue* pval, std::string& out);

@@ -368,6 +368,9 @@ TEST_F(CPValueTest, TypesAndTextForms) {
     y->Set("a");
     coll.AddSubvalue(y, "y");
     EXPECT_EQ(Str(coll), "{'x': 1 , 'y': \"a\"}");
+    int nVisited = 0;
+    coll.ForEach([](void*, void* pv) { ++*static_cast<int*>(pv); }, &nVisited);
+    EXPECT_EQ(nVisited, 2);
     coll._set_nSelector(1);
     EXPECT_EQ(Str(coll), "a");
     coll._set_nSelector(5);
