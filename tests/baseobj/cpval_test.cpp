@@ -405,3 +405,30 @@ TEST_F(CPValueTest, PooledValuesComeBackClean) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(CPValueTest, DisplayUsesThePreferredUnits) {
+    UnitPreferences& prefs = UnitString::_get_prefsThe();
+    UnitString const metres("m");
+    prefs.AddRange(metres._get_nUnitID(), 0.0, "cm", 2, nullptr);
+    CPValue val;
+    val.Set(1.5);
+    val._set_punstrUnits("m");
+    char buf[256];
+    val.GetDisplayString(buf, nullptr);
+    double d = 0.0;
+    char szUnits[256];
+    char cDecimals = 0;
+    short const bFound = val.GetAsPreferred(&d, szUnits, &cDecimals);
+    prefs.Clear();
+    EXPECT_STREQ(buf, "150.000000 |cm| ");
+    EXPECT_EQ(bFound, 1);
+    EXPECT_EQ(d, 150.0);
+    EXPECT_STREQ(szUnits, "cm");
+    EXPECT_EQ(cDecimals, 2);
+    // The value itself is not changed by showing it.
+    EXPECT_EQ(val.GetAsDouble(), 1.5);
+}
+
+} // namespace
