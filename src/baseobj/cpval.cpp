@@ -1,0 +1,1130 @@
+#include <baseobj/cpval.h>
+
+#include <baseobj/exception.h>
+#include <baseobj/unitstr.h>
+#include <cpcoll/cpdict.h>
+#include <cpcoll/cplist.h>
+#include <util/exceptions.h>
+#include <util/pstring.h>
+
+#include <cstdio>
+#include <cstring>
+#include <istream>
+#include <new>
+#include <ostream>
+#include <string>
+
+double CPValue::dbTolerance = 1e-09;
+int CPValue::nPrintedCollections = 0;
+
+namespace {
+
+constexpr char kOverflowText[] = "OVERFLOW in CPVAL.CPP::PrintValueAsExpression";
+// The room of one scalar's text in prints and messages.
+constexpr std::size_t kScalarText = 8192;
+
+void itReleaseValue(void* pvItem, void*) {
+    static_cast<CPValue*>(pvItem)->Release();
+}
+
+template <class T> void Replace(T*& pSlot, T* pNew) {
+    if (pNew != nullptr) pNew->AddRef();
+    if (pSlot != nullptr) pSlot->Release();
+    pSlot = pNew;
+}
+
+std::string Name(CPValue const& val) {
+    char const* sz = val._get_szName(nullptr);
+    return sz != nullptr ? sz : "";
+}
+
+std::string Text(CPValue& val, char nPrecision) {
+    static char szText[kScalarText];
+    val.GetAsString(szText, nPrecision);
+    return szText;
+}
+
+// A new UnitString of the text, with one reference for the caller; a text
+// that the scanner refuses frees it again.
+UnitString* NewUnits(char const* sz, char const* szCheck) {
+    auto* const punstr = new (std::nothrow) UnitString;
+    SV_FAIL_IF_NIL(punstr, szCheck);
+    punstr->AddRef();
+    try {
+        punstr->Copy(sz);
+    } catch (...) {
+        punstr->Release();
+        throw;
+    }
+    return punstr;
+}
+
+std::string UnitText(UnitString const* punstr) {
+    if (punstr == nullptr) return {};
+    return const_cast<UnitString*>(punstr)->GetBuffer();
+}
+
+// File form helpers -----------------------------------------------------------
+
+[[noreturn]] void Unreadable() {
+    throw Exception(402, nullptr);
+}
+
+std::uint32_t GetLE(std::istream& in, int nBytes) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < nBytes; ++i) {
+        int const c = in.get();
+        if (c == std::char_traits<char>::eof()) Unreadable();
+        value |= static_cast<std::uint32_t>(static_cast<unsigned char>(c)) << (8 * i);
+    }
+    return value;
+}
+
+void PutLE(std::ostream& out, std::uint32_t value, int nBytes) {
+    for (int i = 0; i < nBytes; ++i)
+        out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
+}
+
+// A string in its stream form with its check value worked out, so that the
+// same value always writes the same bytes; no text writes the empty form.
+void PutText(std::ostream& out, std::string const& text) {
+    CPString str;
+    if (!text.empty()) {
+        str = text.c_str();
+        str._get_nCRC();
+    }
+    out << str;
+}
+
+std::string GetText(std::istream& in) {
+    CPString str;
+    in >> str;
+    return str.GetBuffer();
+}
+
+} // namespace
+
+// Construction ----------------------------------------------------------------
+
+CPValue::CPValue() {
+    Construct();
+}
+
+CPValue::CPValue(CPValue& other) : Createable(), Navigable(), Token(), Recyclable() {
+    Construct();
+    Copy(other);
+}
+
+CPValue::CPValue(CPValue* pvalFrom) {
+    Construct();
+    SV_FAIL_IF_NIL(pvalFrom, "pvalFrom");
+    Copy(*pvalFrom);
+}
+
+CPValue::CPValue(Token& tok) {
+    Construct();
+    Copy(tok);
+}
+
+CPValue::~CPValue() {
+    Initialize();
+    ClearBounds();
+    Replace<CPList>(plstReferences, nullptr);
+    Replace<CPDictionary>(pdctAttributes, nullptr);
+}
+
+void CPValue::Construct() {
+    PutBits(kPreserveUnits, 1);
+    PutBits(kBoundToProxy, 0);
+    Initialize();
+    ClearBounds();
+    _set_pstrPurpose(static_cast<CPString*>(nullptr));
+    PutBits(kCannotAssumeUndefined, 0);
+}
+
+void CPValue::Initialize() {
+    ReleaseSubvalues();
+    // The text of a string is freed with the rest of the token.
+    if (_get_bBoundToProxy() == 0) Token::UnInitialize();
+    PutBits(kDefStatus, 0);
+    PutBits(kDefStatusReason, 0);
+    PutBits(kLockStatus, 0);
+    PutBits(kLockStatusReason, 0);
+    PutBits(kRelationEncoder, 0);
+    PutBits(kSublistRepresentation, 0);
+    PutBits(kValueParameter, 0);
+    PutBits(kReserved, 0);
+    nSelector = -1;
+    pvalParent = nullptr;
+    pvVector = nullptr;
+    _set_punstrUnits(static_cast<UnitString*>(nullptr));
+    _set_pstrPurpose(static_cast<CPString*>(nullptr));
+    if (_get_bBoundToProxy() == 0) Put<double>(0, 0.0);
+}
+
+void CPValue::ReleaseSubvalues() {
+    if (m_pclValues == nullptr) return;
+    m_pclValues->DestroyAll(itReleaseValue);
+    delete m_pclValues;
+    m_pclValues = nullptr;
+}
+
+// The pool ---------------------------------------------------------------------
+
+Recycler<CPValue>& CPValue::_get_recycler() {
+    static Recycler<CPValue> recycler;
+    return recycler;
+}
+
+CPValue* CPValue::NewValue() {
+    CPValue* pval = _get_recycler().Get();
+    pval->bFromRecycler = true;
+    return pval;
+}
+
+std::uint16_t CPValue::Release() {
+    if (nRefCount == 1 && bFromRecycler) {
+        // A full pool releases the value again, and then it is deleted.
+        bFromRecycler = false;
+        _get_recycler().Put(this);
+        return 0;
+    }
+    return Createable::Release();
+}
+
+void CPValue::InitializeObject() {
+    Initialize();
+}
+
+// A pooled value holds nothing: no text, units, bounds, subvalues or name.
+void CPValue::UnInitializeObject() {
+    Initialize();
+    ClearBounds();
+    _set_szName(nullptr);
+    PutBits(kPreserveUnits, 1);
+    PutBits(kCannotAssumeUndefined, 0);
+}
+
+// Type and state -----------------------------------------------------------------
+
+CPValue* CPValue::GetApplicableValue() {
+    CPValue* pval = this;
+    // A value never holds itself; the bound only stops a graph made wrong.
+    for (int i = 0; i < kMaxFileDepth * 16; ++i) {
+        if (pval->IsCollection() == 0 || pval->nSelector < 0) break;
+        CPValue* const pvalNext =
+            pval->GetSubvalueByIndex(static_cast<std::uint32_t>(pval->nSelector));
+        if (pvalNext == nullptr) break;
+        pval = pvalNext;
+    }
+    return pval;
+}
+
+CPValue* CPValue::GetTopParent() {
+    CPValue* pval = this;
+    for (int i = 0; i < kMaxFileDepth * 16 && pval->pvalParent != nullptr; ++i)
+        pval = pval->pvalParent;
+    return pval;
+}
+
+std::uint16_t CPValue::GetType() {
+    return GetApplicableValue()->nDataType;
+}
+
+short CPValue::MatchType(std::uint16_t n) {
+    if (n == TY_COLLECTION) return IsCollection();
+    return GetType() == n ? 1 : 0;
+}
+
+short CPValue::CanPromoteTo(short nType) {
+    if (nType == static_cast<short>(TY_COLLECTION)) return 0;
+    return static_cast<short>(GetType()) <= nType ? 1 : 0;
+}
+
+short CPValue::IsDelta() {
+    if (pstrPurpose == nullptr) return 0;
+    return pstrPurpose->ContainsSubString("DeltaTemp") != 0 ||
+                   pstrPurpose->ContainsSubString("PressureDrop") != 0
+               ? 1
+               : 0;
+}
+
+// The value's text is kept in a buffer shared by all values, the token is
+// emptied and the text parsed again in the new type; the units stay.
+void CPValue::SetType(std::uint16_t nNew) {
+    static char szBuffer[kTypeTextSize];
+    CPValue* const pval = GetApplicableValue();
+    if (pval->nDataType == nNew) return;
+    if (pval->nDataType == TY_UNDEFINED) {
+        pval->_set_nDataType(nNew);
+        return;
+    }
+    pval->FetchAsString(szBuffer, sizeof szBuffer, 6);
+    if (pval->_get_bBoundToProxy() == 0) pval->Token::UnInitialize();
+    pval->_set_nDataType(nNew);
+    if (nNew == TY_COLLECTION) return;
+    UnitString* const punstrKept = pval->punstrUnits;
+    pval->punstrUnits = nullptr;
+    try {
+        pval->SetFromString(szBuffer);
+    } catch (...) {
+        pval->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+        pval->punstrUnits = punstrKept;
+        throw;
+    }
+    pval->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+    pval->punstrUnits = punstrKept;
+}
+
+// Setters ---------------------------------------------------------------------------
+
+void CPValue::ThrowIfLocked() {
+    // Only the top parent's lock counts.
+    if (GetTopParent()->IsLocked() != 0) throw Exception(321, Name(*this).c_str());
+}
+
+void CPValue::Set(CPValue* pval) {
+    SV_FAIL_IF_NIL(pval, "pval");
+    CPValue* const pvalTarget = GetApplicableValue();
+    ThrowIfLocked();
+    if (pval->nDataType != TY_UNDEFINED)
+        pvalTarget->TestBounds(pval);
+    else if (_get_bCannotAssumeUndefinedState() != 0)
+        throw Exception(350, nullptr);
+    *pvalTarget = *pval;
+}
+
+void CPValue::Set(CPValue& val) {
+    CPValue* const pvalTarget = GetApplicableValue();
+    if (val.nDataType != TY_UNDEFINED)
+        pvalTarget->TestBounds(&val);
+    else if (_get_bCannotAssumeUndefinedState() != 0)
+        throw Exception(350, nullptr);
+    *pvalTarget = val;
+}
+
+void CPValue::Set(char c, unsigned char i) {
+    CPValue* const pval = GetApplicableValue();
+    pval->TestBounds(static_cast<double>(c));
+    pval->SetValue(c, i);
+}
+
+void CPValue::Set(short n, unsigned char i) {
+    CPValue* const pval = GetApplicableValue();
+    pval->TestBounds(static_cast<double>(n));
+    pval->SetValue(n, i);
+}
+
+void CPValue::Set(std::int32_t n, unsigned char i) {
+    CPValue* const pval = GetApplicableValue();
+    pval->TestBounds(static_cast<double>(n));
+    pval->SetValue(n, i);
+}
+
+void CPValue::Set(float f, unsigned char i) {
+    CPValue* const pval = GetApplicableValue();
+    pval->TestBounds(static_cast<double>(f));
+    pval->SetValue(f, i);
+}
+
+void CPValue::Set(double d) {
+    CPValue* const pval = GetApplicableValue();
+    pval->TestBounds(d);
+    pval->SetValue(d);
+}
+
+void CPValue::Set(char const* sz) {
+    GetApplicableValue()->SetValue(sz);
+}
+
+void CPValue::SetBool(short b) {
+    GetApplicableValue()->SetValueBool(b);
+}
+
+// Getters -----------------------------------------------------------------------------
+
+char CPValue::GetAsChar() {
+    return GetApplicableValue()->FetchChar(0);
+}
+
+short CPValue::GetAsShort(unsigned char i) {
+    return GetApplicableValue()->FetchShort(i);
+}
+
+short CPValue::GetAsBool() {
+    return GetApplicableValue()->FetchBool();
+}
+
+std::int32_t CPValue::GetAsLong() {
+    return GetApplicableValue()->FetchLong(0);
+}
+
+float CPValue::GetAsFloat(unsigned char i) {
+    return GetApplicableValue()->FetchFloat(i);
+}
+
+double CPValue::GetAsDouble() {
+    return GetApplicableValue()->FetchDouble();
+}
+
+// Assignment ----------------------------------------------------------------------------
+
+CPValue& CPValue::operator=(Token& tok) {
+    Copy(tok);
+    return *this;
+}
+
+CPValue& CPValue::operator=(char c) {
+    Set(c);
+    return *this;
+}
+
+CPValue& CPValue::operator=(short n) {
+    Set(n);
+    return *this;
+}
+
+CPValue& CPValue::operator=(std::int32_t n) {
+    Set(n);
+    return *this;
+}
+
+CPValue& CPValue::operator=(float f) {
+    Set(f);
+    return *this;
+}
+
+CPValue& CPValue::operator=(double d) {
+    Set(d);
+    return *this;
+}
+
+CPValue& CPValue::operator=(char const* sz) {
+    Set(sz);
+    return *this;
+}
+
+// Nothing has changed when this throws.
+void CPValue::CheckUnitsOfAssignment(CPValue& src) {
+    if (punstrUnits == nullptr || src.punstrUnits == nullptr) return;
+    if (punstrUnits->EquivalentDimensions(src.punstrUnits) != 0) return;
+    std::string const text = "From " + UnitText(src.punstrUnits) + " To: " + UnitText(punstrUnits);
+    throw Exception(1344, text.c_str());
+}
+
+CPValue& CPValue::operator=(CPValue& src) {
+    if (&src == this) return *this;
+    bool const bPreserve = _get_bPreserveUnitsOnAssignment() != 0;
+    if (bPreserve) CheckUnitsOfAssignment(src);
+    UnitString* const punstrFormer = punstrUnits;
+    if (punstrFormer != nullptr) punstrFormer->AddRef();
+    try {
+        Copy(src);
+        if (bPreserve) GiveUnitsBack(punstrFormer, IsDelta());
+    } catch (...) {
+        if (punstrFormer != nullptr) punstrFormer->Release();
+        throw;
+    }
+    if (punstrFormer != nullptr) punstrFormer->Release();
+    return *this;
+}
+
+// AssignUnits with the units that this value held before a copy, passed as
+// the object itself so that its text is not read again.
+void CPValue::GiveUnitsBack(UnitString* punstrFormer, short bDelta) {
+    CPValue* const pval = GetApplicableValue();
+    if (punstrFormer == nullptr || punstrFormer->Length() == 0 || pval->IsCollection() != 0) {
+        std::string const former = UnitText(punstrFormer);
+        AssignUnits(punstrFormer != nullptr ? former.c_str() : nullptr, bDelta, 0);
+        return;
+    }
+    if (pval->IsNumericType() == 0) return;
+    if (pval->punstrUnits == nullptr) {
+        pval->_set_punstrUnits(punstrFormer);
+        return;
+    }
+    if (pval->punstrUnits->EquivalentDimensions(punstrFormer) == 0)
+        throw Exception(1344, UnitText(pval->punstrUnits).c_str());
+    double const d =
+        pval->punstrUnits->ConvertTo(*punstrFormer, pval->FetchDouble(), nullptr, bDelta);
+    pval->SetValue(d);
+    pval->_set_punstrUnits(punstrFormer);
+}
+
+void CPValue::Copy(CPValue& src) {
+    if (&src == this) return;
+    CPValue* const pvalKeptParent = pvalParent;
+    InitializeObject();
+    if (_get_bBoundToProxy() == 0) {
+        Token::UnInitialize();
+        Token::Copy(src);
+    }
+    pvalParent = pvalKeptParent;
+    PutBits(kDefStatus, src._get_nDefStatus());
+    PutBits(kDefStatusReason, src._get_nDefStatusReason());
+    TestBounds(&src);
+    if (pvalUpperBound == nullptr) _set_pvalUpperBound(src.pvalUpperBound);
+    if (pvalLowerBound == nullptr) _set_pvalLowerBound(src.pvalLowerBound);
+    PutBits(kCannotAssumeUndefined, src._get_bCannotAssumeUndefinedState());
+    _set_punstrUnits(src.punstrUnits);
+    _set_pstrPurpose(src.pstrPurpose);
+    _set_pnvgContext(src.pnvgContext);
+    _set_plstReferences(src.plstReferences);
+    if (src.IsCollection() != 0) CopySubvalues(src);
+}
+
+void CPValue::CopySubvalues(CPValue& src) {
+    PutBits(kSublistRepresentation, 0);
+    m_pclValues = new (std::nothrow) CPList;
+    SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+    if (src.m_pclValues != nullptr) {
+        std::uint32_t const n = src.m_pclValues->Length();
+        for (std::uint32_t i = 0; i < n; ++i) {
+            auto* const pvalSub = static_cast<CPValue*>(src.m_pclValues->RetrieveIDX(i));
+            auto* const pvalClone = new (std::nothrow) CPValue(*pvalSub);
+            SV_FAIL_IF_NIL(pvalClone, "pvalNew");
+            pvalClone->_set_szName(pvalSub->_get_szName(nullptr));
+            AddSubvalue(pvalClone, nullptr, 1);
+        }
+    }
+    nSelector = src.nSelector;
+}
+
+void CPValue::Copy(Token& tok) {
+    Initialize();
+    if (_get_bBoundToProxy() == 0) Token::Copy(tok);
+}
+
+// Bounds -----------------------------------------------------------------------------------
+
+void CPValue::ClearBounds() {
+    _set_pvalUpperBound(nullptr);
+    _set_pvalLowerBound(nullptr);
+}
+
+void CPValue::_set_pvalUpperBound(CPValue* pval) {
+    Replace(pvalUpperBound, pval);
+}
+
+void CPValue::_set_pvalLowerBound(CPValue* pval) {
+    Replace(pvalLowerBound, pval);
+}
+
+namespace {
+
+[[noreturn]] void OutOfRange(char const* szFormat, std::string const& value, CPValue* pvalBound) {
+    static char szBound[kScalarText];
+    pvalBound->GetDisplayString(szBound, nullptr);
+    std::string message = szFormat;
+    message.replace(message.find("%s"), 2, value);
+    message.replace(message.find("%s"), 2, szBound);
+    throw Exception(106, message.c_str());
+}
+
+std::string Fixed(double d) {
+    char buf[512];
+    std::snprintf(buf, sizeof buf, "%lf", d);
+    return buf;
+}
+
+} // namespace
+
+short CPValue::TestBounds(double d) {
+    if (pvalUpperBound != nullptr && d > pvalUpperBound->GetAsDouble())
+        OutOfRange("Value of %s higher than upper bound %s", Fixed(d), pvalUpperBound);
+    if (pvalLowerBound != nullptr && d < pvalLowerBound->GetAsDouble())
+        OutOfRange("Value of %s below lower bound %s", Fixed(d), pvalLowerBound);
+    return 1;
+}
+
+short CPValue::TestBounds(CPValue* pval) {
+    if (pvalUpperBound == nullptr && pvalLowerBound == nullptr) return 1;
+    double const d = pval->GetAsDouble();
+    if (pvalUpperBound != nullptr && d > pvalUpperBound->GetAsDouble())
+        OutOfRange("Value of %s higher than upper bound %s", Text(*pval, 6), pvalUpperBound);
+    if (pvalLowerBound != nullptr && d < pvalLowerBound->GetAsDouble())
+        OutOfRange("Value of %s below lower bound %s", Text(*pval, 6), pvalLowerBound);
+    return 1;
+}
+
+// Optional members ---------------------------------------------------------------------------
+
+UnitString* CPValue::_get_punstrUnits(CPString* pstr) const {
+    if (pstr != nullptr && punstrUnits != nullptr) *pstr = punstrUnits->GetBuffer();
+    return punstrUnits;
+}
+
+void CPValue::_set_punstrUnits(UnitString* punstr) {
+    Replace(punstrUnits, punstr);
+}
+
+void CPValue::_set_punstrUnits(char const* sz) {
+    if (sz == nullptr || *sz == '\0') {
+        _set_punstrUnits(static_cast<UnitString*>(nullptr));
+        return;
+    }
+    UnitString* const punstrA = NewUnits(sz, "punstrA");
+    _set_punstrUnits(punstrA);
+    punstrA->Release();
+}
+
+char* CPValue::_get_punstrUnits_As_sz(char* buf) const {
+    std::string const text = UnitText(punstrUnits);
+    if (buf != nullptr) std::memcpy(buf, text.c_str(), text.size() + 1);
+    return buf;
+}
+
+void CPValue::_set_pstrPurpose(CPString* pstr) {
+    Replace(pstrPurpose, pstr);
+}
+
+void CPValue::_set_pstrPurpose(char const* sz) {
+    if (sz == nullptr || *sz == '\0') {
+        _set_pstrPurpose(static_cast<CPString*>(nullptr));
+        return;
+    }
+    auto* const pstr = new (std::nothrow) CPString(sz);
+    SV_FAIL_IF_NIL(pstr, "pstrPurpose");
+    _set_pstrPurpose(pstr);
+}
+
+char const* CPValue::_get_pstrPurpose_As_sz() const {
+    return pstrPurpose != nullptr ? pstrPurpose->GetBuffer() : "";
+}
+
+void CPValue::_set_pnvgContext(Navigable* pnvg) {
+    Replace(pnvgContext, pnvg);
+}
+
+void CPValue::_set_plstReferences(CPList* plst) {
+    Replace(plstReferences, plst);
+}
+
+// Units ---------------------------------------------------------------------------------------
+
+void CPValue::AssignUnits(char const* szUnits, short bDelta, short bForce) {
+    CPValue* const pval = GetApplicableValue();
+    if (pval->IsCollection() != 0) {
+        for (CPValue* pvalSub = pval->GetFirstSubvalue(); pvalSub != nullptr;
+             pvalSub = pval->GetNextSubvalue())
+            if (pvalSub->IsNumericType() != 0 || bForce != 0)
+                pvalSub->AssignUnits(szUnits, bDelta, bForce);
+        pval->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+        if (szUnits != nullptr && *szUnits != '\0') {
+            UnitString* const punstrNew = NewUnits(szUnits, "punstrNew");
+            pval->_set_punstrUnits(punstrNew);
+            punstrNew->Release();
+        }
+        return;
+    }
+    if (pval->IsNumericType() == 0) return;
+    if (szUnits == nullptr || *szUnits == '\0') {
+        pval->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+        return;
+    }
+    if (pval->punstrUnits == nullptr) {
+        UnitString* const punstrNew = NewUnits(szUnits, "punstrNew");
+        bool const bNamed = punstrNew->Length() != 0;
+        if (bNamed) pval->_set_punstrUnits(punstrNew);
+        double d = 0.0;
+        try {
+            // A scaled form with no units of its own: only the number moves.
+            if (!bNamed) d = punstrNew->ConvertTo(szUnits, pval->FetchDouble(), nullptr, bDelta);
+        } catch (...) {
+            punstrNew->Release();
+            throw;
+        }
+        punstrNew->Release();
+        if (!bNamed) pval->Set(d);
+        return;
+    }
+    if (pval->punstrUnits->EquivalentDimensions(szUnits) == 0)
+        throw Exception(1344, UnitText(pval->punstrUnits).c_str());
+    double const d = pval->punstrUnits->ConvertTo(szUnits, pval->FetchDouble(), nullptr, bDelta);
+    pval->SetValue(d);
+    pval->_set_punstrUnits(szUnits);
+}
+
+// Text ------------------------------------------------------------------------------------------
+
+namespace {
+
+// "value|units(purpose)": what follows the first bar, to the next bar, the
+// end or the room of the buffers.
+void SplitUnitsAndPurpose(char const* sz, std::string& units, std::string& purpose) {
+    char const* pcBar = sz != nullptr ? std::strchr(sz, '|') : nullptr;
+    if (pcBar == nullptr) return;
+    bool bInPurpose = false;
+    std::size_t n = 0;
+    for (char const* pc = pcBar + 1; *pc != '\0' && *pc != '|' && n < 255; ++pc, ++n) {
+        if (!bInPurpose && *pc == '(') {
+            bInPurpose = true;
+        } else if (bInPurpose) {
+            if (*pc != ')') purpose += *pc;
+        } else {
+            units += *pc;
+        }
+    }
+}
+
+bool HasFraction(char const* sz) {
+    if (std::strchr(sz, '.') == nullptr) return false;
+    double d = 0.0;
+    if (std::sscanf(sz, "%lf", &d) != 1) return false;
+    return d != static_cast<double>(static_cast<long long>(d));
+}
+
+} // namespace
+
+void CPValue::SetFromString(char const* sz, short bKeepFraction) {
+    CPValue* const pval = GetApplicableValue();
+    std::string units;
+    std::string purpose;
+    SplitUnitsAndPurpose(sz, units, purpose);
+    CPValue valTemp;
+    if (bKeepFraction != 0 && pval->punstrUnits != nullptr && sz != nullptr && HasFraction(sz) &&
+        pval->nDataType < TY_FLOAT)
+        pval->SetType(TY_FLOAT);
+    valTemp._set_nDataType(pval->nDataType);
+    valTemp.Token::SetValueFromString(sz);
+    if (!units.empty()) valTemp._set_punstrUnits(units.c_str());
+    pval->Set(&valTemp);
+    if (!purpose.empty()) pval->_set_pstrPurpose(purpose.c_str());
+}
+
+void CPValue::GetAsString(char* buf, char nPrecision) {
+    CPValue* const pval = GetApplicableValue();
+    if (pval->IsCollection() == 0) {
+        pval->FetchAsString(buf, nPrecision);
+        return;
+    }
+    nPrintedCollections = 0;
+    std::string text;
+    PrintValueAsExpression(pval, text);
+    std::memcpy(buf, text.c_str(), text.size() + 1);
+}
+
+void CPValue::PrintValueAsExpression(CPValue* pval, std::string& out) {
+    if (pval->IsCollection() == 0) {
+        std::string const text = Text(*pval, 6);
+        out += pval->nDataType == TY_STRING ? "\"" + text + "\"" : text;
+        return;
+    }
+    if (++nPrintedCollections > kMaxPrintedCollections) {
+        out += kOverflowText;
+        return;
+    }
+    out += "{";
+    std::uint32_t const n = pval->GetSubvalueCount();
+    for (std::uint32_t i = 0; i < n; ++i) {
+        CPValue* const pvalSub = pval->GetSubvalueByIndex(i);
+        if (i != 0) out += " , ";
+        if (char const* szName = pvalSub->_get_szName(nullptr)) {
+            out += "'";
+            out += szName;
+            out += "': ";
+        }
+        PrintValueAsExpression(pvalSub, out);
+    }
+    out += "}";
+}
+
+namespace {
+
+void ReportUnitFailure(std::string const& units, Exception const& e) {
+    std::string const text = "Invalid Unit String " + units + " " + e.szMessage;
+    Exceptions::_get_gexeptnsThe().Comment(SV_UNIT_NAME(), __LINE__, text.c_str());
+}
+
+// The unit word people read: the foreign notation where it can be written.
+std::string UnitWord(UnitString* punstr, std::string const& fallback) {
+    CPString strWord;
+    if (punstr != nullptr && punstr->GetKRESKUnitString(&strWord) != 0 && strWord.Length() != 0)
+        return strWord.GetBuffer();
+    return fallback;
+}
+
+} // namespace
+
+short CPValue::GetAsPreferred(double* pd, char* szUnits, char* pcDecimals) {
+    CPValue* const pval = GetApplicableValue();
+    UnitString* const punstr = pval->punstrUnits;
+    if (punstr == nullptr || pval->IsNumericType() == 0) return 0;
+    try {
+        double dSI = 0.0;
+        char szBase[kUnitTextSize];
+        pval->GetAsSI(&dSI, szBase);
+        CPString strPreferred;
+        char cDecimals = 6;
+        char szPurpose[kUnitTextSize] = {};
+        std::strncat(szPurpose, pval->_get_pstrPurpose_As_sz(), sizeof szPurpose - 1);
+        if (punstr->GetDisplayUnits(dSI, &strPreferred, &cDecimals, szPurpose) == 0 ||
+            strPreferred.Length() == 0)
+            return 0;
+        CPValue valTemp;
+        valTemp._set_bPreserveUnitsOnAssignment(0);
+        valTemp = *pval;
+        valTemp.AssignUnits(strPreferred.GetBuffer(), pval->IsDelta());
+        if (pd != nullptr) *pd = valTemp.GetAsDouble();
+        if (szUnits != nullptr) valTemp._get_punstrUnits_As_sz(szUnits);
+        if (pcDecimals != nullptr) *pcDecimals = cDecimals;
+        return 1;
+    } catch (Exception const& e) {
+        ReportUnitFailure(UnitText(punstr), e);
+    }
+    return 0;
+}
+
+short CPValue::GetAsSI(double* pd, char* szUnits) {
+    CPValue* const pval = GetApplicableValue();
+    UnitString* const punstr = pval->punstrUnits;
+    double d = pval->GetAsDouble();
+    std::string base;
+    if (punstr != nullptr && punstr->Length() != 0) {
+        UnitString* const punstrBase = punstr->BaseUnits();
+        if (punstrBase != nullptr) {
+            base = punstrBase->GetBuffer();
+            d = punstr->ConvertTo(*punstrBase, d, nullptr, pval->IsDelta());
+            punstrBase->Release();
+        }
+    }
+    if (pd != nullptr) *pd = d;
+    if (szUnits != nullptr) std::memcpy(szUnits, base.c_str(), base.size() + 1);
+    return punstr != nullptr ? 1 : 0;
+}
+
+// The number in the preferred units of its quantity where there are any,
+// and the unit word behind it.
+void CPValue::GetDisplayString(char* buf, CPString* pstr) {
+    CPValue* const pval = GetApplicableValue();
+    std::string text;
+    if (pval->IsCollection() != 0 || pval->punstrUnits == nullptr) {
+        text = Text(*pval, 6);
+    } else {
+        std::string const own = UnitText(pval->punstrUnits);
+        double d = 0.0;
+        char szPreferred[kUnitTextSize] = {};
+        char cDecimals = 6;
+        if (pval->IsNumericType() != 0 && pval->GetAsPreferred(&d, szPreferred, &cDecimals) != 0 &&
+            own != szPreferred) {
+            CPValue valTemp;
+            valTemp._set_bPreserveUnitsOnAssignment(0);
+            valTemp = *pval;
+            valTemp.AssignUnits(szPreferred, pval->IsDelta());
+            text = Text(valTemp, 6);
+            UnitString unstrPreferred(szPreferred);
+            text += pval->nDataType != TY_UNDEFINED
+                        ? " |" + UnitWord(&unstrPreferred, szPreferred) + "| "
+                        : "";
+        } else {
+            text = Text(*pval, 6);
+            if (pval->nDataType != TY_UNDEFINED)
+                text += " |" + UnitWord(pval->punstrUnits, own) + "| ";
+        }
+    }
+    if (buf != nullptr) std::memcpy(buf, text.c_str(), text.size() + 1);
+    if (pstr != nullptr) *pstr = text.c_str();
+}
+
+void CPValue::WhoAmI(CPString* pstr) {
+    if (pstr == nullptr) return;
+    GetDisplayString(nullptr, pstr);
+    if (pstrPurpose != nullptr) {
+        *pstr += " (";
+        *pstr += *pstrPurpose;
+        *pstr += ")";
+    }
+}
+
+// Subvalues ---------------------------------------------------------------------------------------
+
+std::uint32_t CPValue::GetSubvalueCount() const {
+    CPCollection* const pcl = _get_pclValues();
+    return pcl != nullptr ? pcl->Length() : 0;
+}
+
+CPValue* CPValue::GetFirstSubvalue() {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr) return nullptr;
+    pcl->GotoTop();
+    return static_cast<CPValue*>(pcl->Retrieve());
+}
+
+CPValue* CPValue::GetNextSubvalue() {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr) return nullptr;
+    pcl->Next();
+    return static_cast<CPValue*>(pcl->Retrieve());
+}
+
+CPValue* CPValue::GetSubvalueByIndex(std::uint32_t n) {
+    CPCollection* const pcl = _get_pclValues();
+    return pcl != nullptr ? static_cast<CPValue*>(pcl->RetrieveIDX(n)) : nullptr;
+}
+
+CPValue* CPValue::GetSubvalueByName(char const* szName) {
+    if (szName == nullptr) return nullptr;
+    std::uint32_t const n = GetSubvalueCount();
+    for (std::uint32_t i = 0; i < n; ++i) {
+        CPValue* const pval = GetSubvalueByIndex(i);
+        char const* sz = pval->_get_szName(nullptr);
+        if (sz != nullptr && std::strcmp(sz, szName) == 0) return pval;
+    }
+    return nullptr;
+}
+
+void CPValue::PromoteToCollection(short bKeepValue, short) {
+    if (IsCollection() != 0) return;
+    CPValue* pvalSingle = nullptr;
+    if (bKeepValue != 0) {
+        pvalSingle = new (std::nothrow) CPValue(*this);
+        SV_FAIL_IF_NIL(pvalSingle, "pvalSingle");
+        pvalSingle->AddRef();
+    }
+    SetType(TY_COLLECTION);
+    // Only the list form is made here: nothing in this unit asks for a tree.
+    SV_ASSERT(_get_nSublistRepresentation() == 0, "1 == 0");
+    if (m_pclValues == nullptr) {
+        m_pclValues = new (std::nothrow) CPList;
+        SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+    }
+    if (pvalSingle != nullptr) {
+        AddSubvalue(pvalSingle, nullptr, 1);
+        pvalSingle->Release();
+    }
+}
+
+CPValue* CPValue::AddSubvalue(CPValue* pval, char const* szName, short bKeepBoth) {
+    SV_FAIL_IF_NIL(pval, "pvalNew");
+    pval->pvalParent = this;
+    if (IsCollection() == 0) {
+        PromoteToCollection(0, -1);
+    } else if (m_pclValues == nullptr) {
+        m_pclValues = new (std::nothrow) CPList;
+        SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+    }
+    if (szName != nullptr) {
+        if (bKeepBoth == 0) {
+            DeleteNamedValue(szName);
+            pval->_set_szName(szName);
+        } else {
+            std::string name = std::string(szName).substr(0, 255);
+            while (GetSubvalueByName(name.c_str()) != nullptr && name.size() < 255)
+                name += 'X';
+            pval->_set_szName(name.c_str());
+        }
+    }
+    SV_ASSERT(_get_nSublistRepresentation() == 0, "1 == 0");
+    m_pclValues->Add(pval);
+    pval->AddRef();
+    return pval;
+}
+
+short CPValue::DeleteValue(CPValue* pval) {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr || pval == nullptr || pcl->Detach(pval) == 0) return 0;
+    pval->Release();
+    return 1;
+}
+
+short CPValue::DeleteNamedValue(char const* szName) {
+    SV_FAIL_IF_NIL(szName, "szValName");
+    return DeleteValue(GetSubvalueByName(szName));
+}
+
+short CPValue::DeleteIndexedValue(short n) {
+    if (n < 0) return 0;
+    return DeleteValue(GetSubvalueByIndex(static_cast<std::uint32_t>(n)));
+}
+
+short CPValue::DeleteAllSubvalues() {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr) return 0;
+    pcl->DestroyAll(itReleaseValue);
+    return 1;
+}
+
+void CPValue::ForEach(pfnKillFunc pfn, void* pvUser) {
+    SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+    m_pclValues->ForEach(pfn, pvUser);
+}
+
+CPValue* CPValue::GetSelection() {
+    if (IsCollection() == 0 || nSelector < 0) return this;
+    CPValue* const pval = GetSubvalueByIndex(static_cast<std::uint32_t>(nSelector));
+    return pval != nullptr ? pval : this;
+}
+
+void CPValue::_set_nSelector(short n, short bForce) {
+    if (bForce != 0) {
+        nSelector = n;
+    } else if (_get_pclValues() == nullptr) {
+        nSelector = -1;
+    } else {
+        nSelector = static_cast<std::uint16_t>(n) >= GetSubvalueCount() ? -1 : n;
+    }
+}
+
+// Navigable
+// ------------------------------------------------------------------------------------------
+
+namespace {
+
+short Kind(short nRelation) {
+    return static_cast<short>(nRelation & 0xFF);
+}
+
+} // namespace
+
+short CPValue::AddRelation(Navigable* pnav, EdgeSpec* pes) {
+    if (pes == nullptr) return 0;
+    if (Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return 0;
+    auto* const pval = dynamic_cast<CPValue*>(pnav);
+    if (pval == nullptr) return 0;
+    char szName[EdgeSpec::kTextRoom];
+    bool const bByName = pes->_get_nType() == EdgeSpec::kSelectByName;
+    AddSubvalue(pval, bByName ? pes->_get_szName(szName) : nullptr, 0);
+    return 1;
+}
+
+short CPValue::RemoveRelation(Navigable*, EdgeSpec* pes) {
+    return RemoveRelation(pes);
+}
+
+short CPValue::RemoveRelation(EdgeSpec* pes) {
+    if (pes == nullptr || Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return 0;
+    if (pes->_get_nType() == EdgeSpec::kSelectByName) {
+        char szName[EdgeSpec::kTextRoom];
+        return DeleteNamedValue(pes->_get_szName(szName));
+    }
+    if (pes->_get_nType() == EdgeSpec::kSelectByIndex)
+        return DeleteIndexedValue(static_cast<short>(pes->_get_nDX()));
+    return 0;
+}
+
+Navigable* CPValue::TraverseRelation(EdgeSpec* pes) {
+    return static_cast<CPValue*>(TraverseStep(this, pes));
+}
+
+short CPValue::GetRelatedNodeCount(short nRelation, char*) {
+    switch (Kind(nRelation)) {
+    case RT_CONTAINMENT:
+        return static_cast<short>(GetSubvalueCount());
+    case RT_REFERENCE:
+        return plstReferences != nullptr ? static_cast<short>(plstReferences->Length()) : 0;
+    default:
+        return 0;
+    }
+}
+
+Navigable* CPValue::GetFirstRelatedNode(short nRelation, char*) {
+    return Kind(nRelation) == RT_CONTAINMENT ? GetFirstSubvalue() : nullptr;
+}
+
+Navigable* CPValue::GetNextRelatedNode() {
+    return GetNextSubvalue();
+}
+
+Navigable* CPValue::CreateInstance() {
+    return new CPValue;
+}
+
+Navigable* CPValue::CreateRelatedNode(EdgeSpec* pes) {
+    if (pes == nullptr || Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return nullptr;
+    return static_cast<CPValue*>(CreateNode(this, pes));
+}
+
+void* CPValue::TraverseStep(void* pvNode, EdgeSpec* pes) {
+    auto* const pval = static_cast<CPValue*>(pvNode);
+    if (pval == nullptr || pes == nullptr) return nullptr;
+    if (Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return nullptr;
+    if (pes->_get_nType() == EdgeSpec::kSelectByName) {
+        char szName[EdgeSpec::kTextRoom];
+        return pval->GetSubvalueByName(pes->_get_szName(szName));
+    }
+    if (pes->_get_nType() == EdgeSpec::kSelectByIndex)
+        return pval->GetSubvalueByIndex(static_cast<std::uint32_t>(pes->_get_nDX()));
+    return nullptr;
+}
+
+void* CPValue::CreateNode(void* pvNode, EdgeSpec* pes) {
+    auto* const pval = static_cast<CPValue*>(pvNode);
+    if (pval == nullptr || pes == nullptr) return nullptr;
+    bool const bByName = pes->_get_nType() == EdgeSpec::kSelectByName;
+    if (!bByName && pes->_get_nType() != EdgeSpec::kSelectByIndex) return nullptr;
+    auto* const pvalNew = new (std::nothrow) CPValue;
+    SV_FAIL_IF_NIL(pvalNew, "pvalNew");
+    char szName[EdgeSpec::kTextRoom];
+    pval->AddSubvalue(pvalNew, bByName ? pes->_get_szName(szName) : nullptr, 0);
+    return pvalNew;
+}
+
+// The file form
+// -----------------------------------------------------------------------------------------
+
+std::ostream& operator<<(std::ostream& out, CPValue& val) {
+    out.put(static_cast<char>(CPValue::kFileMagic));
+    out.put(static_cast<char>(CPValue::kFileVersion));
+    out << static_cast<Token const&>(val);
+    if (val.IsCollection() != 0) {
+        std::uint32_t const n = val.GetSubvalueCount();
+        PutLE(out, n, 4);
+        for (std::uint32_t i = 0; i < n; ++i)
+            out << *val.GetSubvalueByIndex(i);
+    }
+    PutText(out, UnitText(val.punstrUnits));
+    PutText(out, Name(val));
+    PutLE(out, static_cast<std::uint16_t>(val.nSelector), 2);
+    return out;
+}
+
+std::istream& operator>>(std::istream& in, CPValue& val) {
+    val.ReadFrom(in, 0);
+    return in;
+}
+
+// A unit text that the scanner cannot read at all makes the data unreadable
+// rather than passing the scanner's complaint on.
+void CPValue::SetUnitsRead(std::string const& units) {
+    try {
+        _set_punstrUnits(units.c_str());
+    } catch (Exception const&) {
+        Unreadable();
+    }
+}
+
+void CPValue::ReadFrom(std::istream& in, int nDepth) {
+    if (nDepth > kMaxFileDepth) Unreadable();
+    // Data that ends is unreadable; data of another kind has no version.
+    if (GetLE(in, 1) != kFileMagic || GetLE(in, 1) != kFileVersion) throw Exception(401, nullptr);
+    Token tok;
+    in >> tok;
+    // The value's place in a graph is not part of its file form.
+    CPValue* const pvalKeptParent = pvalParent;
+    if (tok._get_nDataType() != TY_COLLECTION) {
+        Copy(tok);
+    } else {
+        Initialize();
+        std::uint32_t const n = GetLE(in, 4);
+        PromoteToCollection(0);
+        for (std::uint32_t i = 0; i < n; ++i) {
+            auto* const pvalThe = new (std::nothrow) CPValue;
+            SV_FAIL_IF_NIL(pvalThe, "pvalThe");
+            pvalThe->AddRef();
+            try {
+                pvalThe->ReadFrom(in, nDepth + 1);
+            } catch (...) {
+                pvalThe->Release();
+                throw;
+            }
+            AddSubvalue(pvalThe, nullptr, 0);
+            pvalThe->Release();
+        }
+    }
+    pvalParent = pvalKeptParent;
+    std::string const units = GetText(in);
+    std::string const name = GetText(in);
+    if (!units.empty()) SetUnitsRead(units);
+    if (!name.empty()) _set_szName(name.c_str());
+    _set_nSelector(static_cast<short>(GetLE(in, 2)), 1);
+}

@@ -1,0 +1,306 @@
+// The framework's value: a Token with a name, units, bounds, a definition
+// and a lock state, a parent, and optionally a collection of subvalues. A
+// collection with a selector acts as its selected element. A value stands
+// in the object graph as a Navigable and comes from a pool of its own.
+#pragma once
+
+#include <baseobj/namedobj.h>
+#include <baseobj/token.h>
+#include <cpcoll/cpcollec.h>
+#include <cpcoll/recycler.h>
+#include <platform/export.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+class CPCollection;
+class CPDictionary;
+class CPList;
+class CPString;
+class ProxyValue;
+class UnitString;
+
+class SORVANE_API CPValue : public Navigable, public Token, public Recyclable {
+public:
+    // Room of the text buffers of SetType and of the unit and purpose parts
+    // of the text form.
+    static constexpr std::size_t kTypeTextSize = 256;
+    static constexpr std::size_t kUnitTextSize = 256;
+    // Collections visited by one print before the rest is cut short.
+    static constexpr int kMaxPrintedCollections = 20;
+    // Nesting that the file reader accepts; deeper data is refused.
+    static constexpr int kMaxFileDepth = 256;
+    // What the file form begins with.
+    static constexpr unsigned char kFileMagic = 255;
+    static constexpr unsigned char kFileVersion = 1;
+
+    CPValue();
+    CPValue(CPValue& other);
+    explicit CPValue(CPValue* pvalFrom);
+    explicit CPValue(Token& tok);
+    ~CPValue() override;
+
+    // A value from the pool, holding one reference for the caller; its last
+    // Release puts it back.
+    static CPValue* NewValue();
+    static Recycler<CPValue>& _get_recycler();
+    std::uint16_t Release() override;
+    void InitializeObject() override;
+    void UnInitializeObject() override;
+
+    static double _get_dbTolerance() { return dbTolerance; }
+    static void _set_dbTolerance(double d) { dbTolerance = d; }
+
+    // Type and state -------------------------------------------------------
+    CPValue* GetApplicableValue();
+    CPValue* GetTopParent();
+    std::uint16_t GetType();
+    std::uint16_t FetchType() { return GetType(); }
+    void SetType(std::uint16_t nNew);
+    // For TY_COLLECTION whether this value itself is one; else exact type.
+    short MatchType(std::uint16_t n);
+    short IsCollection() const { return nDataType == TY_COLLECTION ? 1 : 0; }
+    short IsStringType() const { return nDataType == TY_STRING || nDataType == TY_COMMENT ? 1 : 0; }
+    short CanPromoteTo(short nType);
+    void _set_nDataType(std::uint16_t n) { Token::_set_nDataType(n); }
+
+    short IsDefined() const { return _get_nDefStatus() != 0 ? 1 : 0; }
+    short WhyNotDefined() const { return _get_nDefStatusReason() != 0 ? 1 : 0; }
+    short WhoDefinedMe() const { return WhyNotDefined(); }
+    short IsLocked() const { return _get_nLockStatus() != 0 ? 1 : 0; }
+    short WhyLocked() const { return _get_nLockStatusReason() != 0 ? 1 : 0; }
+    void SetDefineStatus(int n) { PutBits(kDefStatus, n); }
+    void SetDefineReason(int n) { PutBits(kDefStatusReason, n); }
+    void SetLockedStatus(int n) { PutBits(kLockStatus, n); }
+    void SetLockedReason(int n) { PutBits(kLockStatusReason, n); }
+    // A difference, converted without offset: the purpose names one.
+    short IsDelta();
+
+    char _get_nDefStatus() const { return GetBits(kDefStatus); }
+    void _set_nDefStatus(char n) { PutBits(kDefStatus, n); }
+    char _get_nDefStatusReason() const { return GetBits(kDefStatusReason); }
+    void _set_nDefStatusReason(char n) { PutBits(kDefStatusReason, n); }
+    char _get_nLockStatus() const { return GetBits(kLockStatus); }
+    void _set_nLockStatus(char n) { PutBits(kLockStatus, n); }
+    char _get_nLockStatusReason() const { return GetBits(kLockStatusReason); }
+    void _set_nLockStatusReason(char n) { PutBits(kLockStatusReason, n); }
+    char _get_nSublistRepresentation() const { return GetBits(kSublistRepresentation); }
+    char _get_bValueParameter() const { return GetBits(kValueParameter); }
+    void _set_bValueParameter(char b) { PutBits(kValueParameter, b != 0); }
+    char _get_bPreserveUnitsOnAssignment() const { return GetBits(kPreserveUnits); }
+    void _set_bPreserveUnitsOnAssignment(char b) { PutBits(kPreserveUnits, b != 0); }
+    char _get_bRelationEncoder() const { return GetBits(kRelationEncoder); }
+    void _set_bRelationEncoder(char b) { PutBits(kRelationEncoder, b != 0); }
+    char _get_bCannotAssumeUndefinedState() const { return GetBits(kCannotAssumeUndefined); }
+    void _set_bCannotAssumeUndefinedState(char b) { PutBits(kCannotAssumeUndefined, b != 0); }
+    char _get_bBoundToProxy() const { return GetBits(kBoundToProxy); }
+    std::uint32_t _get_nFlags() const { return nFlags; }
+
+    // Checked setters, on the applicable value ------------------------------
+    // Refused for a locked top parent (321), outside the bounds (106), and
+    // for an undefined source where undefined is refused (350).
+    void Set(CPValue* pval);
+    // The same without the lock.
+    void Set(CPValue& val);
+    void Set(char c, unsigned char i = 0);
+    void Set(short n, unsigned char i = 0);
+    void Set(std::int32_t n, unsigned char i = 0);
+    void Set(float f, unsigned char i = 0);
+    void Set(double d);
+    void Set(char const* sz);
+    void SetBool(short b);
+
+    char GetAsChar();
+    short GetAsShort(unsigned char i = 0);
+    short GetAsBool();
+    std::int32_t GetAsLong();
+    float GetAsFloat(unsigned char i = 0);
+    double GetAsDouble();
+    operator char() { return GetAsChar(); }
+    operator short() { return GetAsShort(0); }
+    operator std::int32_t() { return GetAsLong(); }
+    operator float() { return GetAsFloat(0); }
+    operator double() { return GetAsDouble(); }
+
+    // Copy of a token; of a value, keeping this value's own units unless
+    // bPreserveUnitsOnAssignment is clear (1344 for other dimensions).
+    CPValue& operator=(Token& tok);
+    CPValue& operator=(CPValue& src);
+    CPValue& operator=(char c);
+    CPValue& operator=(short n);
+    CPValue& operator=(std::int32_t n);
+    CPValue& operator=(float f);
+    CPValue& operator=(double d);
+    CPValue& operator=(char const* sz);
+
+    // This value itself takes the source's value, status, units, purpose
+    // and subvalues; its name, parent and lock stay its own.
+    void Copy(CPValue& src);
+    // Empties the value and takes what a token has.
+    void Copy(Token& tok);
+
+    // Bounds ------------------------------------------------------------------
+    void SetUpperBound(CPValue* pval) { _set_pvalUpperBound(pval); }
+    void SetLowerBound(CPValue* pval) { _set_pvalLowerBound(pval); }
+    void ClearBounds();
+    // 1 within the bounds; 106 outside them.
+    short TestBounds(double d);
+    short TestBounds(CPValue* pval);
+
+    // Optional members; each setter takes a reference on the new object and
+    // releases the old ----------------------------------------------------
+    CPValue* _get_pvalUpperBound() const { return pvalUpperBound; }
+    void _set_pvalUpperBound(CPValue* pval);
+    CPValue* _get_pvalLowerBound() const { return pvalLowerBound; }
+    void _set_pvalLowerBound(CPValue* pval);
+    void* _get_pvVector() const { return pvVector; }
+    void _set_pvVector(void* pv) { pvVector = pv; }
+    // Copies the text to pstr too when one is given.
+    UnitString* _get_punstrUnits(CPString* pstr = nullptr) const;
+    void _set_punstrUnits(UnitString* punstr);
+    // An empty or null text clears.
+    void _set_punstrUnits(char const* sz);
+    char* _get_punstrUnits_As_sz(char* buf) const;
+    CPString* _get_pstrPurpose() const { return pstrPurpose; }
+    void _set_pstrPurpose(CPString* pstr);
+    void _set_pstrPurpose(char const* sz);
+    char const* _get_pstrPurpose_As_sz() const;
+    Navigable* _get_pnvgContext() const { return pnvgContext; }
+    void _set_pnvgContext(Navigable* pnvg);
+    CPList* _get_plstReferences() const { return plstReferences; }
+    void _set_plstReferences(CPList* plst);
+    CPValue* _get_pvalParent() const { return pvalParent; }
+    void _set_pvalParent(CPValue* pval) { pvalParent = pval; }
+
+    // Units -----------------------------------------------------------------
+    // Gives the applicable value these units, converting its number from
+    // units it has; a collection passes them to its numeric subvalues.
+    void AssignUnits(char const* szUnits, short bDelta = 0, short bForce = 0);
+
+    // Text ------------------------------------------------------------------
+    // Reads "value|units(purpose)" into the applicable value, with all the
+    // checks and the unit conversion of assignment.
+    void SetFromString(char const* sz, short bKeepFraction = 0);
+    // A collection prints as an expression; the buffer is the caller's.
+    void GetAsString(char* buf, char nPrecision = 6);
+    // The number, in the preferred units of its quantity where there are
+    // any, and for a defined type " |units| ".
+    void GetDisplayString(char* buf, CPString* pstr);
+    // The number in base units and their text; 1 when the value has units.
+    short GetAsSI(double* pd, char* szUnits);
+    // The number in the preferred display units, their text and decimals; 0
+    // when there are none. A failure of the units goes to the report log.
+    short GetAsPreferred(double* pd, char* szUnits, char* pcDecimals);
+    void WhoAmI(CPString* pstr) override;
+
+    // Subvalues -------------------------------------------------------------
+    CPCollection* _get_pclValues() const { return IsCollection() != 0 ? m_pclValues : nullptr; }
+    std::uint32_t GetSubvalueCount() const;
+    std::int32_t ValueCount() const { return static_cast<std::int32_t>(GetSubvalueCount()); }
+    CPValue* GetFirstSubvalue();
+    CPValue* GetNextSubvalue();
+    CPValue* GetSubvalueByIndex(std::uint32_t n);
+    CPValue* GetSubvalueByName(char const* szName);
+    // Takes a reference on pval and makes this value its parent. A name
+    // replaces a namesake, or with bKeepBoth is lengthened by "X" until free.
+    CPValue* AddSubvalue(CPValue* pval, char const* szName = nullptr, short bKeepBoth = 0);
+    void PromoteToCollection(short bKeepValue, short nUnused = 0);
+    short DeleteValue(CPValue* pval);
+    short DeleteNamedValue(char const* szName);
+    short DeleteIndexedValue(short n);
+    short DeleteAllSubvalues();
+    CPValue* GetSelection();
+    short _get_nSelector() const { return nSelector; }
+    // Without bForce a number outside the collection becomes -1.
+    void _set_nSelector(short n, short bForce = 0);
+
+    // Calls pfn on each subvalue; a value that never held subvalues is a
+    // fault of the caller.
+    using Navigable::ForEach;
+    void ForEach(pfnKillFunc pfn, void* pvUser);
+
+    // Navigable -------------------------------------------------------------
+    using Navigable::RemoveRelation;
+    using Navigable::TraverseRelation;
+    short AddRelation(Navigable* pnav, EdgeSpec* pes) override;
+    short RemoveRelation(Navigable* pnav, EdgeSpec* pes) override;
+    short RemoveRelation(EdgeSpec* pes) override;
+    Navigable* TraverseRelation(EdgeSpec* pes) override;
+    short GetRelatedNodeCount(short nRelation, char* szSupplemental) override;
+    Navigable* GetFirstRelatedNode(short nRelation, char* szSupplemental) override;
+    Navigable* GetNextRelatedNode() override;
+    std::int32_t GetClass() override { return 0; }
+    std::int32_t GetSubClass() override { return 0; }
+    Navigable* CreateInstance() override;
+    Navigable* CreateRelatedNode(EdgeSpec* pes) override;
+    void* GetRoot() override { return this; }
+    void* TraverseStep(void* pvNode, EdgeSpec* pes) override;
+    void* CreateNode(void* pvNode, EdgeSpec* pes) override;
+    void ReleaseNode(void*) override {}
+
+    // The file form: magic, version, token, subvalues, units, name, selector.
+    SORVANE_API friend std::ostream& operator<<(std::ostream& out, CPValue& val);
+    // Throws Exception 401 for a bad magic or version, 402 for data that
+    // ends early or nests too deeply (0xDEADF0CC from a broken string).
+    SORVANE_API friend std::istream& operator>>(std::istream& in, CPValue& val);
+
+private:
+    // A bit field of nFlags: its lowest bit and its width.
+    struct Field {
+        int nShift;
+        int nWidth;
+    };
+    static constexpr Field kValueParameter{0, 1};
+    static constexpr Field kDefStatus{1, 2};
+    static constexpr Field kDefStatusReason{3, 1};
+    static constexpr Field kLockStatus{4, 1};
+    static constexpr Field kLockStatusReason{5, 1};
+    static constexpr Field kSublistRepresentation{6, 1};
+    static constexpr Field kPreserveUnits{7, 1};
+    static constexpr Field kRelationEncoder{8, 1};
+    static constexpr Field kCannotAssumeUndefined{9, 1};
+    static constexpr Field kBoundToProxy{10, 1};
+    static constexpr Field kReserved{11, 2};
+
+    char GetBits(Field f) const {
+        return static_cast<char>((nFlags >> f.nShift) & ((1u << f.nWidth) - 1u));
+    }
+    void PutBits(Field f, int n) {
+        std::uint32_t const mask = ((1u << f.nWidth) - 1u) << f.nShift;
+        nFlags = (nFlags & ~mask) | ((static_cast<std::uint32_t>(n) << f.nShift) & mask);
+    }
+
+    void Construct();
+    void Initialize();
+    void ReleaseSubvalues();
+    void CopySubvalues(CPValue& src);
+    void ThrowIfLocked();
+    void CheckUnitsOfAssignment(CPValue& src);
+    void GiveUnitsBack(UnitString* punstrFormer, short bDelta);
+    void ReadFrom(std::istream& in, int nDepth);
+    void SetUnitsRead(std::string const& units);
+    static void PrintValueAsExpression(CPValue* pval, std::string& out);
+
+    static double dbTolerance;
+    static int nPrintedCollections;
+
+    std::uint32_t nFlags = 0;
+    short nSelector = -1;
+    // The optional members, each null when absent.
+    CPValue* pvalUpperBound = nullptr;
+    CPValue* pvalLowerBound = nullptr;
+    void* pvVector = nullptr;
+    UnitString* punstrUnits = nullptr;
+    CPString* pstrPurpose = nullptr;
+    CPDictionary* pdctAttributes = nullptr;
+    Navigable* pnvgContext = nullptr;
+    CPList* plstReferences = nullptr;
+    CPValue* pvalParent = nullptr;
+    // The subvalues of a collection, and the proxy of a bound value: a
+    // pointer does not fit the token's 32-bit value, so each has its word.
+    CPCollection* m_pclValues = nullptr;
+    ProxyValue* pproxy = nullptr;
+    // Set while the value is out of the pool, so its last Release returns it.
+    bool bFromRecycler = false;
+};

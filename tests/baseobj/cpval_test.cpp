@@ -1,0 +1,434 @@
+#include <baseobj/cpval.h>
+
+#include <baseobj/unitstr.h>
+#include <omdiunit/omdiunit.h>
+#include <util/pstring.h>
+
+#include "support.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace baseobj_test;
+
+class CPValueTest : public BoxedTest {
+protected:
+    void SetUp() override { UnitInitialize(nullptr); }
+};
+
+// A golden file is hex text: bytes in pairs of digits, "#" to the end of a
+// line a remark.
+std::string Golden(std::string const& name) {
+    std::ifstream in(std::filesystem::path(__FILE__).parent_path() / "golden" / name);
+    EXPECT_TRUE(in.is_open()) << name;
+    std::string bytes;
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line.substr(0, line.find('#')));
+        std::string pair;
+        while (fields >> pair)
+            bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+    }
+    return bytes;
+}
+
+std::string Written(CPValue& val) {
+    std::ostringstream out;
+    out << val;
+    return out.str();
+}
+
+std::string Units(CPValue& val) {
+    char buf[256] = {};
+    return val._get_punstrUnits_As_sz(buf);
+}
+
+std::string Str(CPValue& val) {
+    char buf[1024];
+    val.GetAsString(buf, 6);
+    return buf;
+}
+
+// The code and message of what fn throws as an Exception; 0 when nothing.
+std::pair<short, std::string> Thrown(std::function<void()> const& fn) {
+    try {
+        fn();
+    } catch (Exception const& e) {
+        return {e._get_nException(), e.szMessage};
+    }
+    return {0, ""};
+}
+
+// Each case builds the value that its golden file holds.
+struct GoldenCase {
+    char const* szFile;
+    std::function<void(CPValue&)> build;
+};
+
+TEST_F(CPValueTest, FileFormsMatchTheGoldenBytesBothWays) {
+    GoldenCase const cases[] = {
+        {"cpval_undefined.hex", [](CPValue&) {}},
+        {"cpval_char_named.hex",
+         [](CPValue& v) {
+             v.Set('A');
+             v._set_szName("c");
+         }},
+        {"cpval_bool.hex", [](CPValue& v) { v.SetBool(1); }},
+        {"cpval_short.hex",
+         [](CPValue& v) {
+             v.Set(static_cast<short>(-2));
+             v._set_szName("n");
+         }},
+        {"cpval_long_units_named.hex",
+         [](CPValue& v) {
+             v.Set(std::int32_t{100000});
+             v._set_punstrUnits("m");
+             v._set_szName("len");
+         }},
+        {"cpval_float_units.hex",
+         [](CPValue& v) {
+             v.Set(1.5f);
+             v._set_punstrUnits("kPa");
+         }},
+        {"cpval_double_units_named.hex",
+         [](CPValue& v) {
+             v.Set(3.28);
+             v._set_punstrUnits("ft");
+             v._set_szName("d");
+         }},
+        {"cpval_string_named.hex",
+         [](CPValue& v) {
+             v.Set("hi");
+             v._set_szName("s");
+         }},
+        {"cpval_collection.hex",
+         [](CPValue& v) {
+             auto* x = new CPValue;
+             x->Set(1.5);
+             x->_set_punstrUnits("m");
+             v.AddSubvalue(x, "x");
+             auto* y = new CPValue;
+             y->Set("a");
+             v.AddSubvalue(y, "y");
+             v._set_szName("coll");
+             v._set_nSelector(1);
+         }},
+    };
+    for (GoldenCase const& c : cases) {
+        SCOPED_TRACE(c.szFile);
+        std::string const golden = Golden(c.szFile);
+        ASSERT_FALSE(golden.empty());
+        CPValue built;
+        c.build(built);
+        EXPECT_EQ(Written(built), golden);
+
+        std::istringstream in(golden);
+        CPValue read;
+        in >> read;
+        EXPECT_EQ(in.peek(), std::char_traits<char>::eof());
+        EXPECT_EQ(Written(read), golden);
+        EXPECT_EQ(read.GetType(), built.GetType());
+        EXPECT_EQ(Str(read), Str(built));
+        EXPECT_EQ(Units(read), Units(built));
+    }
+}
+
+TEST_F(CPValueTest, BadOrShortFilesFailClearly) {
+    std::string const golden = Golden("cpval_collection.hex");
+    for (std::string const& bad : {std::string("\xFE\x01", 2), std::string("\xFF\x02", 2),
+                                   std::string("\x01\xFF", 2), std::string()}) {
+        std::istringstream in(bad + golden.substr(2));
+        CPValue val;
+        auto const [nCode, message] = Thrown([&] { in >> val; });
+        EXPECT_EQ(nCode, 401);
+        EXPECT_EQ(message, "Unknown File Version");
+    }
+    // Every cut of the file fails by a throw, reading nothing past its end.
+    for (std::size_t n = 0; n < golden.size(); ++n) {
+        std::istringstream in(golden.substr(0, n));
+        CPValue val;
+        bool bThrew = false;
+        try {
+            in >> val;
+        } catch (Exception const& e) {
+            bThrew = e._get_nException() == 402;
+        } catch (std::uint32_t u) {
+            bThrew = u == 0xDEADF0CC;
+        }
+        EXPECT_TRUE(bThrew) << "cut at " << n;
+    }
+}
+
+TEST_F(CPValueTest, DeepNestingIsRefused) {
+    std::string nested;
+    for (int i = 0; i <= CPValue::kMaxFileDepth + 1; ++i)
+        nested += std::string("\xFF\x01\x3A\xFF\xFF\xFF\xFF\x0A\x00", 9) + std::string(8, '\0') +
+                  std::string("\x01\x00\x00\x00", 4);
+    std::istringstream in(nested);
+    CPValue val;
+    EXPECT_EQ(Thrown([&] { in >> val; }).first, 402);
+}
+
+// A value in one unit assigned a number in another keeps its own unit and
+// holds what the unit library's Convert gives.
+TEST_F(CPValueTest, AssignmentAcrossUnitsMatchesConvert) {
+    struct Pair {
+        char const* szFrom;
+        char const* szTo;
+        double d;
+    };
+    Pair const pairs[] = {
+        {"m", "ft", 1.0},       {"ft", "m", 3.0},     {"km", "m", 2.5},   {"in", "cm", 12.0},
+        {"kPa", "Pa", 101.325}, {"h", "s", 1.5},      {"lb", "kg", 10.0}, {"K", "C", 300.0},
+        {"C", "F", 100.0},      {"m^3", "ft^3", 2.0}, {"kJ", "J", 0.25},  {"m", "m", 7.0},
+    };
+    for (Pair const& p : pairs) {
+        SCOPED_TRACE(std::string(p.szFrom) + " -> " + p.szTo);
+        CPValue source;
+        source.Set(p.d);
+        source._set_punstrUnits(p.szFrom);
+        CPValue target;
+        target.Set(0.0);
+        target._set_punstrUnits(p.szTo);
+        target = source;
+        EXPECT_EQ(target.GetAsDouble(), Convert(p.d, CPString(p.szFrom), CPString(p.szTo), 0));
+        UnitString expected(p.szTo);
+        EXPECT_EQ(Units(target), expected.GetBuffer());
+    }
+}
+
+TEST_F(CPValueTest, UnitsOfOtherDimensionsAreRefused) {
+    struct Pair {
+        char const* szFrom;
+        char const* szTo;
+    };
+    for (Pair const p : {Pair{"s", "m"}, Pair{"kg", "Pa"}, Pair{"m^2", "m^3"}}) {
+        CPValue source;
+        source.Set(2.0);
+        source._set_punstrUnits(p.szFrom);
+        CPValue target;
+        target.Set(5.0);
+        target._set_punstrUnits(p.szTo);
+        auto const [nCode, message] = Thrown([&] { target.Set(&source); });
+        EXPECT_EQ(nCode, 1344);
+        EXPECT_EQ(message,
+                  "Invalid unit conversion From " + Units(source) + " To: " + Units(target));
+        EXPECT_EQ(target.GetAsDouble(), 5.0);
+        // Changing units in place is refused the same way.
+        EXPECT_EQ(Thrown([&] { target.AssignUnits(p.szFrom); }).first, 1344);
+    }
+}
+
+TEST_F(CPValueTest, UnitsOnAssignmentFollowTheFlag) {
+    CPValue metres;
+    metres.Set(4.0);
+    metres._set_punstrUnits("m");
+    // A number without units keeps the target's units as they are.
+    CPValue plain;
+    plain.Set(static_cast<short>(3));
+    metres = plain;
+    EXPECT_EQ(Units(metres), "m");
+    EXPECT_EQ(metres.GetAsDouble(), 3.0);
+    // A unitless target loses the source's units.
+    CPValue bare;
+    CPValue feet;
+    feet.Set(1.0);
+    feet._set_punstrUnits("ft");
+    bare = feet;
+    EXPECT_EQ(Units(bare), "");
+    EXPECT_EQ(bare.GetAsDouble(), 1.0);
+    // Without the flag the source's units come over.
+    metres._set_bPreserveUnitsOnAssignment(0);
+    metres = feet;
+    EXPECT_EQ(Units(metres), "ft");
+    EXPECT_EQ(metres.GetAsDouble(), 1.0);
+}
+
+TEST_F(CPValueTest, ChecksOfSet) {
+    CPValue val;
+    EXPECT_EQ(val.GetType(), TY_UNDEFINED);
+    EXPECT_EQ(val.IsDefined(), 0);
+    EXPECT_EQ(val._get_nSelector(), -1);
+    EXPECT_EQ(Str(val), "<empty>");
+
+    auto* upper = new CPValue;
+    upper->Set(10.0);
+    val.SetUpperBound(upper);
+    val.Set(10.0);
+    auto const [nCode, message] = Thrown([&] { val.Set(10.5); });
+    EXPECT_EQ(nCode, 106);
+    EXPECT_EQ(message, "Invalid Range Value of 10.500000 higher than upper bound 10.000000");
+    EXPECT_EQ(val.GetAsDouble(), 10.0);
+    val.ClearBounds();
+
+    // Only the top parent's lock counts, and only for Set(CPValue *).
+    CPValue parent;
+    auto* child = new CPValue;
+    child->_set_szName("kid");
+    parent.AddSubvalue(child, "kid");
+    CPValue two;
+    two.Set(2.0);
+    child->SetLockedStatus(1);
+    child->Set(&two);
+    EXPECT_EQ(child->GetAsDouble(), 2.0);
+    parent.SetLockedStatus(1);
+    auto const locked = Thrown([&] { child->Set(&two); });
+    EXPECT_EQ(locked.first, 321);
+    EXPECT_EQ(locked.second, "Cannot assign to locked value kid");
+    parent.Set(two);
+    EXPECT_EQ(parent.GetAsDouble(), 2.0);
+
+    CPValue undefined;
+    val._set_bCannotAssumeUndefinedState(1);
+    EXPECT_EQ(Thrown([&] { val.Set(&undefined); }).first, 350);
+    val._set_bCannotAssumeUndefinedState(0);
+    val.Set(&undefined);
+    EXPECT_EQ(val.GetType(), TY_UNDEFINED);
+}
+
+TEST_F(CPValueTest, StateFlagsAndPromotion) {
+    CPValue val;
+    val.SetDefineStatus(7);
+    EXPECT_EQ(val._get_nDefStatus(), 3);
+    val.SetLockedReason(1);
+    EXPECT_EQ(val.WhyLocked(), 1);
+    EXPECT_EQ(val.IsLocked(), 0);
+    EXPECT_EQ(val._get_nFlags(), 0x86u | 0x20u);
+
+    struct Promotion {
+        std::function<void(CPValue&)> set;
+        short nTo;
+        short nExpected;
+    };
+    Promotion const promotions[] = {
+        {[](CPValue& v) { v.Set(std::int32_t{1}); }, TY_DOUBLE, 1},
+        {[](CPValue& v) { v.Set("x"); }, TY_DOUBLE, 0},
+        {[](CPValue& v) { v.Set(1.0); }, static_cast<short>(TY_COLLECTION), 0},
+        {[](CPValue& v) { v.Set(1.0); }, TY_SHORT, 0},
+    };
+    for (Promotion const& p : promotions) {
+        CPValue v;
+        p.set(v);
+        EXPECT_EQ(v.CanPromoteTo(p.nTo), p.nExpected);
+    }
+
+    val._set_pstrPurpose("the PressureDropAcross");
+    EXPECT_EQ(val.IsDelta(), 1);
+    val._set_pstrPurpose("Temperature");
+    EXPECT_EQ(val.IsDelta(), 0);
+}
+
+TEST_F(CPValueTest, TypesAndTextForms) {
+    CPValue val;
+    val.Set(3.75);
+    val._set_punstrUnits("m");
+    val.SetType(TY_LONG);
+    EXPECT_EQ(val.GetType(), TY_LONG);
+    EXPECT_EQ(val.GetAsLong(), 3);
+    EXPECT_EQ(Units(val), "m");
+
+    CPValue read;
+    read.Set(std::int32_t{0});
+    read._set_punstrUnits("m");
+    read.SetFromString("2.5|m(DeltaTemp)", 1);
+    EXPECT_EQ(read.GetAsDouble(), 2.5);
+    EXPECT_STREQ(read._get_pstrPurpose_As_sz(), "DeltaTemp");
+    read.SetFromString("100|cm", 0);
+    EXPECT_EQ(read.GetAsDouble(), 1.0);
+    EXPECT_EQ(Units(read), "m");
+
+    CPValue shown;
+    shown.Set(2.0);
+    shown._set_punstrUnits("m");
+    shown._set_pstrPurpose("Length");
+    CPString strWho;
+    shown.WhoAmI(&strWho);
+    EXPECT_STREQ(strWho.GetBuffer(), "2.000000 |m|  (Length)");
+    double dSI = 0.0;
+    char szBase[256];
+    shown._set_punstrUnits("ft");
+    EXPECT_EQ(shown.GetAsSI(&dSI, szBase), 1);
+    EXPECT_EQ(dSI, Convert(2.0, CPString("ft"), CPString("m"), 0));
+    EXPECT_STREQ(szBase, "m");
+
+    CPValue coll;
+    auto* x = new CPValue;
+    x->Set(std::int32_t{1});
+    coll.AddSubvalue(x, "x");
+    auto* y = new CPValue;
+    y->Set("a");
+    coll.AddSubvalue(y, "y");
+    EXPECT_EQ(Str(coll), "{'x': 1 , 'y': \"a\"}");
+    int nVisited = 0;
+    coll.ForEach([](void*, void* pv) { ++*static_cast<int*>(pv); }, &nVisited);
+    EXPECT_EQ(nVisited, 2);
+    coll._set_nSelector(1);
+    EXPECT_EQ(Str(coll), "a");
+    coll._set_nSelector(5);
+    EXPECT_EQ(coll._get_nSelector(), -1);
+
+    // Collections nested 22 deep: from the twenty-first on the print is cut.
+    CPValue deep;
+    CPValue* at = &deep;
+    for (int i = 0; i < 22; ++i) {
+        auto* inner = new CPValue;
+        inner->PromoteToCollection(0);
+        at->AddSubvalue(inner);
+        at = inner;
+    }
+    std::string const text = Str(deep);
+    EXPECT_NE(text.find("{{{{{{{{{{{{{{{{{{{{OVERFLOW in CPVAL.CPP::PrintValueAsExpression}"),
+              std::string::npos);
+}
+
+TEST_F(CPValueTest, PooledValuesComeBackClean) {
+    CPValue* pval = CPValue::NewValue();
+    pval->Set(5.0);
+    pval->_set_punstrUnits("m");
+    pval->_set_szName("pooled");
+    pval->Release();
+    CPValue* again = CPValue::NewValue();
+    EXPECT_EQ(again, pval);
+    EXPECT_EQ(again->GetType(), TY_UNDEFINED);
+    EXPECT_EQ(Units(*again), "");
+    EXPECT_EQ(again->_get_szName(nullptr), nullptr);
+    again->Release();
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(CPValueTest, DisplayUsesThePreferredUnits) {
+    UnitPreferences& prefs = UnitString::_get_prefsThe();
+    UnitString const metres("m");
+    prefs.AddRange(metres._get_nUnitID(), 0.0, "cm", 2, nullptr);
+    CPValue val;
+    val.Set(1.5);
+    val._set_punstrUnits("m");
+    char buf[256];
+    val.GetDisplayString(buf, nullptr);
+    double d = 0.0;
+    char szUnits[256];
+    char cDecimals = 0;
+    short const bFound = val.GetAsPreferred(&d, szUnits, &cDecimals);
+    prefs.Clear();
+    EXPECT_STREQ(buf, "150.000000 |cm| ");
+    EXPECT_EQ(bFound, 1);
+    EXPECT_EQ(d, 150.0);
+    EXPECT_STREQ(szUnits, "cm");
+    EXPECT_EQ(cDecimals, 2);
+    // The value itself is not changed by showing it.
+    EXPECT_EQ(val.GetAsDouble(), 1.5);
+}
+
+} // namespace
