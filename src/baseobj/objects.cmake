@@ -2,5 +2,5 @@
 # and navigation, notifications, configuration; values, monikers and
 # resources come here too.
 sorvane_layer(sorvane_objects FOLDER baseobj
-    UNITS namedobj notifier configreader mnkr sorvmnkr resmnkr datares
+    UNITS namedobj notifier configreader mnkr sorvmnkr resmnkr datares container resmgr
     BELOW sorvane_units)
