@@ -1,0 +1,168 @@
+#include <baseobj/container.h>
+#include <baseobj/resmnkr.h>
+
+#include "resstore.h"
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace baseobj_test;
+
+using ContainerTest = ResourceStoreTest;
+
+struct Buffer : BuffCacheObj {
+    short IsStale() override { return bStale; }
+    short bStale = 0;
+};
+
+int gnMade = 0;
+
+BuffCacheObj* itMakeBuffer(char const* szKey) {
+    ++gnMade;
+    auto* p = new Buffer;
+    p->_get_strBuffer() = szKey;
+    return p;
+}
+
+BuffCacheObj* itMakeNothing(char const*) {
+    return nullptr;
+}
+
+// A text whose every byte says which write made it: a header, then one
+// letter repeated.
+constexpr std::size_t kBody = 256 * 1024;
+
+std::string Content(int gen, int k) {
+    return "k=" + std::to_string(k) + " gen=" + std::to_string(gen) + "|" +
+           std::string(kBody, static_cast<char>('a' + (gen + k) % 26));
+}
+
+// The write a text came from, or -1 when it is not whole.
+int GenerationOf(std::string const& text, int k) {
+    std::string const lead = "k=" + std::to_string(k) + " gen=";
+    std::size_t const bar = text.find('|');
+    if (text.rfind(lead, 0) != 0 || bar == std::string::npos) return -1;
+    int const gen = std::atoi(text.c_str() + lead.size());
+    return text == Content(gen, k) ? gen : -1;
+}
+
+} // namespace
+
+TEST_F(ContainerTest, CachesAreMadeOnceWithTheirSizes) {
+    Container::CreateCaches();
+    CreateableCache* resources = Container::_get_pcxcResources();
+    Container::CreateCaches();
+    EXPECT_EQ(Container::_get_pcxcResources(), resources);
+    EXPECT_EQ(resources->_get_nMaxElements(), 50u);
+    EXPECT_EQ(Container::_get_pcxcBuffers()->_get_nMaxElements(), 25u);
+    EXPECT_EQ(resources->_get_eMode(), CreateableCache::cacheLRU);
+    Container::EliminateCaches();
+    EXPECT_EQ(Container::_get_pcxcResources(), nullptr);
+    EXPECT_EQ(Container::_get_pcxcBuffers(), nullptr);
+}
+
+TEST_F(ContainerTest, BuffersAreKeptByTheFilePartAndMadeAgainWhenStale) {
+    ResourceMoniker rmnkr;
+    rmnkr.ScanBuffer("C:\\dir\\file", 1);
+    gnMade = 0;
+    BuffCacheObj* first = Container::GetBuffCacheObj(rmnkr, itMakeBuffer);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->_get_strBuffer(), "C:\\dir\\file");
+    EXPECT_EQ(Container::GetBuffCacheObj(rmnkr, itMakeBuffer), first);
+    EXPECT_EQ(gnMade, 1);
+    static_cast<Buffer*>(first)->bStale = 1;
+    BuffCacheObj* second = Container::GetBuffCacheObj(rmnkr, itMakeBuffer);
+    EXPECT_NE(second, nullptr);
+    EXPECT_EQ(gnMade, 2);
+    static_cast<Buffer*>(second)->bStale = 1;
+    EXPECT_EQ(Container::GetBuffCacheObj(rmnkr, itMakeNothing), nullptr);
+    CPString error;
+    Container::_get_errShared()._get_strError(&error);
+    EXPECT_EQ(error, "Failed to open file for input: C:\\dir\\file");
+}
+
+TEST_F(ContainerTest, ModesChooseWhatIsSharedAndWhatIsCached) {
+    TextResource* text = Text("one");
+    std::string const spec = Spec("r");
+    ASSERT_NE(prm->WriteResource(spec.c_str(), text), nullptr);
+    // Kept private while read-only: the caller's own object, a copy cached.
+    char const kPrivate = DataResource::ACCESS_MODE_READONLY | DataResource::ACCESS_MODE_PRIVATE;
+    EXPECT_EQ(prm->ReadResource(spec.c_str(), kPrivate, text), text);
+    EXPECT_EQ(text->_get_cAccessMode(), kPrivate);
+    DataResource* cached = Cached(spec);
+    ASSERT_NE(cached, nullptr);
+    EXPECT_NE(cached, text);
+    // A read-only read into another resource takes the place of the cached
+    // copy.
+    TextResource* other = Text("");
+    EXPECT_EQ(prm->ReadResource(spec.c_str(), DataResource::ACCESS_MODE_READONLY, other), other);
+    EXPECT_EQ(Cached(spec), other);
+    EXPECT_EQ(TextOf(other), "one");
+
+    // Saved under another name, a resource read from the first drops the copy
+    // cached under the first as well.
+    DataResource* mine = prm->ReadResource(spec.c_str(), 0, nullptr);
+    ASSERT_NE(mine, nullptr);
+    mine->AddRef();
+    EXPECT_EQ(mine->_get_strResourceSpecification(), spec.c_str());
+    ASSERT_NE(prm->WriteResource(Spec("copy").c_str(), mine), nullptr);
+    EXPECT_EQ(Cached(spec), nullptr);
+    for (DataResource* p :
+         {static_cast<DataResource*>(text), static_cast<DataResource*>(other), mine})
+        p->Release();
+}
+
+TEST_F(ContainerTest, AWriterKilledMidWriteLeavesEveryResourceOldOrNew) {
+    constexpr int kResources = 4;
+    TextResource* text = Text("");
+    for (int k = 0; k < kResources; ++k) {
+        text->_set_strText(Content(0, k).c_str());
+        ASSERT_NE(prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text), nullptr);
+    }
+    int newest = 0;
+    for (int round = 0; round < 5; ++round) {
+        pid_t const pid = fork();
+        ASSERT_NE(pid, -1);
+        if (pid == 0) {
+            // The writer: rounds of writes until it is killed, or 20 s.
+            auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+            for (int gen = 1 + round * 100000; std::chrono::steady_clock::now() < end; ++gen)
+                for (int k = 0; k < kResources; ++k) {
+                    text->_set_strText(Content(gen, k).c_str());
+                    if (prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text) == nullptr)
+                        _exit(2);
+                }
+            _exit(0);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(40 + 37 * round));
+        kill(pid, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself: " << status;
+
+        Container::EliminateCaches();
+        for (int k = 0; k < kResources; ++k) {
+            DataResource* read =
+                prm->ReadResource(Spec("r" + std::to_string(k)).c_str(), 0, nullptr);
+            ASSERT_NE(read, nullptr) << Error();
+            int const gen = GenerationOf(TextOf(read), k);
+            EXPECT_GE(gen, 0) << "round " << round << ", resource " << k << " is torn";
+            newest = std::max(newest, gen);
+            read->AddRef();
+            read->Release();
+        }
+        // Files the writer left half made are not resources.
+        EXPECT_EQ(List().size(), static_cast<std::size_t>(kResources));
+    }
+    EXPECT_GT(newest, 0) << "no write was seen to finish";
+    text->Release();
+}
