@@ -15,12 +15,14 @@ Container::pfnResourceMaker Container::fnResourceMakerFunction = nullptr;
 namespace {
 
 constexpr char kNoFile[] = "Failed to open file for input: ";
+// Any form code but the arrow form's writes the store's type and file.
+constexpr short kBracketForm = 1;
 
 // The moniker a specification text names; false when the text does not
 // scan.
 bool ScanSpecification(CPString& strSpecification, ResourceMoniker& rmnkr) {
     try {
-        rmnkr.ScanBuffer(strSpecification.GetBuffer(), 1);
+        rmnkr.ScanBuffer(strSpecification.GetBuffer(), 0);
     } catch (Exception const&) {
         return false;
     }
@@ -38,9 +40,16 @@ void Discard(DataResource* pdr) {
 
 // Texts and caches ------------------------------------------------------------
 
+// The bracketed form, "[type@file]" and the path, whatever the text the
+// moniker was scanned from: the arrow form leaves the file out, and two
+// spellings of one resource must meet in the cache.
 CPString Container::MonikerText(ResourceMoniker& rmnkr) {
     CPString text;
-    rmnkr.BuildMonikerString(&text);
+    short const nFormCode = rmnkr._get_nFormCode();
+    rmnkr._set_nFormCode(kBracketForm);
+    rmnkr.BuildFirstPartOfMonikerString(&text);
+    rmnkr.BuildLastPartOfMonikerString(&text);
+    rmnkr._set_nFormCode(nFormCode);
     return text;
 }
 

@@ -97,8 +97,8 @@ public:
     static void ValidateCachedResources();
     static void itValidateResource(void* pvItem, void* pvUser);
 
-    // The text a resource is cached under, and the file part of it that a
-    // buffer is cached under.
+    // The text a resource is cached under, "[type@file]\\path", and the path
+    // part of it that a buffer is cached under.
     static CPString MonikerText(ResourceMoniker& rmnkr);
     static CPString MonikerFileText(ResourceMoniker& rmnkr);
 

@@ -179,7 +179,7 @@ bool ResourceManager::ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rm
                                        bool bNeedResource) {
     bool scanned = true;
     try {
-        rmnkr.ScanBuffer(Text(strResSpec), 1);
+        rmnkr.ScanBuffer(Text(strResSpec), 0);
     } catch (Exception const&) {
         scanned = false;
     }
@@ -250,7 +250,7 @@ DataResource* ResourceManager::WriteResource(CPString& strResSpec, DataResource*
     ResourceMoniker rmnkr;
     bool scanned = true;
     try {
-        rmnkr.ScanBuffer(Text(spec), 1);
+        rmnkr.ScanBuffer(Text(spec), 0);
     } catch (Exception const&) {
         scanned = false;
     }

@@ -55,6 +55,10 @@ TEST_F(ResourceManagerTest, WriteReadOverwriteAndWhatTheCacheHolds) {
     EXPECT_EQ(shared->_get_cAccessMode(), DataResource::ACCESS_MODE_READONLY);
     EXPECT_EQ(prm->ReadResource(spec.c_str(), DataResource::ACCESS_MODE_READONLY, nullptr), shared);
     EXPECT_EQ(Cached(spec), shared);
+    // Another spelling of the same resource meets the same copy.
+    std::string const spelling = "[FOLDER@" + Folder() + "]notes\\monday";
+    EXPECT_EQ(prm->ReadResource(spelling.c_str(), DataResource::ACCESS_MODE_READONLY, nullptr),
+              shared);
     shared->AddRef();
 
     // For change: a copy of its own, and the cache keeps the shared one.

@@ -8,6 +8,7 @@
 #include <baseobj/datares.h>
 #include <baseobj/exception.h>
 #include <baseobj/resmgr.h>
+#include <baseobj/resmnkr.h>
 
 #include <foldercontainer.h>
 #include <textresource.h>
@@ -63,7 +64,10 @@ protected:
     // What the resource cache holds under a specification.
     static DataResource* Cached(std::string const& spec) {
         CreateableCache* cache = Container::_get_pcxcResources();
-        Createable* p = cache != nullptr ? cache->Find(spec.c_str()) : nullptr;
+        ResourceMoniker rmnkr;
+        rmnkr.ScanBuffer(spec.c_str(), 0);
+        CPString key = Container::MonikerText(rmnkr);
+        Createable* p = cache != nullptr ? cache->Find(key.GetBuffer()) : nullptr;
         return p != nullptr ? dynamic_cast<DataResource*>(p) : nullptr;
     }
     static std::uint32_t CacheLength() {
