@@ -172,11 +172,13 @@ DataResource* Container::ReadResource(ResourceMoniker& rmnkr, char cMode, DataRe
     SV_ASSERT(key.Length() != 0, "strMoniker.Length() != 0");
     DataResource* presResult = nullptr;
     if (DataResource* const presCached = CachedResource(key)) {
+        // The shared copy is the cache's: nothing is read into it.
+        if (pdr == presCached) pdr = nullptr;
         if (IsCachedResourceStale(rmnkr) != 0) {
             pcxcResources->Remove(key._get_pdybuf()->GetBuffer());
         } else if ((cMode & DataResource::ACCESS_MODE_READONLY) == 0) {
             presResult = CopyOfCached(presCached, pdr);
-        } else if (pdr == nullptr || pdr == presCached) {
+        } else if (pdr == nullptr) {
             presResult = presCached;
         } else {
             pcxcResources->Remove(key._get_pdybuf()->GetBuffer());
@@ -203,9 +205,13 @@ DataResource* Container::WriteResource(ResourceMoniker& rmnkr, char cMode, DataR
     DropCachedCopy(key);
     DropCachedCopy(pdr->_get_strResourceSpecification(), key);
     if (WriteStoredResource(rmnkr, pdr) == 0) return nullptr;
+    // Kept as the shared copy, the resource becomes read-only like every
+    // cached one.
     if ((cMode & DataResource::ACCESS_MODE_READONLY) != 0 &&
-        (cMode & DataResource::ACCESS_MODE_PRIVATE) == 0)
+        (cMode & DataResource::ACCESS_MODE_PRIVATE) == 0) {
+        pdr->_set_cAccessMode(cMode);
         pcxcResources->Add(key._get_pdybuf()->GetBuffer(), pdr);
+    }
     return pdr;
 }
 

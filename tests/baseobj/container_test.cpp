@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -107,6 +108,13 @@ TEST_F(ContainerTest, ModesChooseWhatIsSharedAndWhatIsCached) {
     EXPECT_EQ(prm->ReadResource(spec.c_str(), DataResource::ACCESS_MODE_READONLY, other), other);
     EXPECT_EQ(Cached(spec), other);
     EXPECT_EQ(TextOf(other), "one");
+    // The shared copy handed back for change is not changed: a copy is.
+    DataResource* copy = prm->ReadResource(spec.c_str(), 0, other);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy, other);
+    EXPECT_EQ(other->_get_cAccessMode(), DataResource::ACCESS_MODE_READONLY);
+    copy->AddRef();
+    copy->Release();
 
     // Saved under another name, a resource read from the first drops the copy
     // cached under the first as well.
@@ -129,21 +137,34 @@ TEST_F(ContainerTest, AWriterKilledMidWriteLeavesEveryResourceOldOrNew) {
         ASSERT_NE(prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text), nullptr);
     }
     int newest = 0;
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 8; ++round) {
+        int ready[2];
+        ASSERT_EQ(pipe(ready), 0);
         pid_t const pid = fork();
         ASSERT_NE(pid, -1);
         if (pid == 0) {
-            // The writer: rounds of writes until it is killed, or 20 s.
+            // The writer: rounds of writes until it is killed, or 20 s. It
+            // says when its first round is done.
+            close(ready[0]);
             auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-            for (int gen = 1 + round * 100000; std::chrono::steady_clock::now() < end; ++gen)
+            for (int gen = 1 + round * 100000; std::chrono::steady_clock::now() < end; ++gen) {
                 for (int k = 0; k < kResources; ++k) {
                     text->_set_strText(Content(gen, k).c_str());
                     if (prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text) == nullptr)
                         _exit(2);
                 }
+                if (ready[1] >= 0 && write(ready[1], "w", 1) == 1) {
+                    close(ready[1]);
+                    ready[1] = -1;
+                }
+            }
             _exit(0);
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(40 + 37 * round));
+        close(ready[1]);
+        pollfd wait{ready[0], POLLIN, 0};
+        ASSERT_EQ(poll(&wait, 1, 20000), 1);
+        close(ready[0]);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2 + 5 * round));
         kill(pid, SIGKILL);
         int status = 0;
         ASSERT_EQ(waitpid(pid, &status, 0), pid);
