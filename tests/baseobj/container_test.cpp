@@ -58,19 +58,6 @@ int GenerationOf(std::string const& text, int k) {
 
 } // namespace
 
-TEST_F(ContainerTest, CachesAreMadeOnceWithTheirSizes) {
-    Container::CreateCaches();
-    CreateableCache* resources = Container::_get_pcxcResources();
-    Container::CreateCaches();
-    EXPECT_EQ(Container::_get_pcxcResources(), resources);
-    EXPECT_EQ(resources->_get_nMaxElements(), 50u);
-    EXPECT_EQ(Container::_get_pcxcBuffers()->_get_nMaxElements(), 25u);
-    EXPECT_EQ(resources->_get_eMode(), CreateableCache::cacheLRU);
-    Container::EliminateCaches();
-    EXPECT_EQ(Container::_get_pcxcResources(), nullptr);
-    EXPECT_EQ(Container::_get_pcxcBuffers(), nullptr);
-}
-
 TEST_F(ContainerTest, BuffersAreKeptByTheFilePartAndMadeAgainWhenStale) {
     ResourceMoniker rmnkr;
     rmnkr.ScanBuffer("C:\\dir\\file", 1);

@@ -45,17 +45,6 @@ std::string StringForm(char const* text) {
     return out.str();
 }
 
-std::string RawHead(std::uint16_t v, std::uint16_t sv, std::uint32_t word) {
-    return std::string{static_cast<char>(v & 0xFF),
-                       static_cast<char>(v >> 8),
-                       static_cast<char>(sv & 0xFF),
-                       static_cast<char>(sv >> 8),
-                       static_cast<char>(word & 0xFF),
-                       static_cast<char>((word >> 8) & 0xFF),
-                       static_cast<char>((word >> 16) & 0xFF),
-                       static_cast<char>(word >> 24)};
-}
-
 // Reads bytes into attributes that hold Sample(); answers whether it threw.
 bool Refused(std::string const& bytes, DataResourceAttributes& dra) {
     std::istringstream in(bytes);
@@ -84,7 +73,7 @@ std::string TypeRead(char const* stored) {
 TEST(DataResourceAttributesTest, StreamFormIsLittleEndianRawWordsThenThreeStrings) {
     DataResourceAttributes const dra = Sample();
     std::string const form = Form(dra);
-    EXPECT_EQ(form, RawHead(0x0102, 0x0304, 0x05060708) + StringForm("pump") +
+    EXPECT_EQ(form, std::string("\x02\x01\x04\x03\x08\x07\x06\x05") + StringForm("pump") +
                         StringForm("feed pump, north bay") + StringForm("Worksheet"));
 
     DataResourceAttributes back;
@@ -95,7 +84,7 @@ TEST(DataResourceAttributesTest, StreamFormIsLittleEndianRawWordsThenThreeString
 
     // A default set: version 1, the rest zero and empty strings.
     DataResourceAttributes const fresh;
-    EXPECT_EQ(Form(fresh), RawHead(1, 0, 0) + std::string("\xFF\0\0\0\0\0", 6) +
+    EXPECT_EQ(Form(fresh), std::string("\x01\0\0\0\0\0\0\0", 8) + std::string("\xFF\0\0\0\0\0", 6) +
                                std::string("\xFF\0\0\0\0\0", 6) + std::string("\xFF\0\0\0\0\0", 6));
 }
 
@@ -111,7 +100,7 @@ TEST(DataResourceAttributesTest, DamagedFormsAreRefusedAndLeaveTheAttributes) {
         EXPECT_EQ(name, "kept") << "cut at " << cut;
     }
 
-    std::string const head = RawHead(1, 1, 0);
+    std::string const head("\x01\0\x01\0\0\0\0\0", 8);
     struct Case {
         char const* what;
         std::string bytes;
