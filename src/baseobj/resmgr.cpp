@@ -50,6 +50,16 @@ void Keep(CPDictionary& dct, CPString* pstrName, void* pvMaker) {
     pstrName->Release();
 }
 
+// Whether the text scanned as a moniker; a text that does not throws.
+bool Scanned(char const* szSpec, ResourceMoniker& rmnkr) {
+    try {
+        rmnkr.ScanBuffer(szSpec, 0);
+    } catch (Exception const&) {
+        return false;
+    }
+    return true;
+}
+
 Exceptions& Reporter() {
     return Exceptions::_get_gexeptnsThe();
 }
@@ -169,21 +179,12 @@ void ResourceManager::TakeError(Container* pcontainer) {
     _set_strError(error);
 }
 
-Container* ResourceManager::OpenFor(ResourceMoniker& rmnkr) {
-    return OpenContainer(&rmnkr);
-}
-
 // Specifications ------------------------------------------------------------------
 
 bool ResourceManager::ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rmnkr,
                                        bool bNeedResource) {
-    bool scanned = true;
-    try {
-        rmnkr.ScanBuffer(Text(strResSpec), 0);
-    } catch (Exception const&) {
-        scanned = false;
-    }
-    if (scanned && (!bNeedResource || rmnkr.HasSubvalues() != 0)) return true;
+    if (Scanned(Text(strResSpec), rmnkr) && (!bNeedResource || rmnkr.HasSubvalues() != 0))
+        return true;
     CPString error(kInvalidSpec);
     error += Text(strResSpec);
     _set_strError(error);
@@ -201,7 +202,7 @@ DataResource* ResourceManager::ReadResource(CPString& strResSpec, char cMode, Da
     std::uint32_t const ulStart = bLogResources != 0 ? TickCount() : 0;
     ResourceMoniker rmnkr;
     if (!ScanResourceSpec(spec, rmnkr, true)) return nullptr;
-    Container* const pcontainer = OpenFor(rmnkr);
+    Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return nullptr;
     DataResource* const presResult = pcontainer->ReadResource(rmnkr, cMode, pdr);
     if (presResult == nullptr) {
@@ -248,16 +249,10 @@ DataResource* ResourceManager::WriteResource(CPString& strResSpec, DataResource*
         return nullptr;
     }
     ResourceMoniker rmnkr;
-    bool scanned = true;
-    try {
-        rmnkr.ScanBuffer(Text(spec), 0);
-    } catch (Exception const&) {
-        scanned = false;
-    }
     // A text that names no resource is no write, and no error either.
-    if (!scanned || rmnkr.HasSubvalues() == 0) return nullptr;
+    if (!Scanned(Text(spec), rmnkr) || rmnkr.HasSubvalues() == 0) return nullptr;
     DataResource* presResult = nullptr;
-    if (Container* const pcontainer = OpenFor(rmnkr)) {
+    if (Container* const pcontainer = OpenContainer(&rmnkr)) {
         presResult = pcontainer->WriteResource(rmnkr, 0, pdr);
         if (presResult == nullptr) TakeError(pcontainer);
         CloseContainer(pcontainer);
@@ -281,7 +276,7 @@ short ResourceManager::DeleteResource(char const* szResSpec) {
     CPString spec(szResSpec != nullptr ? szResSpec : "");
     ResourceMoniker rmnkr;
     if (!ScanResourceSpec(spec, rmnkr, true)) return 0;
-    Container* const pcontainer = OpenFor(rmnkr);
+    Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return 0;
     short const done = pcontainer->DeleteResource(rmnkr);
     if (done == 0) TakeError(pcontainer);
@@ -293,7 +288,7 @@ short ResourceManager::ListResources(char const* szStoreSpec, pfnListFunc pfn, v
     CPString spec(szStoreSpec != nullptr ? szStoreSpec : "");
     ResourceMoniker rmnkr;
     if (!ScanResourceSpec(spec, rmnkr, false)) return 0;
-    Container* const pcontainer = OpenFor(rmnkr);
+    Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return 0;
     short const done = pcontainer->ListStoredResources(rmnkr, pfn, pvUser);
     if (done == 0) TakeError(pcontainer);

@@ -77,7 +77,6 @@ private:
     // The moniker of a specification, or an error text when it names no
     // resource.
     bool ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rmnkr, bool bNeedResource);
-    Container* OpenFor(ResourceMoniker& rmnkr);
     void TakeError(Container* pcontainer);
 
     CPDictionary dctContainerMakers;
