@@ -170,19 +170,21 @@ short PMoniker::ScanPath(char const* sz, Navigable* pnav) {
         if (IsChar(ptok.get(), ':')) {
             std::unique_ptr<Token> ptokName(scn.GetTokenPtr());
             if (!ptokName) throw Exception(214, "end of path");
-            CPString strName;
-            TokenNameOf(ptokName.get(), &strName);
-            AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
+            AddNameStep(ptokName.get());
         } else if (IsChar(ptok.get(), '[')) {
             ScanIndex(scn, pnav);
         } else if (IsName(ptok.get())) {
-            CPString strName;
-            TokenNameOf(ptok.get(), &strName);
-            AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
+            AddNameStep(ptok.get());
         }
     }
     NoteEnd(scn);
     return 1;
+}
+
+void PMoniker::AddNameStep(Token* ptok) {
+    CPString strName;
+    TokenNameOf(ptok, &strName);
+    AddNode(strName.Length() > 0 ? strName.GetBuffer() : "", RT_CONTAINMENT);
 }
 
 // After "[": a number and "]", or an expression up to the matching "]".
@@ -238,8 +240,15 @@ void PMoniker::NoteEnd(Scanner const& scn) {
 void PMoniker::TokenTextOf(Token* ptok, CPString* pstr) {
     *pstr = "";
     if (ptok == nullptr) return;
-    if (ptok->MatchType(TY_STRING | TY_COMMENT) != 0) {
+    if (ptok->MatchType(TY_STRING) != 0) {
         if (ptok->_get_szVal() != nullptr) *pstr = ptok->_get_szVal();
+        return;
+    }
+    if (ptok->MatchType(TY_COMMENT) != 0) {
+        // A comment's text is read whole as a string's, from a copy.
+        Token tokText(*ptok);
+        tokText._set_nDataType(TY_STRING);
+        if (tokText._get_szVal() != nullptr) *pstr = tokText._get_szVal();
         return;
     }
     char buf[Token::kStringPointerSize];

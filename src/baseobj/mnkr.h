@@ -135,6 +135,7 @@ protected:
     CPString* pstrCached = nullptr;
 
 private:
+    void AddNameStep(Token* ptok);
     void ScanIndex(Scanner& scn, Navigable* pnav);
     std::int32_t EvaluateIndex(char const* szPath, Navigable* pnav);
 

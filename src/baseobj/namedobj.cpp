@@ -1,5 +1,6 @@
 #include <baseobj/namedobj.h>
 
+#include <baseobj/mnkr.h>
 #include <util/exceptions.h>
 #include <util/pstring.h>
 
@@ -12,7 +13,6 @@
 #include <vector>
 
 namespace {
-
 
 // A copy of the text in a block of new[].
 char* Duplicate(char const* sz) {
@@ -218,6 +218,16 @@ Navigable* Navigable::InternDirectPath(void* a0, void* a1, void* a2, void* a3, v
         pnav = pnavNext != nullptr ? pnavNext : pnav->CreateRelatedNode(&es);
     }
     return pnav;
+}
+
+Navigable* Navigable::FollowPath(char const* szPath, short nCreate, short nSkip) {
+    PMoniker mk;
+    mk.ScanPath(szPath, this);
+    return mk.FollowPath(this, nCreate, nSkip);
+}
+
+Navigable* Navigable::FollowPath(PMoniker* pmk, short nCreate, short nSkip) {
+    return pmk != nullptr ? pmk->FollowPath(this, nCreate, nSkip) : nullptr;
 }
 
 short Navigable::ForgeRelation(Navigable* pnav, short nRelation, char* szSupplemental) {

@@ -5,14 +5,15 @@
 #pragma once
 
 #include <cpcoll/recycler.h>
-#include <util/createable.h>
 #include <platform/export.h>
+#include <util/createable.h>
 
 #include <cstddef>
 #include <cstdint>
 
 class CPString;
 class Navigable;
+class PMoniker;
 
 // A relation code is a kind in the low byte and a direction in bit 8.
 inline constexpr short RT_OUT = 0;
@@ -147,6 +148,13 @@ public:
                                 void* a3 = kEndOfPath, void* a4 = kEndOfPath, void* a5 = kEndOfPath,
                                 void* a6 = kEndOfPath, void* a7 = kEndOfPath, void* a8 = kEndOfPath,
                                 void* a9 = kEndOfPath);
+
+    // The path read into a moniker's steps, a bracketed index evaluated from
+    // this node, and walked from here: 0 finds, -1 finds and cuts the last
+    // link, any other value creates what is missing; nSkip steps are passed
+    // over first.
+    Navigable* FollowPath(char const* szPath, short nCreate, short nSkip);
+    Navigable* FollowPath(PMoniker* pmk, short nCreate, short nSkip);
 
     // Relates both ends, the far end by the relation with the incoming bit
     // set. 1 whatever the two ends said.
