@@ -130,7 +130,7 @@ std::string FolderContainer::PathOf(std::string const& name) const {
     return folder + "/" + FileName(name);
 }
 
-std::string FolderContainer::Specification(std::string const& name) const {
+std::string FolderContainer::ResourceText(std::string const& name) const {
     return "[" + type + "@" + folder + "]" + name;
 }
 
@@ -207,14 +207,14 @@ short FolderContainer::ListStoredResources(ResourceMoniker&, pfnListFunc pfn, vo
     std::sort(names.begin(), names.end());
     if (pfn != nullptr)
         for (std::string const& name : names)
-            pfn(Specification(name).c_str(), pvUser);
+            pfn(ResourceText(name).c_str(), pvUser);
     return 1;
 }
 
 short FolderContainer::DeleteStoredResource(ResourceMoniker& rmnkr) {
     std::string const name = NameOf(rmnkr);
     if (unlink(PathOf(name).c_str()) != 0)
-        return Fail("Cannot remove the resource " + Specification(name) + ": " + Reason());
+        return Fail("Cannot remove the resource " + ResourceText(name) + ": " + Reason());
     stamps.erase(name);
     return SyncFolder() ? 1 : Fail("Cannot flush the folder " + folder + ": " + Reason());
 }
@@ -252,7 +252,7 @@ DataResource* FolderContainer::Decode(std::string const& name, std::string const
             return nullptr;
         }
     } else if (pdr->GetResourceType(nullptr) != stored.c_str()) {
-        Fail("The resource " + Specification(name) + " is of the type " + stored);
+        Fail("The resource " + ResourceText(name) + " is of the type " + stored);
         return nullptr;
     }
     pdr->SetAttributes(dra);
@@ -261,7 +261,7 @@ DataResource* FolderContainer::Decode(std::string const& name, std::string const
         Fail("Damaged resource content in " + PathOf(name));
         return nullptr;
     }
-    pdr->_set_strResourceSpecification(Specification(name).c_str());
+    pdr->_set_strResourceSpecification(ResourceText(name).c_str());
     return pdr;
 }
 
@@ -270,8 +270,8 @@ DataResource* FolderContainer::ReadStoredResource(ResourceMoniker& rmnkr, DataRe
     std::string bytes;
     struct stat st {};
     if (!ReadWhole(PathOf(name), bytes, st)) {
-        Fail(errno == ENOENT ? "Resource not found: " + Specification(name)
-                             : "Cannot read the resource " + Specification(name) + ": " + Reason());
+        Fail(errno == ENOENT ? "Resource not found: " + ResourceText(name)
+                             : "Cannot read the resource " + ResourceText(name) + ": " + Reason());
         return nullptr;
     }
     DataResource* const pdr = Decode(name, bytes, pdrInto);
@@ -281,7 +281,7 @@ DataResource* FolderContainer::ReadStoredResource(ResourceMoniker& rmnkr, DataRe
 
 short FolderContainer::WriteStoredResource(ResourceMoniker& rmnkr, DataResource* pdr) {
     std::string const name = NameOf(rmnkr);
-    if (name.empty()) return Fail("No resource named in " + Specification(name));
+    if (name.empty()) return Fail("No resource named in " + ResourceText(name));
     DataResourceAttributes& dra = pdr->_get_draAttributes();
     // What could not be read back is not written.
     if (dra.GetResourceType(nullptr).Length() == 0 || dra._get_nStorageVersion() == 0)
@@ -291,7 +291,7 @@ short FolderContainer::WriteStoredResource(ResourceMoniker& rmnkr, DataResource*
     if (pdr->WriteContent(out) == 0) return Fail("The resource's content could not be written");
     std::string const path = PathOf(name);
     if (!WriteWhole(path, out.str()))
-        return Fail("Cannot write the resource " + Specification(name) + ": " + Reason());
+        return Fail("Cannot write the resource " + ResourceText(name) + ": " + Reason());
     struct stat st {};
     if (stat(path.c_str(), &st) == 0) stamps[name] = StampOf(st);
     return 1;

@@ -1,5 +1,5 @@
 // A store of resources as files in a folder, one file a resource, for the
-// specification "[folder@/path/of/folder]name" (a name may have parts,
+// resource texts "[folder@/path/of/folder]name" (a name may have parts,
 // "notes\monday"). A file holds the resource's attributes in their stream
 // form and then its content. A write goes to a new file beside the old one,
 // which is flushed to the disk and then renamed over it, so that a process
@@ -63,7 +63,7 @@ private:
     static Stamp StampOf(struct stat const& st);
     std::string NameOf(ResourceMoniker& rmnkr) const;
     std::string PathOf(std::string const& name) const;
-    std::string Specification(std::string const& name) const;
+    std::string ResourceText(std::string const& name) const;
     short Fail(std::string const& text);
     bool SyncFolder();
     bool WriteWhole(std::string const& path, std::string const& bytes);

@@ -1,6 +1,6 @@
 // A client of the resource manager: it registers a store of resources as
 // files in a folder and a resource that holds a text, then writes, lists,
-// reads back, changes and deletes resources by their specification text.
+// reads back, changes and deletes resources by the texts that name them.
 //
 //   resource_store [FOLDER]
 //
@@ -46,20 +46,20 @@ std::string TextOf(DataResource* pdr) {
 }
 
 std::vector<std::string> List(ResourceManager& rm, std::string const& store) {
-    std::vector<std::string> specs;
+    std::vector<std::string> names;
     rm.ListResources(
         store.c_str(),
-        [](char const* spec, void* user) {
-            static_cast<std::vector<std::string>*>(user)->push_back(spec);
+        [](char const* res, void* user) {
+            static_cast<std::vector<std::string>*>(user)->push_back(res);
         },
-        &specs);
-    return specs;
+        &names);
+    return names;
 }
 
-void Print(char const* title, std::vector<std::string> const& specs) {
+void Print(char const* title, std::vector<std::string> const& names) {
     std::printf("%s\n", title);
-    for (std::string const& spec : specs)
-        std::printf("  %s\n", spec.c_str());
+    for (std::string const& res : names)
+        std::printf("  %s\n", res.c_str());
 }
 
 std::string MakeFolder() {
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     rm.RegisterContainerType("Folder", FolderContainer::Make);
     rm.RegisterResourceType(TextResource::kType, TextResource::Make);
 
-    // 2. Writes. A specification names the store, "[folder@FOLDER]", and
+    // 2. Writes. A resource text names the store, "[folder@FOLDER]", and
     //    the resource in it, whose name may have parts.
     std::string const store = "[folder@" + folder + "]";
     char const* const texts[][2] = {{"notes\\monday", "Order valves."},

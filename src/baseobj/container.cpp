@@ -18,11 +18,11 @@ constexpr char kNoFile[] = "Failed to open file for input: ";
 // Any form code but the arrow form's writes the store's type and file.
 constexpr short kBracketForm = 1;
 
-// The moniker a specification text names; false when the text does not
+// The moniker a resource text names; false when the text does not
 // scan.
-bool ScanSpecification(CPString& strSpecification, ResourceMoniker& rmnkr) {
+bool ScanResourceText(CPString& strResourceText, ResourceMoniker& rmnkr) {
     try {
-        rmnkr.ScanBuffer(strSpecification.GetBuffer(), 0);
+        rmnkr.ScanBuffer(strResourceText.GetBuffer(), 0);
     } catch (Exception const&) {
         return false;
     }
@@ -123,10 +123,10 @@ void Container::DropCachedCopy(CPString const& strKey) {
 
 // A resource may be written under another name than the one it came from:
 // the copy cached under that one is old too.
-void Container::DropCachedCopy(CPString& strSpecification, CPString const& strKey) {
-    if (strSpecification.Length() == 0 || strSpecification == strKey) return;
+void Container::DropCachedCopy(CPString& strResourceText, CPString const& strKey) {
+    if (strResourceText.Length() == 0 || strResourceText == strKey) return;
     ResourceMoniker rmnkr;
-    if (!ScanSpecification(strSpecification, rmnkr)) return;
+    if (!ScanResourceText(strResourceText, rmnkr)) return;
     CPString const key = MonikerText(rmnkr);
     if (key.Length() != 0) DropCachedCopy(key);
 }

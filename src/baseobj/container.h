@@ -41,9 +41,8 @@ public:
     using pfnResourceMaker = DataResource* (*)(char const* szType);
     // Makes the buffer for the key, or answers null.
     using pfnBuffMaker = BuffCacheObj* (*)(char const* szKey);
-    // Called once for each resource a store lists, with its specification
-    // text.
-    using pfnListFunc = void (*)(char const* szSpecification, void* pvUser);
+    // Called once for each resource a store lists, with its text.
+    using pfnListFunc = void (*)(char const* szResourceText, void* pvUser);
 
     // The sizes of the two caches.
     static constexpr std::uint32_t kResourceCacheSize = 50;
@@ -59,7 +58,7 @@ public:
     virtual short OpenStore(ResourceMoniker& rmnkr) = 0;
     // Called at every close by the manager; the store may be opened again.
     virtual short CloseStore() = 0;
-    // Calls pfn with the specification of each resource kept. Non-zero on
+    // Calls pfn with the text of each resource kept. Non-zero on
     // success.
     virtual short ListStoredResources(ResourceMoniker& rmnkr, pfnListFunc pfn, void* pvUser) = 0;
     // Removes the resource from the store. Non-zero on success.
@@ -121,7 +120,7 @@ private:
     DataResource* CopyOfCached(DataResource* presCached, DataResource* pdr);
     void CacheAfterRead(CPString const& strKey, char cMode, DataResource* pdr);
     static void DropCachedCopy(CPString const& strKey);
-    static void DropCachedCopy(CPString& strSpecification, CPString const& strKey);
+    static void DropCachedCopy(CPString& strResourceText, CPString const& strKey);
 
     CPString strName;
 

@@ -83,7 +83,7 @@ public:
     virtual short ReadContent(std::istream& in) = 0;
 
     // The content through CopyContentTo, then the attributes and the
-    // specification text. pdrTo on success, null otherwise.
+    // resource text. pdrTo on success, null otherwise.
     DataResource* CloneResource(DataResource* pdrTo);
 
     DataResourceAttributes& _get_draAttributes() { return draAttributes; }

@@ -16,7 +16,7 @@ short ResourceManager::bAutomatiallyAllocatedGRM = 0;
 
 namespace {
 
-constexpr char kInvalidSpec[] = "Invalid Resource Specification: ";
+constexpr char kInvalidText[] = "Invalid Resource Specification: ";
 constexpr char kBadRefCount[] = "Invalid Entering Refcount";
 constexpr char kNoResource[] = "No Resource Supplied";
 constexpr char kReadOnly[] = "Cannot save resource that was opened as read-only";
@@ -51,9 +51,9 @@ void Keep(CPDictionary& dct, CPString* pstrName, void* pvMaker) {
 }
 
 // Whether the text scanned as a moniker; a text that does not throws.
-bool Scanned(char const* szSpec, ResourceMoniker& rmnkr) {
+bool Scanned(char const* szText, ResourceMoniker& rmnkr) {
     try {
-        rmnkr.ScanBuffer(szSpec, 0);
+        rmnkr.ScanBuffer(szText, 0);
     } catch (Exception const&) {
         return false;
     }
@@ -179,13 +179,13 @@ void ResourceManager::TakeError(Container* pcontainer) {
     _set_strError(error);
 }
 
-// Specifications ------------------------------------------------------------------
+// Resource texts ---------------------------------------------------------------
 
-bool ResourceManager::ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rmnkr,
+bool ResourceManager::ScanResourceText(CPString& strResSpec, ResourceMoniker& rmnkr,
                                        bool bNeedResource) {
     if (Scanned(Text(strResSpec), rmnkr) && (!bNeedResource || rmnkr.HasSubvalues() != 0))
         return true;
-    CPString error(kInvalidSpec);
+    CPString error(kInvalidText);
     error += Text(strResSpec);
     _set_strError(error);
     return false;
@@ -194,14 +194,14 @@ bool ResourceManager::ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rm
 // Reading and writing -------------------------------------------------------------
 
 DataResource* ResourceManager::ReadResource(CPString& strResSpec, char cMode, DataResource* pdr) {
-    CPString spec(Text(strResSpec));
+    CPString strText(Text(strResSpec));
     if (pdr != nullptr && pdr->_get_nRefCount() == 0) {
         _set_strError(kBadRefCount);
         return nullptr;
     }
     std::uint32_t const ulStart = bLogResources != 0 ? TickCount() : 0;
     ResourceMoniker rmnkr;
-    if (!ScanResourceSpec(spec, rmnkr, true)) return nullptr;
+    if (!ScanResourceText(strText, rmnkr, true)) return nullptr;
     Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return nullptr;
     DataResource* const presResult = pcontainer->ReadResource(rmnkr, cMode, pdr);
@@ -234,10 +234,10 @@ DataResource* ResourceManager::ReadResource(char const* szResSpec, char cMode, D
 }
 
 DataResource* ResourceManager::WriteResource(CPString& strResSpec, DataResource* pdr) {
-    CPString spec(Text(strResSpec));
+    CPString strText(Text(strResSpec));
     if (bLogResources != 0) {
         CPString note("Resource Save Call:");
-        note += Text(spec);
+        note += Text(strText);
         Reporter().Comment(SV_UNIT_NAME(), __LINE__, Text(note));
     }
     if (pdr == nullptr) {
@@ -250,7 +250,7 @@ DataResource* ResourceManager::WriteResource(CPString& strResSpec, DataResource*
     }
     ResourceMoniker rmnkr;
     // A text that names no resource is no write, and no error either.
-    if (!Scanned(Text(spec), rmnkr) || rmnkr.HasSubvalues() == 0) return nullptr;
+    if (!Scanned(Text(strText), rmnkr) || rmnkr.HasSubvalues() == 0) return nullptr;
     DataResource* presResult = nullptr;
     if (Container* const pcontainer = OpenContainer(&rmnkr)) {
         presResult = pcontainer->WriteResource(rmnkr, 0, pdr);
@@ -273,9 +273,9 @@ DataResource* ResourceManager::WriteResource(char const* szResSpec, DataResource
 }
 
 short ResourceManager::DeleteResource(char const* szResSpec) {
-    CPString spec(szResSpec != nullptr ? szResSpec : "");
+    CPString strText(szResSpec != nullptr ? szResSpec : "");
     ResourceMoniker rmnkr;
-    if (!ScanResourceSpec(spec, rmnkr, true)) return 0;
+    if (!ScanResourceText(strText, rmnkr, true)) return 0;
     Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return 0;
     short const done = pcontainer->DeleteResource(rmnkr);
@@ -284,10 +284,10 @@ short ResourceManager::DeleteResource(char const* szResSpec) {
     return done;
 }
 
-short ResourceManager::ListResources(char const* szStoreSpec, pfnListFunc pfn, void* pvUser) {
-    CPString spec(szStoreSpec != nullptr ? szStoreSpec : "");
+short ResourceManager::ListResources(char const* szStoreText, pfnListFunc pfn, void* pvUser) {
+    CPString strText(szStoreText != nullptr ? szStoreText : "");
     ResourceMoniker rmnkr;
-    if (!ScanResourceSpec(spec, rmnkr, false)) return 0;
+    if (!ScanResourceText(strText, rmnkr, false)) return 0;
     Container* const pcontainer = OpenContainer(&rmnkr);
     if (pcontainer == nullptr) return 0;
     short const done = pcontainer->ListStoredResources(rmnkr, pfn, pvUser);

@@ -1,6 +1,6 @@
 // The process's front of resource storage. Clients register their container
 // classes by storage type and their resource classes by type name, then read
-// and write resources by a specification text such as
+// and write resources by the text that names them, such as
 // "[type@/path/of/store]folder\name". Nothing here throws: a failure answers
 // null and leaves its reason in the manager's error text.
 #pragma once
@@ -64,19 +64,19 @@ public:
     // Removes the resource from its store and from the cache. Non-zero on
     // success.
     short DeleteResource(char const* szResSpec);
-    // Calls pfn with the specification of each resource in the store that
+    // Calls pfn with the text of each resource in the store that
     // the text names ("[type@/path/of/store]" is enough). Non-zero on
     // success.
-    short ListResources(char const* szStoreSpec, pfnListFunc pfn, void* pvUser);
+    short ListResources(char const* szStoreText, pfnListFunc pfn, void* pvUser);
     short ValidateResources() { return 0; }
 
 private:
     static DataResource* itResourceMaker(char const* szType);
     static void itReleaseContainer(void* pvItem, void* pvUser);
 
-    // The moniker of a specification, or an error text when it names no
+    // The moniker of a resource text, or an error text when it names no
     // resource.
-    bool ScanResourceSpec(CPString& strResSpec, ResourceMoniker& rmnkr, bool bNeedResource);
+    bool ScanResourceText(CPString& strResSpec, ResourceMoniker& rmnkr, bool bNeedResource);
     void TakeError(Container* pcontainer);
 
     CPDictionary dctContainerMakers;

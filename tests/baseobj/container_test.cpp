@@ -80,23 +80,23 @@ TEST_F(ContainerTest, BuffersAreKeptByTheFilePartAndMadeAgainWhenStale) {
 
 TEST_F(ContainerTest, ModesChooseWhatIsSharedAndWhatIsCached) {
     TextResource* text = Text("one");
-    std::string const spec = Spec("r");
-    ASSERT_NE(prm->WriteResource(spec.c_str(), text), nullptr);
+    std::string const res = Named("r");
+    ASSERT_NE(prm->WriteResource(res.c_str(), text), nullptr);
     // Kept private while read-only: the caller's own object, a copy cached.
     char const kPrivate = DataResource::ACCESS_MODE_READONLY | DataResource::ACCESS_MODE_PRIVATE;
-    EXPECT_EQ(prm->ReadResource(spec.c_str(), kPrivate, text), text);
+    EXPECT_EQ(prm->ReadResource(res.c_str(), kPrivate, text), text);
     EXPECT_EQ(text->_get_cAccessMode(), kPrivate);
-    DataResource* cached = Cached(spec);
+    DataResource* cached = Cached(res);
     ASSERT_NE(cached, nullptr);
     EXPECT_NE(cached, text);
     // A read-only read into another resource takes the place of the cached
     // copy.
     TextResource* other = Text("");
-    EXPECT_EQ(prm->ReadResource(spec.c_str(), DataResource::ACCESS_MODE_READONLY, other), other);
-    EXPECT_EQ(Cached(spec), other);
+    EXPECT_EQ(prm->ReadResource(res.c_str(), DataResource::ACCESS_MODE_READONLY, other), other);
+    EXPECT_EQ(Cached(res), other);
     EXPECT_EQ(TextOf(other), "one");
     // The shared copy handed back for change is not changed: a copy is.
-    DataResource* copy = prm->ReadResource(spec.c_str(), 0, other);
+    DataResource* copy = prm->ReadResource(res.c_str(), 0, other);
     ASSERT_NE(copy, nullptr);
     EXPECT_NE(copy, other);
     EXPECT_EQ(other->_get_cAccessMode(), DataResource::ACCESS_MODE_READONLY);
@@ -105,12 +105,12 @@ TEST_F(ContainerTest, ModesChooseWhatIsSharedAndWhatIsCached) {
 
     // Saved under another name, a resource read from the first drops the copy
     // cached under the first as well.
-    DataResource* mine = prm->ReadResource(spec.c_str(), 0, nullptr);
+    DataResource* mine = prm->ReadResource(res.c_str(), 0, nullptr);
     ASSERT_NE(mine, nullptr);
     mine->AddRef();
-    EXPECT_EQ(mine->_get_strResourceSpecification(), spec.c_str());
-    ASSERT_NE(prm->WriteResource(Spec("copy").c_str(), mine), nullptr);
-    EXPECT_EQ(Cached(spec), nullptr);
+    EXPECT_EQ(mine->_get_strResourceSpecification(), res.c_str());
+    ASSERT_NE(prm->WriteResource(Named("copy").c_str(), mine), nullptr);
+    EXPECT_EQ(Cached(res), nullptr);
     for (DataResource* p :
          {static_cast<DataResource*>(text), static_cast<DataResource*>(other), mine})
         p->Release();
@@ -121,7 +121,7 @@ TEST_F(ContainerTest, AWriterKilledMidWriteLeavesEveryResourceOldOrNew) {
     TextResource* text = Text("");
     for (int k = 0; k < kResources; ++k) {
         text->_set_strText(Content(0, k).c_str());
-        ASSERT_NE(prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text), nullptr);
+        ASSERT_NE(prm->WriteResource(Named("r" + std::to_string(k)).c_str(), text), nullptr);
     }
     int newest = 0;
     for (int round = 0; round < 8; ++round) {
@@ -137,7 +137,7 @@ TEST_F(ContainerTest, AWriterKilledMidWriteLeavesEveryResourceOldOrNew) {
             for (int gen = 1 + round * 100000; std::chrono::steady_clock::now() < end; ++gen) {
                 for (int k = 0; k < kResources; ++k) {
                     text->_set_strText(Content(gen, k).c_str());
-                    if (prm->WriteResource(Spec("r" + std::to_string(k)).c_str(), text) == nullptr)
+                    if (prm->WriteResource(Named("r" + std::to_string(k)).c_str(), text) == nullptr)
                         _exit(2);
                 }
                 if (ready[1] >= 0 && write(ready[1], "w", 1) == 1) {
@@ -160,7 +160,7 @@ TEST_F(ContainerTest, AWriterKilledMidWriteLeavesEveryResourceOldOrNew) {
         Container::EliminateCaches();
         for (int k = 0; k < kResources; ++k) {
             DataResource* read =
-                prm->ReadResource(Spec("r" + std::to_string(k)).c_str(), 0, nullptr);
+                prm->ReadResource(Named("r" + std::to_string(k)).c_str(), 0, nullptr);
             ASSERT_NE(read, nullptr) << Error();
             int const gen = GenerationOf(TextOf(read), k);
             EXPECT_GE(gen, 0) << "round " << round << ", resource " << k << " is torn";

@@ -186,7 +186,7 @@ TEST(DataResourceDeathTest, AttributesWithoutTypeOrVersionsCannotBeSet) {
     }
 }
 
-TEST(DataResourceTest, CloneCopiesContentAttributesAndSpecificationButNotTheMode) {
+TEST(DataResourceTest, CloneCopiesContentAttributesAndResourceTextButNotTheMode) {
     TextResource source("first line");
     source.SetResourceName("notes");
     source._set_strResourceSpecification("[dir@/x]notes");

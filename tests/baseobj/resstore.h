@@ -43,7 +43,7 @@ protected:
         Exception::_set_bDisableMessageBoxes(0);
     }
 
-    std::string Spec(std::string const& name) const { return "[folder@" + Folder() + "]" + name; }
+    std::string Named(std::string const& name) const { return "[folder@" + Folder() + "]" + name; }
     std::string Folder() const { return dir.Path("store"); }
     std::string Error() {
         CPString error;
@@ -61,11 +61,11 @@ protected:
         if (text == nullptr) return "<none>";
         return text->_get_strText().Length() != 0 ? text->_get_strText().GetBuffer() : "";
     }
-    // What the resource cache holds under a specification.
-    static DataResource* Cached(std::string const& spec) {
+    // What the resource cache holds under a resource text.
+    static DataResource* Cached(std::string const& res) {
         CreateableCache* cache = Container::_get_pcxcResources();
         ResourceMoniker rmnkr;
-        rmnkr.ScanBuffer(spec.c_str(), 0);
+        rmnkr.ScanBuffer(res.c_str(), 0);
         CPString key = Container::MonikerText(rmnkr);
         Createable* p = cache != nullptr ? cache->Find(key.GetBuffer()) : nullptr;
         return p != nullptr ? dynamic_cast<DataResource*>(p) : nullptr;
@@ -75,14 +75,14 @@ protected:
         return cache != nullptr ? cache->Length() : 0;
     }
     std::vector<std::string> List() {
-        std::vector<std::string> specs;
+        std::vector<std::string> names;
         prm->ListResources(
-            Spec("").c_str(),
+            Named("").c_str(),
             [](char const* sz, void* pv) {
                 static_cast<std::vector<std::string>*>(pv)->push_back(sz);
             },
-            &specs);
-        return specs;
+            &names);
+        return names;
     }
 
     TempDir dir;
