@@ -53,7 +53,7 @@ CPString Container::MonikerText(ResourceMoniker& rmnkr) {
     return text;
 }
 
-CPString Container::MonikerFileText(ResourceMoniker& rmnkr) {
+CPString Container::MonikerLastPart(ResourceMoniker& rmnkr) {
     CPString text;
     rmnkr.BuildLastPartOfMonikerString(&text);
     return text;
@@ -228,7 +228,7 @@ short Container::DeleteResource(ResourceMoniker& rmnkr) {
 
 BuffCacheObj* Container::GetBuffCacheObj(ResourceMoniker& rmnkr, pfnBuffMaker pfnMaker) {
     CreateCaches();
-    CPString key = MonikerFileText(rmnkr);
+    CPString key = MonikerLastPart(rmnkr);
     char const* const szKey = key.Length() != 0 ? key.GetBuffer() : "";
     auto const make = [&]() -> BuffCacheObj* {
         BuffCacheObj* const p = pfnMaker != nullptr ? pfnMaker(szKey) : nullptr;

@@ -1,6 +1,6 @@
 // The abstract store of data resources, and the two caches of the process
 // in front of every store: resources by the text of their moniker, and
-// buffers by the file part of it. A client derives a container class for its
+// buffers by the last part of it. A client derives a container class for its
 // own storage form and registers it with the ResourceManager; the framework
 // holds no store of its own.
 #pragma once
@@ -16,7 +16,7 @@ class CreateableCache;
 class DataResource;
 class ResourceMoniker;
 
-// A buffer kept in the cache of buffers, under the file part of a moniker's
+// A buffer kept in the cache of buffers, under the last part of a moniker's
 // text, so that a store read many times is read from its file once. A class
 // that keeps a file's bytes derives from it and says when its copy is old.
 class SORVANE_API BuffCacheObj : public Createable {
@@ -58,8 +58,7 @@ public:
     virtual short OpenStore(ResourceMoniker& rmnkr) = 0;
     // Called at every close by the manager; the store may be opened again.
     virtual short CloseStore() = 0;
-    // Calls pfn with the text of each resource kept. Non-zero on
-    // success.
+    // Calls pfn with the text of each resource kept. Non-zero on success.
     virtual short ListStoredResources(ResourceMoniker& rmnkr, pfnListFunc pfn, void* pvUser) = 0;
     // Removes the resource from the store. Non-zero on success.
     virtual short DeleteStoredResource(ResourceMoniker& rmnkr) = 0;
@@ -88,7 +87,7 @@ public:
     DataResource* WriteResource(ResourceMoniker& rmnkr, char cMode, DataResource* pdr);
     // Drops any cached copy and removes the resource from the store.
     short DeleteResource(ResourceMoniker& rmnkr);
-    // The buffer under the file part of the moniker's text, made by the maker
+    // The buffer under the last part of the moniker's text, made by the maker
     // when it is not cached or is stale. On failure, null, with the reason in
     // the error text shared by all containers.
     static BuffCacheObj* GetBuffCacheObj(ResourceMoniker& rmnkr, pfnBuffMaker pfnMaker);
@@ -96,10 +95,10 @@ public:
     static void ValidateCachedResources();
     static void itValidateResource(void* pvItem, void* pvUser);
 
-    // The text a resource is cached under, "[type@file]\\path", and the path
-    // part of it that a buffer is cached under.
+    // The text a resource is cached under, "[type@file]\path", and its last
+    // part, the drive and the path, that a buffer is cached under.
     static CPString MonikerText(ResourceMoniker& rmnkr);
-    static CPString MonikerFileText(ResourceMoniker& rmnkr);
+    static CPString MonikerLastPart(ResourceMoniker& rmnkr);
 
     static void CreateCaches();
     static void EliminateCaches();
