@@ -20,8 +20,10 @@ PMoniker::pfnNodeIndex PMoniker::pfnIndexOfNode = nullptr;
 namespace {
 
 // How deep bracketed expressions may nest inside one another; deeper ones
-// give the index 0, as any expression that cannot be evaluated does.
-constexpr int kMaxExpressionDepth = 32;
+// give the index 0, as any expression that cannot be evaluated does. Each
+// level reads the rest of its expression again, so the depth bounds the work
+// to a small multiple of the text.
+constexpr int kMaxExpressionDepth = 8;
 thread_local int gnExpressionDepth = 0;
 
 // How much of a name too long for a step its exception shows.

@@ -22,8 +22,10 @@ public:
     ResourceMoniker() = default;
     ~ResourceMoniker() override = default;
 
-    // No token leaves the moniker empty. Throws Exception 270 for a missing
-    // "]"; a "[" with nothing after it ends through the fatal check.
+    // No token leaves the moniker empty. The container's file path runs to
+    // the "]", whatever tokens it takes. Throws Exception 270 for a missing
+    // "]" and 274 for a name too long for a step; a "[" with nothing after
+    // it ends through the fatal check.
     short Scan(char const* sz) override;
 
     void AddDrive(char const* szDrive);

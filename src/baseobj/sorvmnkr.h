@@ -13,8 +13,9 @@ public:
     SorvaneMoniker() = default;
     ~SorvaneMoniker() override = default;
 
-    // Throws Exception 214 for a missing token or a missing "->", 271 for a
-    // missing ">" and 270 for a missing "]".
+    // Throws Exception 214 for a missing or unexpected token (a broken "->"
+    // among them), 271 for a missing ">", 270 for a missing "]" and 274 for
+    // a name too long for a step.
     short Scan(char const* sz) override;
 
     // The head's names; copied to dest as well when dest is given. Setting
