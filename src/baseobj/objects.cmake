@@ -2,5 +2,6 @@
 # and navigation, notifications, configuration; values, monikers and
 # resources come here too.
 sorvane_layer(sorvane_objects FOLDER baseobj
-    UNITS namedobj notifier configreader unitstr cpval mnkr sorvmnkr resmnkr
+    UNITS namedobj notifier configreader unitstr cpval mnkr sorvmnkr resmnkr datares container
+        resmgr
     BELOW sorvane_units)
