@@ -302,6 +302,10 @@ char& CharCQ::operator[](int i) {
     return szQ[Wrap(Wrapped(static_cast<long long>(nT) + i))];
 }
 
+char CharCQ::operator[](int i) const {
+    return szQ[Wrap(Wrapped(static_cast<long long>(nT) + i))];
+}
+
 void CharCQ::_set_szQ(char const* sz) {
     std::memcpy(szQ, sz, kSlots);
     nPeek = -1;

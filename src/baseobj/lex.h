@@ -52,6 +52,7 @@ public:
     short IsMT() const { return nH == nT ? 1 : 0; }
     // From the oldest character, round the slots.
     char& operator[](int i);
+    char operator[](int i) const;
 
     int GetCookie() const { return nCookie; }
     void SetCookie(int n) { nCookie = n; }

@@ -29,6 +29,8 @@ int main() {
     bool const scanned = scn.Match(100000L) && !scn.MatchPeek(5UL) && !scn.Match(5LL) &&
                          !scn.Match(true) && scn.Consume2EOL() == 1;
     scn.Reset();
+    CharCQ const queue;
+    bool const queued = queue[0] == '\0';
 
     auto* const pcr = new Createable;
     pcr->AddRef();
@@ -56,7 +58,7 @@ int main() {
     dct.RemoveAll();
     tree.RemoveAll();
     pcr->Release();
-    bool const all =
-        l == 5 && ul == 5 && ll == 5 && b && truth && collection && scanned && keyed && mapped;
+    bool const all = l == 5 && ul == 5 && ll == 5 && b && truth && collection && scanned &&
+                     queued && keyed && mapped;
     return all ? 0 : 1;
 }
