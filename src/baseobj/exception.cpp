@@ -13,7 +13,6 @@
 
 namespace {
 
-
 // The language's words: code, text, in the scanner's table, in the printed
 // table. 31527 only scans, so it prints as nothing; 31700 only prints.
 constexpr LanguageKeyword kKeywords[] = {
@@ -329,7 +328,11 @@ ExceptionContext::ExceptionContext(char const* sz)
     Push();
 }
 
-ExceptionContext::ExceptionContext(CPString* pstr) : pstrThisContext(pstr) {
+// A string with a count of 0 is nobody's to release: the guard holds a copy
+// of it (sharing its text), which its end frees.
+ExceptionContext::ExceptionContext(CPString* pstr)
+    : pstrThisContext(pstr->_get_nRefCount() == 0 ? new (std::nothrow) CPString(*pstr) : pstr) {
+    SV_FAIL_IF_NIL(pstrThisContext, "pstrThisContext");
     Push();
 }
 

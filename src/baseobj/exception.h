@@ -67,7 +67,9 @@ private:
 class SORVANE_API ExceptionContext {
 public:
     explicit ExceptionContext(char const* sz);
-    // Takes a reference to the caller's string.
+    // Takes a reference to the caller's string, given back at the end of the
+    // scope. A string nobody counts (on the stack, or new and not yet held)
+    // is copied instead and stays the caller's.
     explicit ExceptionContext(CPString* pstr);
     ~ExceptionContext();
     ExceptionContext(ExceptionContext const&) = delete;

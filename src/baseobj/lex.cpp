@@ -302,6 +302,10 @@ char& CharCQ::operator[](int i) {
     return szQ[Wrap(Wrapped(static_cast<long long>(nT) + i))];
 }
 
+char CharCQ::operator[](int i) const {
+    return szQ[Wrap(Wrapped(static_cast<long long>(nT) + i))];
+}
+
 void CharCQ::_set_szQ(char const* sz) {
     std::memcpy(szQ, sz, kSlots);
     nPeek = -1;
@@ -614,7 +618,7 @@ void Scanner::PushBack(char c) {
 
 Token* Scanner::BuildToken() {
     SV_ASSERT(pisThis != nullptr || (pcBuffer != nullptr && bUseBuffer != 0),
-                  "pisThis || (pcBuffer && bUseBuffer)");
+              "pisThis || (pcBuffer && bUseBuffer)");
     for (;;) {
         bHitLF = 0;
         bHitFF = 0;
@@ -1030,6 +1034,30 @@ short Scanner::MatchPeek(std::int32_t n) {
 }
 short Scanner::MatchPeek(double d) {
     return MatchAny(d, false);
+}
+short Scanner::Match(long n) {
+    return MatchAny(n, true);
+}
+short Scanner::Match(unsigned long n) {
+    return MatchAny(n, true);
+}
+short Scanner::Match(long long n) {
+    return MatchAny(n, true);
+}
+short Scanner::Match(bool b) {
+    return MatchAny(b, true);
+}
+short Scanner::MatchPeek(long n) {
+    return MatchAny(n, false);
+}
+short Scanner::MatchPeek(unsigned long n) {
+    return MatchAny(n, false);
+}
+short Scanner::MatchPeek(long long n) {
+    return MatchAny(n, false);
+}
+short Scanner::MatchPeek(bool b) {
+    return MatchAny(b, false);
 }
 
 short Scanner::MatchSpaces(int n) {

@@ -52,6 +52,7 @@ public:
     short IsMT() const { return nH == nT ? 1 : 0; }
     // From the oldest character, round the slots.
     char& operator[](int i);
+    char operator[](int i) const;
 
     int GetCookie() const { return nCookie; }
     void SetCookie(int n) { nCookie = n; }
@@ -120,7 +121,9 @@ public:
 
     // The buffer is not owned and must stay until the scanner is done.
     void _set_pcBuffer(char const* pc);
+    // Used, not owned, until a Reset with another stream deletes it.
     void SetInputStream(std::istream* pis);
+    // Takes ownership: Reset deletes the stream, so it must come from new.
     void SetDumpStream(std::ostream* pos) { posDump = pos; }
     // Deletes the dump stream, and the present stream when given another.
     void Reset(std::istream* pis = nullptr);
@@ -150,6 +153,7 @@ public:
     Token* GetTokenPtr();
     // The argument takes the value; it keeps its own position.
     short GetToken(Token* ptok);
+    // The peeked tokens stay the scanner's.
     Token*& PeekTokenPtr();
     Token*& PeekToken2AheadPtr();
     short PeekToken(Token* ptok);
@@ -162,18 +166,31 @@ public:
     short Match(short n);
     short Match(std::int32_t n);
     short Match(double d);
+    // As the 32-bit match: a value outside 32 bits is the fatal check.
+    short Match(long n);
+    short Match(unsigned long n);
+    short Match(long long n);
+    // A TY_BOOL token of the same truth.
+    short Match(bool b);
     short MatchPeek(char const* sz);
     short MatchPeek(char c);
     short MatchPeek(float f);
     short MatchPeek(short n);
     short MatchPeek(std::int32_t n);
     short MatchPeek(double d);
+    short MatchPeek(long n);
+    short MatchPeek(unsigned long n);
+    short MatchPeek(long long n);
+    short MatchPeek(bool b);
     short MatchSpaces(int n);
     short Consume2(char const* sz);
+    // Skips past the next line feed, or to the end of the input when none
+    // comes; answers 1 either way.
     short Consume2EOL();
     short Consume2EOP();
     short Advance2Column(int n);
     short PeekNumeric();
+    // The caller's to delete, as GetField's.
     Token* Catenate2EOL();
     Token* GetField(short nDataType, std::uint16_t nMaxLen);
     // The field stays the scanner's.

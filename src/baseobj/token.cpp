@@ -14,6 +14,7 @@
 #include <istream>
 #include <new>
 #include <ostream>
+#include <utility>
 
 CPDictionary* Token::pdctTokenStrings = nullptr;
 std::uint32_t Token::nTokenCount = 0;
@@ -739,7 +740,11 @@ char const* Token::GetBuffer() const {
     return nDataType == TY_STRING ? szVal : gszEmpty;
 }
 
-char* Token::_get_szVal() const {
+char const* Token::_get_szVal() const {
+    return nDataType == TY_STRING ? szVal : nullptr;
+}
+
+char* Token::_get_szVal() {
     return nDataType == TY_STRING ? szVal : nullptr;
 }
 
@@ -1043,4 +1048,55 @@ std::istream& operator>>(std::istream& in, Token& tok) {
     }
     if (tok.nDataType == TY_COLLECTION) tok.Put<std::int32_t>(0, 0);
     return in;
+}
+
+// Wider integers ---------------------------------------------------------------
+
+namespace {
+
+// A 64-bit caller's integer in the 32-bit value: one that does not fit ends
+// the process rather than be stored or compared cut.
+template <class T> std::int32_t Narrow(T n) {
+    SV_ASSERT(std::in_range<std::int32_t>(n), "n >= LONG_MIN && n <= LONG_MAX");
+    return static_cast<std::int32_t>(n);
+}
+
+} // namespace
+
+void Token::SetValue(long n, short nIndex) {
+    SetValue(Narrow(n), nIndex);
+}
+
+void Token::SetValue(unsigned long n, short nIndex) {
+    SetValue(Narrow(n), nIndex);
+}
+
+void Token::SetValue(long long n, short nIndex) {
+    SetValue(Narrow(n), nIndex);
+}
+
+void Token::SetValue(bool b) {
+    SetValueBool(b ? 1 : 0);
+}
+
+short Token::Match(long n) const {
+    return Match(Narrow(n));
+}
+
+short Token::Match(unsigned long n) const {
+    return Match(Narrow(n));
+}
+
+short Token::Match(long long n) const {
+    return Match(Narrow(n));
+}
+
+short Token::Match(bool b) const {
+    return MatchBool(b ? 1 : 0);
+}
+
+Token::operator unsigned long() const {
+    std::int32_t const n = FetchLong(0);
+    SV_ASSERT(n >= 0, "n >= 0");
+    return static_cast<unsigned long>(n);
 }

@@ -6,12 +6,14 @@
 #include <util/createable.h>
 #include <platform/export.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
 #include <new>
 #include <string>
+#include <type_traits>
 
 class CPDictionary;
 class Scanner;
@@ -27,7 +29,21 @@ inline constexpr std::uint16_t TY_DOUBLE = 32;
 inline constexpr std::uint16_t TY_STRING = 64;
 inline constexpr std::uint16_t TY_COMMENT = 128;
 inline constexpr std::uint16_t TY_TOKEN = 256;
-inline constexpr std::uint16_t TY_COLLECTION = 0x8000;
+
+// The collection code is the one whose 16-bit word reads differently signed
+// (-32768, as MapStringToType answers it) and unsigned (0x8000, as nDataType
+// holds it). It compares equal to either reading, and is the unsigned word
+// wherever a type code is taken.
+struct TypeCodeWord {
+    std::uint16_t nWord;
+    constexpr operator std::uint16_t() const noexcept { return nWord; }
+};
+template <std::integral T> constexpr bool operator==(T n, TypeCodeWord code) noexcept {
+    if constexpr (std::is_signed_v<T>)
+        if (n < 0) return static_cast<long long>(n) + 0x10000 == code.nWord;
+    return static_cast<unsigned long long>(n) == static_cast<unsigned long long>(code.nWord);
+}
+inline constexpr TypeCodeWord TY_COLLECTION{0x8000};
 
 class SORVANE_API Token : public virtual Createable {
 public:
@@ -62,11 +78,19 @@ public:
     void SetValue(std::int32_t n, short nIndex = 0);
     void SetValue(float f, short nIndex = 0);
     void SetValue(double d);
+    // The wider integers store a TY_LONG as the 32-bit form does; a value
+    // outside 32 bits is the fatal check, never cut.
+    void SetValue(long n, short nIndex = 0);
+    void SetValue(unsigned long n, short nIndex = 0);
+    void SetValue(long long n, short nIndex = 0);
+    // A TY_BOOL, as SetValueBool.
+    void SetValue(bool b);
     // A copy of the text; "<empty>" makes the token undefined instead.
     void SetValue(char const* sz);
     void SetValueBool(short b);
     void SetValueToken(std::int32_t nCode);
-    // Takes the block, which must come from new[]. The length is not used.
+    // Takes ownership of the block, which must come from new[]; the token
+    // frees it with delete[]. The length is not used.
     void AdoptValue(char* sz, short nLen);
     // Parses by the present type; an undefined token types itself.
     void SetValueFromString(char const* sz);
@@ -85,6 +109,34 @@ public:
     operator std::int32_t() const { return FetchLong(0); }
     operator float() const { return FetchFloat(0); }
     operator double() const { return FetchDouble(); }
+    operator long() const { return FetchLong(0); }
+    operator long long() const { return FetchLong(0); }
+    // A negative value does not fit: the fatal check.
+    operator unsigned long() const;
+    operator bool() const { return FetchBool() != 0; }
+
+    // tok == n reads the token as n's type would be read from it (FetchLong
+    // for any integer but char and short, FetchBool for a bool) and compares
+    // in full width: a number outside 32 bits is simply unequal.
+    template <class T>
+    requires std::is_arithmetic_v<T>
+    friend bool operator==(Token const& tok, T value) {
+        if constexpr (std::is_same_v<T, bool>)
+            return (tok.FetchBool() != 0) == value;
+        else if constexpr (std::is_same_v<T, char>)
+            return tok.FetchChar(0) == value;
+        else if constexpr (std::is_same_v<T, short>)
+            return tok.FetchShort(0) == value;
+        else if constexpr (std::is_same_v<T, float>)
+            return tok.FetchFloat(0) == value;
+        else if constexpr (std::is_floating_point_v<T>)
+            return tok.FetchDouble() == value;
+        else if constexpr (std::is_signed_v<T>)
+            return tok.FetchLong(0) == static_cast<long long>(value);
+        else
+            return tok.FetchLong(0) >= 0 && static_cast<unsigned long long>(tok.FetchLong(0)) ==
+                                                static_cast<unsigned long long>(value);
+    }
 
     // Text forms. The buffers are the caller's to size; the sized form cuts
     // its text to fit.
@@ -96,8 +148,11 @@ public:
     // Only one result of a non-text token can be held at a time.
     char const* FetchStringPointer() const;
     char const* GetBuffer() const;
-    char* _get_szVal() const;
-    // Gives up the text pointer, whatever the type; the type stays.
+    // The text of a TY_STRING, else null; the token keeps it.
+    char const* _get_szVal() const;
+    char* _get_szVal();
+    // Gives up the text pointer, whatever the type; the type stays. The
+    // caller owns the text and frees it with delete[].
     char* DonateString();
 
     short IsStringLiteral() const;
@@ -111,6 +166,12 @@ public:
     short Match(std::int32_t n) const;
     short Match(float f, short nIndex = 0) const;
     short Match(double d) const;
+    // As Match(std::int32_t); a value outside 32 bits is the fatal check.
+    short Match(long n) const;
+    short Match(unsigned long n) const;
+    short Match(long long n) const;
+    // As MatchBool.
+    short Match(bool b) const;
     short Match(char const* sz) const;
     short MatchBool(short b) const;
     short MatchToken(std::int32_t nCode) const;

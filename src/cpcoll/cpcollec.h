@@ -70,6 +70,7 @@ public:
     CPCollection& operator=(CPCollection const& other) = default;
     ~CPCollection() override = default;
 
+    // A new empty collection of the same class, the caller's (count 0).
     virtual CPCollection* CreateInstance() = 0;
 
     // The slots behind the generic facade. Every concrete collection keeps
@@ -94,6 +95,8 @@ public:
     virtual void ForEach(pfnKillFunc pfn, void* pvUser);
     virtual void* FirstThat(pfnCondFunc pfnCond, void* pvUser);
     virtual void* NextThat(pfnCondFunc pfnCond, void* pvUser);
+    // A new collection with a count of 0, the caller's to delete; it shares
+    // the elements, which it does not own.
     virtual CPCollection* AllThat(pfnCondFunc pfnCond, void* pvUser) = 0;
 
     virtual void Add(void* pv) = 0;
@@ -216,6 +219,7 @@ public:
     virtual std::int32_t ExistsKeyString(CPString* pstrKey) = 0;
     virtual std::int32_t ExistsKeyString(char const* szKey, std::uint32_t* pulHash) = 0;
     virtual void ForEachInternalContainer(pfnKillFunc pfn, void* pvUser) = 0;
+    // As AllThat: a new collection, the caller's to delete.
     virtual CPCollection* AllThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) = 0;
     virtual void* FirstThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) = 0;
     virtual void* NextThatInternalContainer(pfnCondFunc pfnCond, void* pvUser) = 0;

@@ -146,6 +146,7 @@ public:
     // Adding. A key already present is ignored: the old value stays.
     void AddKeyNum(std::uintptr_t nKey, void* pv) override;
     void AddKeyString(char const* szKey, void* pv, std::uint32_t* pulHash = nullptr) override;
+    // Holds a reference on a key string somebody counts, else a copy of it.
     void AddKeyString(CPString* pstrKey, void* pv) override;
     // Keyed by the pointer itself: a set of pointers.
     void Add(void* pv) override;

@@ -142,7 +142,7 @@ CPCollection* CPStack::AllThat(pfnCondFunc, void*) {
 
 // MapKeyPair -----------------------------------------------------------------
 
-MapKeyPair::MapKeyPair(CPString& strAA, CPString& strBA, Createable* pcreateable)
+MapKeyPair::MapKeyPair(CPString const& strAA, CPString const& strBA, Createable* pcreateable)
     : strA(strAA), strB(strBA), pcreateableTxData(pcreateable) {
     if (pcreateableTxData != nullptr) pcreateableTxData->AddRef();
 }
@@ -195,7 +195,8 @@ void CPSymmetricMap::Insert(CrDictionary& dct, CPString& strKey, MapKeyPair* pmk
     dct.AddKeyString(&strKey, plst);
 }
 
-void CPSymmetricMap::AddMapping(CPString& strA, CPString& strB, Createable* pcreateable) {
+void CPSymmetricMap::AddMapping(CPString const& strA, CPString const& strB,
+                                Createable* pcreateable) {
     auto* const pmkp = new MapKeyPair(strA, strB, pcreateable);
     // Keyed by the pair's own strings, which nobody else can change.
     Insert(dctA, pmkp->_get_strA(), pmkp);
@@ -210,8 +211,11 @@ void CPSymmetricMap::AddMapping(char const* szA, char const* szB, Createable* pc
 
 // A list's first entry is the oldest mapping; one nested by a third mapping
 // is looked through rather than read as a pair.
-MapKeyPair* CPSymmetricMap::Lookup(CrDictionary& dct, CPString* pstrKey) {
-    Createable* pcr = dct.FindKeyString(pstrKey);
+// The dictionary reads the key through a pointer it may not change: it is
+// given a copy, which shares the key's text.
+MapKeyPair* CPSymmetricMap::Lookup(CrDictionary& dct, CPString const* pstrKey) {
+    CPString strKey(*pstrKey);
+    Createable* pcr = dct.FindKeyString(&strKey);
     while (pcr != nullptr) {
         if (auto* const pmkp = dynamic_cast<MapKeyPair*>(pcr)) return pmkp;
         auto* const plst = dynamic_cast<CrList*>(pcr);
@@ -222,7 +226,8 @@ MapKeyPair* CPSymmetricMap::Lookup(CrDictionary& dct, CPString* pstrKey) {
     return nullptr;
 }
 
-Createable* CPSymmetricMap::Retrieve(CrDictionary& dct, CPString* pstrKey, CPString* pstrOut) {
+Createable* CPSymmetricMap::Retrieve(CrDictionary& dct, CPString const* pstrKey,
+                                     CPString* pstrOut) {
     if (pstrKey == nullptr || pstrOut == nullptr) return nullptr;
     MapKeyPair* const pmkp = Lookup(dct, pstrKey);
     if (pmkp == nullptr) return nullptr;
@@ -230,11 +235,11 @@ Createable* CPSymmetricMap::Retrieve(CrDictionary& dct, CPString* pstrKey, CPStr
     return pmkp->_get_pcreateableTxData();
 }
 
-Createable* CPSymmetricMap::RetrieveA(CPString* pstrKey, CPString* pstrOut) {
+Createable* CPSymmetricMap::RetrieveA(CPString const* pstrKey, CPString* pstrOut) {
     return Retrieve(dctA, pstrKey, pstrOut);
 }
 
-Createable* CPSymmetricMap::RetrieveB(CPString* pstrKey, CPString* pstrOut) {
+Createable* CPSymmetricMap::RetrieveB(CPString const* pstrKey, CPString* pstrOut) {
     return Retrieve(dctB, pstrKey, pstrOut);
 }
 
@@ -251,14 +256,16 @@ void CPSymmetricMap::Collect(Createable* pcrEntry, CrList& lstOut) {
         Collect(pcr, lstOut);
 }
 
-void CPSymmetricMap::GetAllThatMatchKeyA(CPString& strKey, CrList& lstOut) {
+void CPSymmetricMap::GetAllThatMatchKeyA(CPString const& strKey, CrList& lstOut) {
     lstOut.RemoveAll();
-    if (Createable* const pcr = dctA.FindKeyString(&strKey)) Collect(pcr, lstOut);
+    CPString strLookup(strKey);
+    if (Createable* const pcr = dctA.FindKeyString(&strLookup)) Collect(pcr, lstOut);
 }
 
-void CPSymmetricMap::GetAllThatMatchKeyB(CPString& strKey, CrList& lstOut) {
+void CPSymmetricMap::GetAllThatMatchKeyB(CPString const& strKey, CrList& lstOut) {
     lstOut.RemoveAll();
-    if (Createable* const pcr = dctB.FindKeyString(&strKey)) Collect(pcr, lstOut);
+    CPString strLookup(strKey);
+    if (Createable* const pcr = dctB.FindKeyString(&strLookup)) Collect(pcr, lstOut);
 }
 
 void CPSymmetricMap::Clear() {

@@ -51,6 +51,7 @@ public:
     ~CPStack() override;
 
     CPCollection* CreateInstance() override;
+    // A new position with a count of 0, the caller's to delete.
     IterationState* CreateIterationState() override;
 
     // A full stack answers 0 and keeps nothing.
@@ -73,7 +74,7 @@ public:
     void* RetrieveIDX(std::uint32_t n) override {
         return n < nTop ? pvVector[nTop - 1 - n] : nullptr;
     }
-    void* operator[](std::uint32_t n) { return RetrieveIDX(n); }
+    void* operator[](std::uint32_t n) const { return n < nTop ? pvVector[nTop - 1 - n] : nullptr; }
     // Pop until the element comes off: everything above it goes too, and an
     // absent element empties the stack.
     char Detach(void* pv) override;
@@ -124,7 +125,7 @@ private:
 // reference.
 class SORVANE_API MapKeyPair : public Createable {
 public:
-    MapKeyPair(CPString& strAA, CPString& strBA, Createable* pcreateable);
+    MapKeyPair(CPString const& strAA, CPString const& strBA, Createable* pcreateable);
     MapKeyPair(char const* szA, char const* szB, Createable* pcreateable);
     // A copy takes a reference of its own, so that both copies can let go.
     MapKeyPair(MapKeyPair const& other);
@@ -132,7 +133,9 @@ public:
     ~MapKeyPair() override;
 
     CPString& _get_strA() { return strA; }
+    CPString const& _get_strA() const { return strA; }
     CPString& _get_strB() { return strB; }
+    CPString const& _get_strB() const { return strB; }
     Createable* _get_pcreateableTxData() const { return pcreateableTxData; }
 
 private:
@@ -151,16 +154,18 @@ public:
     CPSymmetricMap& operator=(CPSymmetricMap const&) = delete;
     ~CPSymmetricMap() override;
 
-    void AddMapping(CPString& strA, CPString& strB, Createable* pcreateable);
+    // The pair copies both keys and takes a reference on the object.
+    void AddMapping(CPString const& strA, CPString const& strB, Createable* pcreateable);
     void AddMapping(char const* szA, char const* szB, Createable* pcreateable);
     // The oldest mapping of the key wins. Both sides answer with the B key,
     // so that a search from B gives its own key back. A null argument, or an
     // unknown key, answers null and leaves pstrOut alone.
-    Createable* RetrieveA(CPString* pstrKey, CPString* pstrOut);
-    Createable* RetrieveB(CPString* pstrKey, CPString* pstrOut);
+    // The object answered stays the map's: no reference is given.
+    Createable* RetrieveA(CPString const* pstrKey, CPString* pstrOut);
+    Createable* RetrieveB(CPString const* pstrKey, CPString* pstrOut);
     // Empties the list, then fills it with every pair of the key.
-    void GetAllThatMatchKeyA(CPString& strKey, CrList& lstOut);
-    void GetAllThatMatchKeyB(CPString& strKey, CrList& lstOut);
+    void GetAllThatMatchKeyA(CPString const& strKey, CrList& lstOut);
+    void GetAllThatMatchKeyB(CPString const& strKey, CrList& lstOut);
     void Clear();
 
     CrDictionary& _get_dctA() { return dctA; }
@@ -168,9 +173,9 @@ public:
 
 private:
     static void Insert(CrDictionary& dct, CPString& strKey, MapKeyPair* pmkp);
-    static MapKeyPair* Lookup(CrDictionary& dct, CPString* pstrKey);
+    static MapKeyPair* Lookup(CrDictionary& dct, CPString const* pstrKey);
     static void Collect(Createable* pcrEntry, CrList& lstOut);
-    Createable* Retrieve(CrDictionary& dct, CPString* pstrKey, CPString* pstrOut);
+    Createable* Retrieve(CrDictionary& dct, CPString const* pstrKey, CPString* pstrOut);
 
     CrDictionary dctA;
     CrDictionary dctB;

@@ -104,7 +104,7 @@ short CrDictionary::ExistsKeyString(char const* szKey, std::uint32_t* pulHash) {
     return Keys{pdctThe}.Exists([&](CPDictionary& d) { return d.ExistsKeyString(szKey, pulHash); });
 }
 
-Createable* CrDictionary::operator[](std::uint32_t nKey) {
+Createable* CrDictionary::operator[](std::uintptr_t nKey) {
     return Keys{pdctThe}.Entry([&](CPDictionary& d) { return d[nKey]; });
 }
 

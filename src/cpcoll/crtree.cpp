@@ -101,8 +101,8 @@ short CrTree::ExistsKeyString(char const* szKey, std::uint32_t* pulHash) {
     return Keys{ptreeThe}.Exists([&](CPTree& t) { return t.ExistsKeyString(szKey, pulHash); });
 }
 
-Createable* CrTree::operator[](std::uint32_t nKey) {
-    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.RetrieveIDX(nKey); });
+Createable* CrTree::operator[](std::uintptr_t nKey) {
+    return Keys{ptreeThe}.Entry([&](CPTree& t) { return t.FindKeyNum(nKey); });
 }
 
 // Walks and the cursor -------------------------------------------------------

@@ -37,8 +37,8 @@ public:
     short ExistsKeyNum(std::uintptr_t nKey) override;
     short ExistsKeyString(CPString* pstrKey) override;
     short ExistsKeyString(char const* szKey, std::uint32_t* pulHash = nullptr) override;
-    // By number key, not by position.
-    Createable* operator[](std::uint32_t nKey);
+    // By number key, not by position; the key keeps its pointer width.
+    Createable* operator[](std::uintptr_t nKey);
 
     std::uint32_t Length() override;
     void ForEach(pfnKillFunc pfn, void* pvUser) override;

@@ -79,9 +79,10 @@ public:
     Iterable& operator=(Iterable const& other) = default;
     ~Iterable() override = default;
 
-    // A new position of the collection's own kind, owned by the caller.
+    // A new position of the collection's own kind, owned by the caller with
+    // a count of 0: delete it, or AddRef it and let Release delete it.
     virtual IterationState* CreateIterationState() { return nullptr; }
-    // A new Iterator with a new position, owned by the caller.
+    // A new Iterator with a new position, owned by the caller (count 0).
     Iterator* GetIterator();
 };
 

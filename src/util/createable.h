@@ -1,6 +1,7 @@
 // The root of the framework's classes: an intrusive 16-bit reference count
 // and a count of live instances. A new object starts at 0; its first holder
-// calls AddRef, and the Release that brings it back to 0 deletes it.
+// calls AddRef, and the Release that brings it back to 0 deletes it. A
+// Release on an object nobody holds (a count of 0) is the fatal check.
 #pragma once
 
 #include <platform/export.h>
