@@ -288,7 +288,7 @@ void CPValue::Set(CPValue* pval) {
     SV_FAIL_IF_NIL(pval, "pval");
     CPValue* const pvalTarget = GetApplicableValue();
     ThrowIfLocked();
-    if (pval->nDataType != TY_UNDEFINED)
+    if (pval->DataTypeThrough() != TY_UNDEFINED)
         pvalTarget->TestBounds(pval);
     else if (_get_bCannotAssumeUndefinedState() != 0)
         throw Exception(350, nullptr);
@@ -297,7 +297,7 @@ void CPValue::Set(CPValue* pval) {
 
 void CPValue::Set(CPValue& val) {
     CPValue* const pvalTarget = GetApplicableValue();
-    if (val.nDataType != TY_UNDEFINED)
+    if (val.DataTypeThrough() != TY_UNDEFINED)
         pvalTarget->TestBounds(&val);
     else if (_get_bCannotAssumeUndefinedState() != 0)
         throw Exception(350, nullptr);
@@ -681,9 +681,9 @@ void CPValue::SetFromString(char const* sz, short bKeepFraction) {
     SplitUnitsAndPurpose(sz, units, purpose);
     CPValue valTemp;
     if (bKeepFraction != 0 && pval->punstrUnits != nullptr && sz != nullptr && HasFraction(sz) &&
-        pval->nDataType < TY_FLOAT)
+        pval->DataTypeThrough() < TY_FLOAT)
         pval->SetType(TY_FLOAT);
-    valTemp._set_nDataType(pval->nDataType);
+    valTemp._set_nDataType(pval->DataTypeThrough());
     valTemp.Token::SetValueFromString(sz);
     if (!units.empty()) valTemp._set_punstrUnits(units.c_str());
     pval->Set(&valTemp);
