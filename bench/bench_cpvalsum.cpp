@@ -25,6 +25,14 @@ constexpr std::size_t kRing = 4096;
 // The survey foot of the unit tables, in metres.
 constexpr double kFootInMetres = 0.3048006;
 
+// The factor as the program reads it at run time, so that the compiler
+// cannot fold a multiplication by 1 away.
+double Opaque(double d) {
+    static volatile double dKept;
+    dKept = d;
+    return dKept;
+}
+
 double Number(std::size_t i) {
     return 1.0 + static_cast<double>((i * 7919) % 1000) / 8.0;
 }
@@ -90,9 +98,7 @@ void SameUnits(benchmark::State& state) {
 }
 
 void SameUnitsDouble(benchmark::State& state) {
-    double dFactor = 1.0;
-    benchmark::DoNotOptimize(dFactor);
-    SumDoubles(state, dFactor);
+    SumDoubles(state, Opaque(1.0));
 }
 
 void ConvertedUnits(benchmark::State& state) {
@@ -100,9 +106,7 @@ void ConvertedUnits(benchmark::State& state) {
 }
 
 void ConvertedUnitsDouble(benchmark::State& state) {
-    double dFactor = kFootInMetres;
-    benchmark::DoNotOptimize(dFactor);
-    SumDoubles(state, dFactor);
+    SumDoubles(state, Opaque(kFootInMetres));
 }
 
 } // namespace

@@ -1323,11 +1323,24 @@ void CPValue::AssignResultantUnits(CPValue* a, CPValue* b, CPValue* r, char nOpe
         } else if (punstrB == nullptr) {
             pR->_set_punstrUnits(punstrA);
         } else if (nOperation == UnitString::opAdd || nOperation == UnitString::opSubtract) {
-            // The number is in base units: it comes back to the first's units.
+            // The number is in base units: it comes back to the first's units,
+            // whose object the result shares.
             UnitString* const punstrBase = punstrA->BaseUnits();
-            pR->_set_punstrUnits(punstrBase);
-            punstrBase->Release();
-            pR->AssignUnits(UnitText(punstrA).c_str(), bDelta);
+            if (pR->IsNumericType() == 0) {
+                pR->_set_punstrUnits(punstrBase);
+                punstrBase->Release();
+            } else {
+                double d = 0.0;
+                try {
+                    d = punstrBase->ConvertTo(*punstrA, pR->FetchDouble(), nullptr, bDelta);
+                } catch (...) {
+                    punstrBase->Release();
+                    throw;
+                }
+                punstrBase->Release();
+                pR->SetValue(d);
+                pR->_set_punstrUnits(punstrA);
+            }
         } else {
             UnitString* const punstrR = UnitString::PerformOperation(punstrA, punstrB, nOperation);
             assign(punstrR, 0);
