@@ -8,6 +8,7 @@
 #include <util/pstring.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <istream>
 #include <new>
@@ -228,7 +229,7 @@ CPValue* CPValue::GetTopParent() {
 }
 
 std::uint16_t CPValue::GetType() {
-    return GetApplicableValue()->nDataType;
+    return GetApplicableValue()->DataTypeThrough();
 }
 
 short CPValue::MatchType(std::uint16_t n) {
@@ -254,8 +255,8 @@ short CPValue::IsDelta() {
 void CPValue::SetType(std::uint16_t nNew) {
     static char szBuffer[kTypeTextSize];
     CPValue* const pval = GetApplicableValue();
-    if (pval->nDataType == nNew) return;
-    if (pval->nDataType == TY_UNDEFINED) {
+    if (pval->DataTypeThrough() == nNew) return;
+    if (pval->DataTypeThrough() == TY_UNDEFINED) {
         pval->_set_nDataType(nNew);
         return;
     }
@@ -287,7 +288,7 @@ void CPValue::Set(CPValue* pval) {
     SV_FAIL_IF_NIL(pval, "pval");
     CPValue* const pvalTarget = GetApplicableValue();
     ThrowIfLocked();
-    if (pval->nDataType != TY_UNDEFINED)
+    if (pval->DataTypeThrough() != TY_UNDEFINED)
         pvalTarget->TestBounds(pval);
     else if (_get_bCannotAssumeUndefinedState() != 0)
         throw Exception(350, nullptr);
@@ -296,7 +297,7 @@ void CPValue::Set(CPValue* pval) {
 
 void CPValue::Set(CPValue& val) {
     CPValue* const pvalTarget = GetApplicableValue();
-    if (val.nDataType != TY_UNDEFINED)
+    if (val.DataTypeThrough() != TY_UNDEFINED)
         pvalTarget->TestBounds(&val);
     else if (_get_bCannotAssumeUndefinedState() != 0)
         throw Exception(350, nullptr);
@@ -455,10 +456,7 @@ void CPValue::Copy(CPValue& src) {
     if (&src == this) return;
     CPValue* const pvalKeptParent = pvalParent;
     InitializeObject();
-    if (_get_bBoundToProxy() == 0) {
-        Token::UnInitialize();
-        Token::Copy(src);
-    }
+    CopyTokenThrough(src);
     pvalParent = pvalKeptParent;
     PutBits(kDefStatus, src._get_nDefStatus());
     PutBits(kDefStatusReason, src._get_nDefStatusReason());
@@ -683,9 +681,9 @@ void CPValue::SetFromString(char const* sz, short bKeepFraction) {
     SplitUnitsAndPurpose(sz, units, purpose);
     CPValue valTemp;
     if (bKeepFraction != 0 && pval->punstrUnits != nullptr && sz != nullptr && HasFraction(sz) &&
-        pval->nDataType < TY_FLOAT)
+        pval->DataTypeThrough() < TY_FLOAT)
         pval->SetType(TY_FLOAT);
-    valTemp._set_nDataType(pval->nDataType);
+    valTemp._set_nDataType(pval->DataTypeThrough());
     valTemp.Token::SetValueFromString(sz);
     if (!units.empty()) valTemp._set_punstrUnits(units.c_str());
     pval->Set(&valTemp);
@@ -1127,4 +1125,1113 @@ void CPValue::ReadFrom(std::istream& in, int nDepth) {
     if (!units.empty()) SetUnitsRead(units);
     if (!name.empty()) _set_szName(name.c_str());
     _set_nSelector(static_cast<short>(GetLE(in, 2)), 1);
+}
+
+// Arithmetic and comparison
+// ------------------------------------------------------------------------
+
+namespace {
+
+constexpr char kEmptyText[] = "<empty>";
+// Room of each half of a string sum.
+constexpr std::size_t kSumText = 1024;
+
+bool HasUnits(UnitString const* punstr) {
+    return punstr != nullptr && punstr->Length() != 0;
+}
+
+bool IsStringPair(std::uint16_t ta, std::uint16_t tb) {
+    return ta != tb && (ta == TY_STRING || tb == TY_STRING);
+}
+
+std::uint16_t Higher(std::uint16_t ta, std::uint16_t tb) {
+    return ta > tb ? ta : tb;
+}
+
+// Integer arithmetic wraps as the machine's 32-bit words do.
+std::int32_t Wrap(std::int64_t n) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(n)));
+}
+
+std::int64_t IntDivide(std::int64_t a, std::int64_t b) {
+    SV_ASSERT(b != 0, "nDivisor != 0");
+    return a / b;
+}
+
+std::int64_t IntRemainder(std::int64_t a, std::int64_t b) {
+    SV_ASSERT(b != 0, "nDivisor != 0");
+    return a % b;
+}
+
+// A floating number cut to an integer; beyond the range of the remainder
+// it stops at the range.
+std::int64_t Truncated(double d) {
+    constexpr double kLimit = 9.2e18;
+    if (!(d > -kLimit)) return static_cast<std::int64_t>(-kLimit);
+    if (d > kLimit) return static_cast<std::int64_t>(kLimit);
+    return static_cast<std::int64_t>(d);
+}
+
+std::string TokenText(Token const& tok) {
+    static char szText[ProxyValue::kTextSize];
+    tok.FetchAsString(szText, sizeof szText, 6);
+    return szText;
+}
+
+[[noreturn]] void ThrowInequivalent(char const* szWhat, UnitString const* punstrA,
+                                    UnitString const* punstrB) {
+    std::string const text = std::string("Cannot perform ") + szWhat +
+                             ": Unit dimensions inequivalent |" + UnitText(punstrB) + "| , |" +
+                             UnitText(punstrA) + "|";
+    throw Exception(1344, text.c_str());
+}
+
+// Nothing has been computed when this throws.
+void RequireSameDimensions(char const* szWhat, UnitString* punstrA, UnitString* punstrB) {
+    if (!HasUnits(punstrA) || !HasUnits(punstrB)) return;
+    if (punstrA->EquivalentDimensions(punstrB) == 0) ThrowInequivalent(szWhat, punstrA, punstrB);
+}
+
+} // namespace
+
+Token* CPValue::FetchToken() {
+    ProxyValue* const p = Bound();
+    if (p == nullptr) return this;
+    auto* const ptokReturn = new (std::nothrow) Token;
+    SV_FAIL_IF_NIL(ptokReturn, "ptokReturn");
+    switch (static_cast<std::uint16_t>(p->GetDataType())) {
+    case TY_CHAR:
+        ptokReturn->SetValue(p->FetchChar(), 0);
+        break;
+    case TY_BOOL:
+        ptokReturn->SetValueBool(p->FetchBool());
+        break;
+    case TY_SHORT:
+        ptokReturn->SetValue(p->FetchShort(), 0);
+        break;
+    case TY_LONG:
+        ptokReturn->SetValue(p->FetchLong(), 0);
+        break;
+    case TY_FLOAT:
+        ptokReturn->SetValue(p->FetchFloat(), 0);
+        break;
+    case TY_DOUBLE:
+        ptokReturn->SetValue(p->FetchDouble());
+        break;
+    case TY_STRING: {
+        static char szText[ProxyValue::kTextSize];
+        szText[0] = '\0';
+        p->FetchAsString(szText);
+        ptokReturn->SetValue(szText);
+        break;
+    }
+    default:
+        break;
+    }
+    return ptokReturn;
+}
+
+void CPValue::ReleaseToken(Token* ptok, CPValue* pval) {
+    if (ptok == nullptr || ptok == static_cast<Token*>(pval) ||
+        ptok == static_cast<Token*>(pval->GetApplicableValue()))
+        return;
+    delete ptok;
+}
+
+Token* CPValue::ValueToSIToken(CPValue* pval, short bDelta) {
+    CPValue* const pvalThe = pval->GetApplicableValue();
+    UnitString* const punstr = pvalThe->punstrUnits;
+    if (!HasUnits(punstr)) return pvalThe->FetchToken();
+    UnitString* const punstrBase = punstr->BaseUnits();
+    if (punstrBase == nullptr || UnitText(punstrBase) == UnitText(punstr)) {
+        if (punstrBase != nullptr) punstrBase->Release();
+        return pvalThe->FetchToken();
+    }
+    Token* const ptokOwn = pvalThe->FetchToken();
+    auto* const ptokSIValue = new (std::nothrow) Token(*ptokOwn);
+    ReleaseToken(ptokOwn, pvalThe);
+    SV_FAIL_IF_NIL(ptokSIValue, "ptokSIValue");
+    try {
+        ptokSIValue->SetValue(
+            punstr->ConvertTo(*punstrBase, pvalThe->FetchDouble(), nullptr, bDelta));
+    } catch (...) {
+        delete ptokSIValue;
+        punstrBase->Release();
+        throw;
+    }
+    punstrBase->Release();
+    return ptokSIValue;
+}
+
+void CPValue::GetSITokens(Token** pptokA, CPValue* pvalA, Token** pptokB, CPValue* pvalB,
+                          short nOperation) {
+    CPValue* const pA = pvalA->GetApplicableValue();
+    CPValue* const pB = pvalB->GetApplicableValue();
+    short bDeltaA = 1;
+    short bDeltaB = 1;
+    if (nOperation == 0) {
+        bDeltaA = pA->IsDelta();
+        bDeltaB = pB->IsDelta();
+    } else if (nOperation == 2) {
+        bDeltaA = pA->IsDelta();
+        bDeltaB = bDeltaA != 0 && pB->IsDelta() == 0 ? 0 : 1;
+    }
+    bool const bBoth = HasUnits(pA->punstrUnits) && HasUnits(pB->punstrUnits);
+    bool bConvert = bBoth;
+    // A dividend with units over a plain divisor keeps its own units.
+    if (nOperation == 3) bConvert = !(HasUnits(pA->punstrUnits) && !HasUnits(pB->punstrUnits));
+    if (!bConvert) {
+        *pptokA = pA->FetchToken();
+        *pptokB = pB->FetchToken();
+        return;
+    }
+    *pptokA = ValueToSIToken(pA, bDeltaA);
+    try {
+        *pptokB = ValueToSIToken(pB, bDeltaB);
+    } catch (...) {
+        ReleaseToken(*pptokA, pA);
+        throw;
+    }
+}
+
+void CPValue::AssignResultantUnits(CPValue* a, CPValue* b, CPValue* r, char nOperation) {
+    CPValue* const pA = a->GetApplicableValue();
+    CPValue* const pB = b->GetApplicableValue();
+    CPValue* const pR = r->GetApplicableValue();
+    // A result may be one of its operands: their units are held first.
+    UnitString* const punstrA = HasUnits(pA->punstrUnits) ? pA->punstrUnits : nullptr;
+    UnitString* const punstrB = HasUnits(pB->punstrUnits) ? pB->punstrUnits : nullptr;
+    short const bDelta = pA->IsDelta() != 0 && pB->IsDelta() != 0 ? 1 : 0;
+    if (punstrA != nullptr) punstrA->AddRef();
+    if (punstrB != nullptr) punstrB->AddRef();
+    auto const assign = [pR](UnitString* punstr, short bDeltaOfResult) {
+        pR->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+        if (punstr != nullptr) pR->AssignUnits(UnitText(punstr).c_str(), bDeltaOfResult);
+    };
+    try {
+        if (punstrA == nullptr && punstrB == nullptr) {
+            assign(nullptr, 0);
+        } else if (punstrA == nullptr) {
+            if (nOperation != UnitString::opDivide) {
+                assign(punstrB, 0);
+            } else {
+                UnitString* const punstrQ =
+                    UnitString::PerformOperation(nullptr, punstrB, UnitString::opDivide);
+                assign(punstrQ, 0);
+                if (punstrQ != nullptr) punstrQ->Release();
+            }
+        } else if (punstrB == nullptr) {
+            pR->_set_punstrUnits(punstrA);
+        } else if (nOperation == UnitString::opAdd || nOperation == UnitString::opSubtract) {
+            // The number is in base units: it comes back to the first's units,
+            // whose object the result shares.
+            UnitString* const punstrBase = punstrA->BaseUnits();
+            if (pR->IsNumericType() == 0) {
+                pR->_set_punstrUnits(punstrBase);
+                punstrBase->Release();
+            } else {
+                double d = 0.0;
+                try {
+                    d = punstrBase->ConvertTo(*punstrA, pR->FetchDouble(), nullptr, bDelta);
+                } catch (...) {
+                    punstrBase->Release();
+                    throw;
+                }
+                punstrBase->Release();
+                pR->SetValue(d);
+                pR->_set_punstrUnits(punstrA);
+            }
+        } else {
+            UnitString* const punstrR = UnitString::PerformOperation(punstrA, punstrB, nOperation);
+            assign(punstrR, 0);
+            if (punstrR != nullptr) punstrR->Release();
+        }
+    } catch (...) {
+        if (punstrA != nullptr) punstrA->Release();
+        if (punstrB != nullptr) punstrB->Release();
+        throw;
+    }
+    if (punstrA != nullptr) punstrA->Release();
+    if (punstrB != nullptr) punstrB->Release();
+}
+
+namespace {
+
+// The result of one scalar operation in the type of the operands' tokens.
+struct ScalarStep {
+    Token const& a;
+    Token const& b;
+    CPValue& r;
+};
+
+void AddStep(ScalarStep s, std::uint16_t nType) {
+    static char szLeft[kSumText];
+    static char szRight[kSumText];
+    switch (nType) {
+    case TY_SHORT:
+        s.r.Set(static_cast<short>(s.a.FetchShort() + s.b.FetchShort()));
+        break;
+    case TY_LONG:
+        s.r.Set(Wrap(std::int64_t{s.a.FetchLong()} + s.b.FetchLong()));
+        break;
+    case TY_FLOAT:
+        s.r.Set(s.a.FetchFloat() + s.b.FetchFloat());
+        break;
+    case TY_DOUBLE:
+        s.r.Set(s.a.FetchDouble() + s.b.FetchDouble());
+        break;
+    case TY_CHAR:
+        s.r.Set(static_cast<char>(s.a.FetchChar() + s.b.FetchChar()));
+        break;
+    case TY_STRING:
+        szLeft[0] = '\0';
+        std::strncat(szLeft, TokenText(s.a).c_str(), sizeof szLeft - 1);
+        szRight[0] = '\0';
+        std::strncat(szRight, TokenText(s.b).c_str(), sizeof szRight - 1);
+        std::strncat(szLeft, szRight, sizeof szLeft - 1 - std::strlen(szLeft));
+        s.r.Set(static_cast<char const*>(szLeft));
+        break;
+    case TY_BOOL:
+        s.r.SetBool(s.a.FetchBool() != 0 || s.b.FetchBool() != 0 ? 1 : 0);
+        break;
+    default:
+        break;
+    }
+}
+
+void SubStep(ScalarStep s, std::uint16_t nType) {
+    switch (nType) {
+    case TY_SHORT:
+        s.r.Set(static_cast<short>(s.a.FetchShort() - s.b.FetchShort()));
+        break;
+    case TY_LONG:
+        s.r.Set(Wrap(std::int64_t{s.a.FetchLong()} - s.b.FetchLong()));
+        break;
+    case TY_FLOAT:
+        s.r.Set(s.a.FetchFloat() - s.b.FetchFloat());
+        break;
+    case TY_DOUBLE:
+        s.r.Set(s.a.FetchDouble() - s.b.FetchDouble());
+        break;
+    case TY_CHAR:
+        s.r.Set(static_cast<char>(s.a.FetchChar() - s.b.FetchChar()));
+        break;
+    case TY_STRING:
+        s.r.Set(static_cast<short>(0));
+        break;
+    case TY_BOOL:
+        s.r.SetBool(s.a.FetchBool() != s.b.FetchBool() ? 1 : 0);
+        break;
+    default:
+        break;
+    }
+}
+
+void MulStep(ScalarStep s, std::uint16_t nType) {
+    switch (nType) {
+    case TY_SHORT:
+        s.r.Set(static_cast<short>(s.a.FetchShort() * s.b.FetchShort()));
+        break;
+    case TY_LONG:
+        s.r.Set(Wrap(std::int64_t{s.a.FetchLong()} * s.b.FetchLong()));
+        break;
+    case TY_FLOAT:
+        s.r.Set(s.a.FetchFloat() * s.b.FetchFloat());
+        break;
+    case TY_DOUBLE:
+        s.r.Set(s.a.FetchDouble() * s.b.FetchDouble());
+        break;
+    case TY_CHAR:
+        s.r.Set(static_cast<char>(s.a.FetchChar() * s.b.FetchChar()));
+        break;
+    case TY_STRING:
+        AddStep(s, TY_STRING);
+        break;
+    case TY_BOOL:
+        s.r.SetBool(s.a.FetchBool() != 0 && s.b.FetchBool() != 0 ? 1 : 0);
+        break;
+    default:
+        break;
+    }
+}
+
+void DivStep(ScalarStep s, std::uint16_t nType) {
+    switch (nType) {
+    case TY_SHORT:
+        s.r.Set(static_cast<short>(IntDivide(s.a.FetchShort(), s.b.FetchShort())));
+        break;
+    case TY_LONG:
+        s.r.Set(Wrap(IntDivide(s.a.FetchLong(), s.b.FetchLong())));
+        break;
+    case TY_FLOAT:
+        s.r.Set(s.a.FetchFloat() / s.b.FetchFloat());
+        break;
+    case TY_DOUBLE:
+        s.r.Set(s.a.FetchDouble() / s.b.FetchDouble());
+        break;
+    case TY_CHAR:
+        s.r.Set(static_cast<char>(IntDivide(s.a.FetchChar(), s.b.FetchChar())));
+        break;
+    case TY_BOOL:
+        s.r.SetBool(static_cast<short>(IntDivide(s.a.FetchBool(), s.b.FetchBool()) != 0 ? 1 : 0));
+        break;
+    default:
+        s.r.Set(static_cast<short>(0));
+        break;
+    }
+}
+
+void ModStep(ScalarStep s, std::uint16_t nType) {
+    switch (nType) {
+    case TY_FLOAT:
+    case TY_DOUBLE:
+        s.r.Set(static_cast<double>(
+            IntRemainder(Truncated(s.a.FetchDouble()), Truncated(s.b.FetchDouble()))));
+        break;
+    case TY_SHORT:
+        s.r.Set(static_cast<short>(IntRemainder(s.a.FetchShort(), s.b.FetchShort())));
+        break;
+    case TY_LONG:
+        s.r.Set(Wrap(IntRemainder(s.a.FetchLong(), s.b.FetchLong())));
+        break;
+    case TY_CHAR:
+        s.r.Set(static_cast<char>(IntRemainder(s.a.FetchChar(), s.b.FetchChar())));
+        break;
+    case TY_STRING:
+        s.r.Set("");
+        break;
+    case TY_BOOL:
+        s.r.SetBool(static_cast<short>(IntDivide(s.a.FetchBool(), s.b.FetchBool()) != 0 ? 1 : 0));
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+void CPValue::ScalarArithmetic(Arith op, CPValue* pvalA, CPValue* pvalB, CPValue& r) {
+    std::uint16_t const nWorking = Higher(pvalA->GetType(), pvalB->GetType());
+    short nCode = 2;
+    char nUnits = UnitString::opAdd;
+    switch (op) {
+    case Arith::kAdd:
+        RequireSameDimensions("add", pvalA->punstrUnits, pvalB->punstrUnits);
+        break;
+    case Arith::kSub:
+        RequireSameDimensions("subtraction", pvalA->punstrUnits, pvalB->punstrUnits);
+        break;
+    case Arith::kMod:
+        RequireSameDimensions("remainder", pvalA->punstrUnits, pvalB->punstrUnits);
+        nCode = 1;
+        break;
+    case Arith::kMul:
+        nCode = 1;
+        nUnits = UnitString::opMultiply;
+        break;
+    case Arith::kDiv:
+        nCode = 3;
+        nUnits = UnitString::opDivide;
+        break;
+    }
+    Token* ptokA = nullptr;
+    Token* ptokB = nullptr;
+    GetSITokens(&ptokA, pvalA, &ptokB, pvalB, nCode);
+    try {
+        ScalarStep const step{*ptokA, *ptokB, r};
+        std::uint16_t const nType = Higher(ptokA->_get_nDataType(), ptokB->_get_nDataType());
+        switch (op) {
+        case Arith::kAdd:
+            AddStep(step, nType);
+            break;
+        case Arith::kSub:
+            SubStep(step, nType);
+            break;
+        case Arith::kMul:
+            MulStep(step, nType);
+            break;
+        case Arith::kDiv:
+            DivStep(step, nType);
+            break;
+        case Arith::kMod:
+            ModStep(step, nType);
+            break;
+        }
+        AssignResultantUnits(pvalA, pvalB, &r, nUnits);
+    } catch (...) {
+        ReleaseToken(ptokA, pvalA);
+        ReleaseToken(ptokB, pvalB);
+        throw;
+    }
+    ReleaseToken(ptokA, pvalA);
+    ReleaseToken(ptokB, pvalB);
+    r.SetType(nWorking);
+}
+
+void CPValue::CollectionArithmetic(Arith op, CPValue* pvalColl, CPValue* pvalScalar, CPValue& r) {
+    // The scalar may be the result itself, which the copy overwrites.
+    CPValue valScalar(*pvalScalar);
+    r.Copy(*pvalColl);
+    std::uint32_t const n = r.GetSubvalueCount();
+    for (std::uint32_t i = 0; i < n; ++i) {
+        CPValue* const pvalSub = r.GetSubvalueByIndex(i);
+        switch (op) {
+        case Arith::kAdd:
+            *pvalSub += valScalar;
+            break;
+        case Arith::kSub:
+            *pvalSub -= valScalar;
+            break;
+        case Arith::kMul:
+            *pvalSub *= valScalar;
+            break;
+        case Arith::kDiv:
+            *pvalSub /= valScalar;
+            break;
+        case Arith::kMod:
+            break;
+        }
+    }
+}
+
+void CPValue::AddOperator(CPValue& a, CPValue& b, CPValue* pResult) {
+    CPValue& r = pResult != nullptr ? *pResult : *this;
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED) return r.Copy(*pB);
+    if (tb == TY_UNDEFINED) return r.Copy(*pA);
+    if (IsStringPair(ta, tb)) {
+        std::string const text = Text(*pA, 6) + Text(*pB, 6);
+        return r.Set(text.c_str());
+    }
+    if (ta == TY_COLLECTION && tb == TY_COLLECTION) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION) return CollectionArithmetic(Arith::kAdd, pA, pB, r);
+    if (tb == TY_COLLECTION) return CollectionArithmetic(Arith::kAdd, pB, pA, r);
+    ScalarArithmetic(Arith::kAdd, pA, pB, r);
+}
+
+void CPValue::SubOperator(CPValue& a, CPValue& b, CPValue& r) {
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED) return r.Copy(*pB);
+    if (tb == TY_UNDEFINED) return r.Copy(*pA);
+    if (IsStringPair(ta, tb)) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION && tb == TY_COLLECTION) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION) return CollectionArithmetic(Arith::kSub, pA, pB, r);
+    if (tb == TY_COLLECTION) return CollectionArithmetic(Arith::kSub, pB, pA, r);
+    ScalarArithmetic(Arith::kSub, pA, pB, r);
+}
+
+void CPValue::MulOperator(CPValue& a, CPValue& b, CPValue& r) {
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED || tb == TY_UNDEFINED) return r.Set(kEmptyText);
+    if (IsStringPair(ta, tb)) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION) return CollectionArithmetic(Arith::kMul, pA, pB, r);
+    if (tb == TY_COLLECTION) return CollectionArithmetic(Arith::kMul, pB, pA, r);
+    ScalarArithmetic(Arith::kMul, pA, pB, r);
+}
+
+void CPValue::DivOperator(CPValue& a, CPValue& b, CPValue& r) {
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED || tb == TY_UNDEFINED) return r.Set(kEmptyText);
+    bool const bFloating = tb == TY_FLOAT || tb == TY_DOUBLE;
+    if (tb != TY_COLLECTION && (bFloating ? pB->GetAsDouble() == 0.0 : pB->GetAsLong() == 0))
+        throw Exception(501, nullptr);
+    if (IsStringPair(ta, tb)) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION && tb == TY_COLLECTION) return r.Set(static_cast<short>(0));
+    if (ta == TY_COLLECTION) return CollectionArithmetic(Arith::kDiv, pA, pB, r);
+    if (tb == TY_COLLECTION) return CollectionArithmetic(Arith::kDiv, pB, pA, r);
+    ScalarArithmetic(Arith::kDiv, pA, pB, r);
+}
+
+void CPValue::ModOperator(CPValue& a, CPValue& b, CPValue& r) {
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED || tb == TY_UNDEFINED) return r.Set(kEmptyText);
+    if (IsStringPair(ta, tb) || ta == TY_COLLECTION || tb == TY_COLLECTION)
+        return r.Set(static_cast<short>(0));
+    ScalarArithmetic(Arith::kMod, pA, pB, r);
+}
+
+CPValue& CPValue::operator+=(CPValue& b) {
+    AddOperator(*this, b, this);
+    return *this;
+}
+
+CPValue& CPValue::operator-=(CPValue& b) {
+    SubOperator(*this, b, *this);
+    return *this;
+}
+
+CPValue& CPValue::operator*=(CPValue& b) {
+    MulOperator(*this, b, *this);
+    return *this;
+}
+
+CPValue& CPValue::operator/=(CPValue& b) {
+    DivOperator(*this, b, *this);
+    return *this;
+}
+
+// Logic, negation ---------------------------------------------------------------------------------
+
+void CPValue::LogicOperator(Logic op, CPValue& a, CPValue& b, CPValue& r) {
+    CPValue* const pA = a.GetApplicableValue();
+    CPValue* const pB = b.GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED) return r.Copy(*pB);
+    if (tb == TY_UNDEFINED) return r.Copy(*pA);
+    if (IsStringPair(ta, tb) || ta == TY_COLLECTION || tb == TY_COLLECTION) return r.SetBool(0);
+    bool const bA = pA->GetAsBool() != 0;
+    bool const bB = pB->GetAsBool() != 0;
+    bool bResult = false;
+    switch (op) {
+    case Logic::kOr:
+        bResult = bA || bB;
+        break;
+    case Logic::kXor:
+        bResult = bA != bB;
+        break;
+    case Logic::kAnd:
+        bResult = bA && bB;
+        break;
+    }
+    r.SetBool(bResult ? 1 : 0);
+    r.GetApplicableValue()->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+    r.SetType(Higher(ta, tb));
+}
+
+void CPValue::OrOperator(CPValue& a, CPValue& b, CPValue& r) {
+    LogicOperator(Logic::kOr, a, b, r);
+}
+
+void CPValue::XorOperator(CPValue& a, CPValue& b, CPValue& r) {
+    LogicOperator(Logic::kXor, a, b, r);
+}
+
+void CPValue::AndOperator(CPValue& a, CPValue& b, CPValue& r) {
+    LogicOperator(Logic::kAnd, a, b, r);
+}
+
+namespace {
+
+// One or zero in the value's own numeric type; false for other types.
+bool SetNumber(CPValue& r, std::uint16_t nType, double d) {
+    switch (nType) {
+    case TY_CHAR:
+        r.Set(static_cast<char>(d));
+        return true;
+    case TY_BOOL:
+        r.SetBool(d != 0.0 ? 1 : 0);
+        return true;
+    case TY_SHORT:
+        r.Set(static_cast<short>(d));
+        return true;
+    case TY_LONG:
+        r.Set(static_cast<std::int32_t>(d));
+        return true;
+    case TY_FLOAT:
+        r.Set(static_cast<float>(d));
+        return true;
+    case TY_DOUBLE:
+        r.Set(d);
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+void CPValue::NotOperator(CPValue& a) {
+    CPValue* const pA = a.GetApplicableValue();
+    std::uint16_t const t = pA->GetType();
+    if (t == TY_UNDEFINED) return Copy(a);
+    bool const bFloating = t == TY_FLOAT || t == TY_DOUBLE;
+    bool const bZero = bFloating ? pA->GetAsDouble() == 0.0 : pA->GetAsLong() == 0;
+    if (SetNumber(*this, t, bZero ? 1.0 : 0.0))
+        GetApplicableValue()->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+}
+
+void CPValue::NegOperator(CPValue& a) {
+    CPValue* const pA = a.GetApplicableValue();
+    std::uint16_t const t = pA->GetType();
+    if (t == TY_UNDEFINED) return Copy(a);
+    if (t == TY_COLLECTION) {
+        Copy(*pA);
+        std::uint32_t const n = GetSubvalueCount();
+        for (std::uint32_t i = 0; i < n; ++i) {
+            CPValue* const pvalSub = GetSubvalueByIndex(i);
+            pvalSub->NegOperator(*pvalSub);
+        }
+        return;
+    }
+    if (t < TY_CHAR || t > TY_DOUBLE) return;
+    // Read before the copy, which may be of this value itself.
+    double const d = pA->GetAsDouble();
+    std::int32_t const n = pA->GetAsLong();
+    Copy(*pA);
+    switch (t) {
+    case TY_FLOAT:
+    case TY_DOUBLE:
+        SetNumber(*this, t, -d);
+        break;
+    case TY_LONG:
+        Set(Wrap(-std::int64_t{n}));
+        break;
+    default:
+        SetNumber(*this, t, static_cast<double>(Wrap(-std::int64_t{n})));
+        break;
+    }
+}
+
+// Comparison
+// ------------------------------------------------------------------------------------------
+
+int CPValue::Compare(CPValue* pvalA, CPValue* pvalB, bool bOrdering) {
+    UnitString* const punstrA = pvalA->punstrUnits;
+    UnitString* const punstrB = pvalB->punstrUnits;
+    if (HasUnits(punstrA) && HasUnits(punstrB) && punstrA->EquivalentDimensions(punstrB) == 0) {
+        if (bOrdering) ThrowInequivalent("comparison", punstrA, punstrB);
+        return 2;
+    }
+    Token* ptokA = nullptr;
+    Token* ptokB = nullptr;
+    GetSITokens(&ptokA, pvalA, &ptokB, pvalB, 0);
+    int nResult = 0;
+    std::uint16_t const nType = Higher(ptokA->_get_nDataType(), ptokB->_get_nDataType());
+    if (nType == TY_FLOAT || nType == TY_DOUBLE) {
+        double const a = ptokA->FetchDouble();
+        double const b = ptokB->FetchDouble();
+        // The band is |b| x dbTolerance either side of b.
+        double const t = (b < 0.0 ? -b : b) * dbTolerance;
+        nResult = a < b - t ? -1 : (a > b + t ? 1 : 0);
+    } else if (nType == TY_STRING) {
+        int const n = TokenText(*ptokA).compare(TokenText(*ptokB));
+        nResult = n < 0 ? -1 : (n > 0 ? 1 : 0);
+    } else {
+        std::int32_t const a = ptokA->FetchLong();
+        std::int32_t const b = ptokB->FetchLong();
+        nResult = a < b ? -1 : (a > b ? 1 : 0);
+    }
+    ReleaseToken(ptokA, pvalA);
+    ReleaseToken(ptokB, pvalB);
+    return nResult;
+}
+
+short CPValue::IsEquivalentTo(CPValue* pval) {
+    SV_FAIL_IF_NIL(pval, "pval");
+    CPValue* const pA = GetApplicableValue();
+    CPValue* const pB = pval->GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED || tb == TY_UNDEFINED) return ta == tb ? 1 : 0;
+    if (IsStringPair(ta, tb)) return 0;
+    if (ta == TY_STRING && tb == TY_STRING) {
+        if (Text(*pA, 6) != Text(*pB, 6)) return 0;
+        bool const bUnitsA = HasUnits(pA->punstrUnits);
+        bool const bUnitsB = HasUnits(pB->punstrUnits);
+        if (!bUnitsA && !bUnitsB) return 1;
+        return bUnitsA && bUnitsB &&
+                       pA->punstrUnits->_get_nUnitID() == pB->punstrUnits->_get_nUnitID()
+                   ? 1
+                   : 0;
+    }
+    if (ta == TY_COLLECTION && tb == TY_COLLECTION) {
+        std::uint32_t const n = pA->GetSubvalueCount();
+        if (n != pB->GetSubvalueCount()) return 0;
+        for (std::uint32_t i = 0; i < n; ++i)
+            if (pA->GetSubvalueByIndex(i)->IsEquivalentTo(pB->GetSubvalueByIndex(i)) == 0) return 0;
+        return 1;
+    }
+    if (ta == TY_COLLECTION || tb == TY_COLLECTION) return 0;
+    return Compare(pA, pB, false) == 0 ? 1 : 0;
+}
+
+short CPValue::Ordered(CPValue* pval, Order order) {
+    SV_FAIL_IF_NIL(pval, "pval");
+    CPValue* const pA = GetApplicableValue();
+    CPValue* const pB = pval->GetApplicableValue();
+    std::uint16_t const ta = pA->GetType();
+    std::uint16_t const tb = pB->GetType();
+    if (ta == TY_UNDEFINED || tb == TY_UNDEFINED || IsStringPair(ta, tb) || ta == TY_COLLECTION ||
+        tb == TY_COLLECTION)
+        return 0;
+    int const n = Compare(pA, pB, true);
+    switch (order) {
+    case Order::kLess:
+        return n < 0 ? 1 : 0;
+    case Order::kLE:
+        return n <= 0 ? 1 : 0;
+    case Order::kGreater:
+        return n > 0 ? 1 : 0;
+    case Order::kGE:
+        return n >= 0 ? 1 : 0;
+    }
+    return 0;
+}
+
+short CPValue::IsGreaterThan(CPValue* pval) {
+    return Ordered(pval, Order::kGreater);
+}
+
+short CPValue::IsGreaterThanOrEqualTo(CPValue* pval) {
+    return Ordered(pval, Order::kGE);
+}
+
+short CPValue::IsLessThan(CPValue* pval) {
+    return Ordered(pval, Order::kLess);
+}
+
+short CPValue::IsLessThanOrEqualTo(CPValue* pval) {
+    return Ordered(pval, Order::kLE);
+}
+
+void CPValue::OrderOperator(Order order, CPValue& a, CPValue& b, CPValue& r) {
+    short const bResult = a.Ordered(&b, order);
+    r.Set(bResult);
+    r.GetApplicableValue()->_set_punstrUnits(static_cast<UnitString*>(nullptr));
+}
+
+void CPValue::LessOperator(CPValue& a, CPValue& b, CPValue& r) {
+    OrderOperator(Order::kLess, a, b, r);
+}
+
+void CPValue::LEOperator(CPValue& a, CPValue& b, CPValue& r) {
+    OrderOperator(Order::kLE, a, b, r);
+}
+
+void CPValue::GreaterOperator(CPValue& a, CPValue& b, CPValue& r) {
+    OrderOperator(Order::kGreater, a, b, r);
+}
+
+void CPValue::GEOperator(CPValue& a, CPValue& b, CPValue& r) {
+    OrderOperator(Order::kGE, a, b, r);
+}
+
+// Proxy values
+// -----------------------------------------------------------------------------------------
+
+short CPValue::BindToProxy(ProxyValue* p) {
+    pproxy = p;
+    PutBits(kBoundToProxy, p != nullptr ? 1 : 0);
+    return 1;
+}
+
+std::uint16_t CPValue::DataTypeThrough() const {
+    if (ProxyValue* const p = Bound()) return static_cast<std::uint16_t>(p->GetDataType());
+    return nDataType;
+}
+
+void CPValue::_set_nDataType(std::uint16_t n) {
+    if (ProxyValue* const p = Bound()) {
+        p->SetDataType(static_cast<short>(n));
+        return;
+    }
+    Token::_set_nDataType(n);
+}
+
+void CPValue::CopyTokenThrough(CPValue& src) {
+    Token* const ptok = src.FetchToken();
+    if (ProxyValue* const p = Bound()) {
+        p->SetFromToken(ptok);
+    } else {
+        Token::UnInitialize();
+        Token::Copy(*ptok);
+    }
+    ReleaseToken(ptok, &src);
+}
+
+void CPValue::SetValue(char c, short nIndex) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(c);
+    else
+        Token::SetValue(c, nIndex);
+}
+
+void CPValue::SetValue(short n, short nIndex) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(n);
+    else
+        Token::SetValue(n, nIndex);
+}
+
+void CPValue::SetValue(std::int32_t n, short nIndex) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(n);
+    else
+        Token::SetValue(n, nIndex);
+}
+
+void CPValue::SetValue(float f, short nIndex) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(f);
+    else
+        Token::SetValue(f, nIndex);
+}
+
+void CPValue::SetValue(double d) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(d);
+    else
+        Token::SetValue(d);
+}
+
+void CPValue::SetValue(char const* sz) {
+    if (ProxyValue* const p = Bound())
+        p->SetValue(sz);
+    else
+        Token::SetValue(sz);
+}
+
+void CPValue::SetValueBool(short b) {
+    if (ProxyValue* const p = Bound())
+        p->SetValueBool(b);
+    else
+        Token::SetValueBool(b);
+}
+
+char CPValue::FetchChar(short nIndex) const {
+    if (ProxyValue* const p = Bound()) return p->FetchChar();
+    return Token::FetchChar(nIndex);
+}
+
+short CPValue::FetchShort(short nIndex) const {
+    if (ProxyValue* const p = Bound()) return p->FetchShort();
+    return Token::FetchShort(nIndex);
+}
+
+std::int32_t CPValue::FetchLong(short nIndex) const {
+    if (ProxyValue* const p = Bound()) return p->FetchLong();
+    return Token::FetchLong(nIndex);
+}
+
+float CPValue::FetchFloat(short nIndex) const {
+    if (ProxyValue* const p = Bound()) return p->FetchFloat();
+    return Token::FetchFloat(nIndex);
+}
+
+double CPValue::FetchDouble() const {
+    if (ProxyValue* const p = Bound()) return p->FetchDouble();
+    return Token::FetchDouble();
+}
+
+short CPValue::FetchBool() const {
+    if (ProxyValue* const p = Bound()) return p->FetchBool();
+    return Token::FetchBool();
+}
+
+void CPValue::FetchAsString(char* buf, char nPrecision) const {
+    if (ProxyValue* const p = Bound()) {
+        p->FetchAsString(buf);
+        return;
+    }
+    Token::FetchAsString(buf, nPrecision);
+}
+
+void CPValue::FetchAsString(char* buf, std::size_t nSize, char nPrecision) const {
+    ProxyValue* const p = Bound();
+    if (p == nullptr) {
+        Token::FetchAsString(buf, nSize, nPrecision);
+        return;
+    }
+    if (nSize == 0) return;
+    static char szText[ProxyValue::kTextSize];
+    szText[0] = '\0';
+    p->FetchAsString(szText);
+    std::size_t const nLength = std::strlen(szText);
+    std::size_t const n = nLength < nSize ? nLength : nSize - 1;
+    std::memcpy(buf, szText, n);
+    buf[n] = '\0';
+}
+
+void CPValue::FetchStringLiteral(char* buf) const {
+    if (ProxyValue* const p = Bound()) {
+        p->FetchStringLiteral(buf);
+        return;
+    }
+    Token::FetchStringLiteral(buf);
+}
+
+short CPValue::IsStringLiteral() const {
+    if (ProxyValue* const p = Bound()) return p->IsStringLiteral();
+    return Token::IsStringLiteral();
+}
+
+short CPValue::IsNumericType() const {
+    if (ProxyValue* const p = Bound()) return p->IsNumericType();
+    return Token::IsNumericType();
+}
+
+// ProxyValue
+// --------------------------------------------------------------------------------------------
+
+short ProxyValue::CopyToToken(Token* ptok) {
+    SV_FAIL_IF_NIL(ptok, "ptok");
+    ptok->SetValue(std::int32_t{1234}, 0);
+    return 1;
+}
+
+short ProxyValue::SetFromToken(Token* ptok) {
+    SV_FAIL_IF_NIL(ptok, "ptok");
+    static char szWork[kTextSize];
+    SetDataType(static_cast<short>(ptok->_get_nDataType()));
+    ptok->FetchAsString(szWork, sizeof szWork, 6);
+    return SetFromString(szWork);
+}
+
+namespace {
+
+// What "%d" and "%ld" read, wrapping as a 32-bit word does.
+std::int32_t LeadingInteger(char const* sz) {
+    return Wrap(std::strtoll(sz, nullptr, 10));
+}
+
+} // namespace
+
+short ProxyValue::SetFromString(char const* sz) {
+    if (sz == nullptr) return 0;
+    if (std::strstr(sz, kEmptyText) != nullptr) return SetDataType(TY_UNDEFINED);
+    switch (static_cast<std::uint16_t>(GetDataType())) {
+    case TY_SHORT:
+        return SetValue(static_cast<short>(LeadingInteger(sz)));
+    case TY_LONG:
+        return SetValue(LeadingInteger(sz));
+    case TY_FLOAT:
+        return SetValue(std::strtof(sz, nullptr));
+    case TY_DOUBLE:
+        return SetValue(std::strtod(sz, nullptr));
+    case TY_CHAR:
+        return SetValue(sz[0]);
+    case TY_BOOL:
+        return SetValueBool(LeadingInteger(sz) != 0 ? 1 : 0);
+    case TY_STRING:
+        return SetValue(sz);
+    default:
+        return 0;
+    }
+}
+
+short ProxyValue::IsStringLiteral() {
+    if (GetDataType() != static_cast<short>(TY_STRING)) return 0;
+    static char szText[kTextSize];
+    szText[0] = '\0';
+    FetchAsString(szText);
+    return szText[0] == '"' ? 1 : 0;
+}
+
+// TokenProxyValue
+// ----------------------------------------------------------------------------------------
+
+TokenProxyValue::~TokenProxyValue() {
+    SetToken(nullptr);
+}
+
+void TokenProxyValue::CreateToken() {
+    auto* const ptokNew = new (std::nothrow) Token;
+    SV_FAIL_IF_NIL(ptokNew, "ptok");
+    SetToken(ptokNew);
+}
+
+void TokenProxyValue::SetToken(Token* ptokNew) {
+    if (ptokNew != nullptr) ptokNew->AddRef();
+    if (ptok != nullptr) ptok->Release();
+    ptok = ptokNew;
+}
+
+short TokenProxyValue::GetDataType() {
+    return ptok != nullptr ? static_cast<short>(ptok->_get_nDataType()) : 0;
+}
+
+short TokenProxyValue::SetDataType(short n) {
+    if (ptok == nullptr) return 0;
+    ptok->_set_nDataType(static_cast<std::uint16_t>(n));
+    return 1;
+}
+
+short TokenProxyValue::SetValue(char const* sz) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(sz);
+    return 1;
+}
+
+short TokenProxyValue::SetValue(double d) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(d);
+    return 1;
+}
+
+short TokenProxyValue::SetValue(float f) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(f, 0);
+    return 1;
+}
+
+short TokenProxyValue::SetValue(std::int32_t n) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(n, 0);
+    return 1;
+}
+
+short TokenProxyValue::SetValue(short n) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(n, 0);
+    return 1;
+}
+
+short TokenProxyValue::SetValue(char c) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValue(c, 0);
+    return 1;
+}
+
+short TokenProxyValue::SetValueBool(short b) {
+    if (ptok == nullptr) return 0;
+    ptok->SetValueBool(b);
+    return 1;
+}
+
+char TokenProxyValue::FetchChar() {
+    return ptok != nullptr ? ptok->FetchChar(0) : '\0';
+}
+
+short TokenProxyValue::FetchShort() {
+    return ptok != nullptr ? ptok->FetchShort(0) : 0;
+}
+
+short TokenProxyValue::FetchBool() {
+    return ptok != nullptr ? ptok->FetchBool() : 0;
+}
+
+std::int32_t TokenProxyValue::FetchLong() {
+    return ptok != nullptr ? ptok->FetchLong(0) : 0;
+}
+
+float TokenProxyValue::FetchFloat() {
+    return ptok != nullptr ? ptok->FetchFloat(0) : 0.0f;
+}
+
+double TokenProxyValue::FetchDouble() {
+    return ptok != nullptr ? ptok->FetchDouble() : 0.0;
+}
+
+void TokenProxyValue::FetchStringLiteral(char* buf) {
+    if (ptok != nullptr) ptok->FetchStringLiteral(buf);
+}
+
+void TokenProxyValue::FetchAsString(char* buf) {
+    if (ptok != nullptr) ptok->FetchAsString(buf, 6);
 }

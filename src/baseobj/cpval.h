@@ -63,7 +63,8 @@ public:
     short IsCollection() const { return nDataType == TY_COLLECTION ? 1 : 0; }
     short IsStringType() const { return nDataType == TY_STRING || nDataType == TY_COMMENT ? 1 : 0; }
     short CanPromoteTo(short nType);
-    void _set_nDataType(std::uint16_t n) { Token::_set_nDataType(n); }
+    // A bound value's type is its proxy's.
+    void _set_nDataType(std::uint16_t n);
 
     short IsDefined() const { return _get_nDefStatus() != 0 ? 1 : 0; }
     short WhyNotDefined() const { return _get_nDefStatusReason() != 0 ? 1 : 0; }
@@ -303,4 +304,190 @@ private:
     ProxyValue* pproxy = nullptr;
     // Set while the value is out of the pool, so its last Release returns it.
     bool bFromRecycler = false;
+
+    // Arithmetic and comparison ------------------------------------------------
+    // Every operator is a member of its result: it is called on the value
+    // that receives the result, which is also passed as the last argument
+    // (AddOperator writes into this when pResult is null). Operands with
+    // units are brought to their base units first; a sum or difference has
+    // the left operand's units, a product or quotient the combined base
+    // units. Sums, differences and orderings of values whose units have
+    // other dimensions throw Exception 1344; a zero divisor throws 501.
+public:
+    void AddOperator(CPValue& a, CPValue& b, CPValue* pResult);
+    void SubOperator(CPValue& a, CPValue& b, CPValue& r);
+    void MulOperator(CPValue& a, CPValue& b, CPValue& r);
+    void DivOperator(CPValue& a, CPValue& b, CPValue& r);
+    // Floating operands are truncated to integers first; an integer
+    // remainder by zero ends the process through the fatal check.
+    void ModOperator(CPValue& a, CPValue& b, CPValue& r);
+    void OrOperator(CPValue& a, CPValue& b, CPValue& r);
+    void XorOperator(CPValue& a, CPValue& b, CPValue& r);
+    void AndOperator(CPValue& a, CPValue& b, CPValue& r);
+    // A short 0 or 1 in the result, which has no units.
+    void LessOperator(CPValue& a, CPValue& b, CPValue& r);
+    void LEOperator(CPValue& a, CPValue& b, CPValue& r);
+    void GreaterOperator(CPValue& a, CPValue& b, CPValue& r);
+    void GEOperator(CPValue& a, CPValue& b, CPValue& r);
+    void NotOperator(CPValue& a);
+    void NegOperator(CPValue& a);
+    CPValue& operator+=(CPValue& b);
+    CPValue& operator-=(CPValue& b);
+    CPValue& operator*=(CPValue& b);
+    CPValue& operator/=(CPValue& b);
+
+    // Floating numbers compare within dbTolerance of the argument: within
+    // the band they are equivalent and neither greater nor less. Units of
+    // other dimensions are never equivalent, and cannot be ordered (1344).
+    short IsEquivalentTo(CPValue* pval);
+    short IsGreaterThan(CPValue* pval);
+    short IsGreaterThanOrEqualTo(CPValue* pval);
+    short IsLessThan(CPValue* pval);
+    short IsLessThanOrEqualTo(CPValue* pval);
+
+    // The units of a result from its operands: nOperation 1 (or 2) for a sum
+    // or difference, 4 for a product, 8 for a quotient.
+    static void AssignResultantUnits(CPValue* a, CPValue* b, CPValue* r, char nOperation);
+
+protected:
+    // This value's own token, or for a bound value a new token with the
+    // proxy's value, which ReleaseToken deletes.
+    Token* FetchToken();
+    // The applicable value's number in base units: its own token when it
+    // has no units or is in base units already, else a new token.
+    static Token* ValueToSIToken(CPValue* pval, short bDelta);
+    // Both operands' tokens brought to a common base for nOperation: 0
+    // comparison, 1 product or remainder, 2 sum or difference, 3 quotient.
+    static void GetSITokens(Token** pptokA, CPValue* pvalA, Token** pptokB, CPValue* pvalB,
+                            short nOperation);
+    // Deletes a token that FetchToken or ValueToSIToken made for pval.
+    static void ReleaseToken(Token* ptok, CPValue* pval);
+
+private:
+    enum class Arith { kAdd, kSub, kMul, kDiv, kMod };
+    enum class Logic { kOr, kXor, kAnd };
+    enum class Order { kLess, kLE, kGreater, kGE };
+    // The scalar cases of the four arithmetic operators and the remainder.
+    static void ScalarArithmetic(Arith op, CPValue* pvalA, CPValue* pvalB, CPValue& r);
+    // A collection and a scalar: r is a copy of the collection, and the
+    // in-place operator runs on each element with the scalar.
+    static void CollectionArithmetic(Arith op, CPValue* pvalColl, CPValue* pvalScalar, CPValue& r);
+    static void LogicOperator(Logic op, CPValue& a, CPValue& b, CPValue& r);
+    // -1, 0 or 1 by the tolerance; 2 when the operands cannot be ordered.
+    static int Compare(CPValue* pvalA, CPValue* pvalB, bool bOrdering);
+    short Ordered(CPValue* pval, Order order);
+    static void OrderOperator(Order order, CPValue& a, CPValue& b, CPValue& r);
+
+    // Proxy values ---------------------------------------------------------------
+public:
+    // Binds this value to a proxy, or unbinds it with null; 1. What the
+    // value held is not kept: bind an empty value.
+    short BindToProxy(ProxyValue* p);
+    ProxyValue* _get_pproxy() const { return _get_bBoundToProxy() != 0 ? pproxy : nullptr; }
+
+    // The token's reads and writes, which a bound value passes to its proxy
+    // and an unbound one to its own token.
+    void SetValue(char c, short nIndex = 0);
+    void SetValue(short n, short nIndex = 0);
+    void SetValue(std::int32_t n, short nIndex = 0);
+    void SetValue(float f, short nIndex = 0);
+    void SetValue(double d);
+    void SetValue(char const* sz);
+    void SetValueBool(short b);
+    char FetchChar(short nIndex = 0) const;
+    short FetchShort(short nIndex = 0) const;
+    std::int32_t FetchLong(short nIndex = 0) const;
+    float FetchFloat(short nIndex = 0) const;
+    double FetchDouble() const;
+    short FetchBool() const;
+    void FetchAsString(char* buf, char nPrecision) const;
+    void FetchAsString(char* buf, std::size_t nSize, char nPrecision) const;
+    void FetchStringLiteral(char* buf) const;
+    short IsStringLiteral() const;
+    short IsNumericType() const;
+
+private:
+    ProxyValue* Bound() const { return _get_bBoundToProxy() != 0 ? pproxy : nullptr; }
+    // The type as read through the proxy of a bound value.
+    std::uint16_t DataTypeThrough() const;
+    // The token part of Copy: the source's value (through its proxy when it
+    // is bound) into the own token, or into the proxy when this is bound.
+    void CopyTokenThrough(CPValue& src);
+};
+
+// A number that lives elsewhere: a value bound to a proxy passes every read
+// and write to it. The operations here answer 0 and do nothing; a proxy
+// onto a host's model overrides them. Setters answer 1 when the proxy took
+// the value.
+class SORVANE_API ProxyValue {
+public:
+    // Room of the text that the value asks a proxy for.
+    static constexpr std::size_t kTextSize = 65536 + 16;
+
+    virtual short GetDataType() { return 0; }
+    virtual short SetDataType(short) { return 0; }
+    virtual short SetValue(char const*) { return 0; }
+    virtual short SetValue(double) { return 0; }
+    virtual short SetValue(float) { return 0; }
+    virtual short SetValue(std::int32_t) { return 0; }
+    virtual short SetValue(short) { return 0; }
+    virtual short SetValue(char) { return 0; }
+    virtual short SetValueBool(short) { return 0; }
+    virtual char FetchChar() { return 0; }
+    virtual short FetchShort() { return 0; }
+    virtual short FetchBool() { return 0; }
+    virtual std::int32_t FetchLong() { return 0; }
+    virtual float FetchFloat() { return 0.0f; }
+    virtual double FetchDouble() { return 0.0; }
+    virtual void FetchStringLiteral(char*) {}
+    virtual void FetchAsString(char*) {}
+    virtual ~ProxyValue() = default;
+
+    // Writes the long 1234 into the token and answers 1; the proxy is not
+    // read.
+    short CopyToToken(Token* ptok);
+    // The token's type, then its text at precision 6 by SetFromString.
+    short SetFromToken(Token* ptok);
+    // "<empty>" makes the proxy undefined; other text is read by the
+    // proxy's present type and given to the matching setter.
+    short SetFromString(char const* sz);
+    short IsNumericType() { return GetDataType() < static_cast<short>(TY_STRING) ? 1 : 0; }
+    short IsStringLiteral();
+};
+
+// The proxy of the framework itself: the number is kept in a Token, of which
+// it holds one reference.
+class SORVANE_API TokenProxyValue : public ProxyValue {
+public:
+    TokenProxyValue() = default;
+    TokenProxyValue(TokenProxyValue const&) = delete;
+    TokenProxyValue& operator=(TokenProxyValue const&) = delete;
+    ~TokenProxyValue() override;
+
+    // Releases any token and makes a new one.
+    void CreateToken();
+    // Releases the old token and takes a reference on the new.
+    void SetToken(Token* ptokNew);
+    Token* _get_ptok() const { return ptok; }
+
+    short GetDataType() override;
+    short SetDataType(short n) override;
+    short SetValue(char const* sz) override;
+    short SetValue(double d) override;
+    short SetValue(float f) override;
+    short SetValue(std::int32_t n) override;
+    short SetValue(short n) override;
+    short SetValue(char c) override;
+    short SetValueBool(short b) override;
+    char FetchChar() override;
+    short FetchShort() override;
+    short FetchBool() override;
+    std::int32_t FetchLong() override;
+    float FetchFloat() override;
+    double FetchDouble() override;
+    void FetchStringLiteral(char* buf) override;
+    void FetchAsString(char* buf) override;
+
+private:
+    Token* ptok = nullptr;
 };
