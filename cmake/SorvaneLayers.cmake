@@ -13,8 +13,11 @@ set(SORVANE_LAYERS "" CACHE INTERNAL "The framework's layers, lowest first")
 set(SORVANE_LAYER_MAP "" CACHE INTERNAL "folder/unit=layer for every framework unit")
 set(SORVANE_LAYER_LINKS "" CACHE INTERNAL "The system libraries the layers use")
 
-# Links each header under <stage>/<folder>/, keeping its name.
+# Links each header under <stage>/<folder>/, keeping its name. The folder is
+# made anew, so a unit renamed or removed leaves no stale header behind.
 function(sorvane_stage_headers stage folder)
+    file(REMOVE_RECURSE ${stage}/${folder})
+    file(MAKE_DIRECTORY ${stage}/${folder})
     foreach(header IN LISTS ARGN)
         get_filename_component(file ${header} NAME)
         file(MAKE_DIRECTORY ${stage}/${folder})
