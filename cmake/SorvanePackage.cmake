@@ -40,4 +40,18 @@ add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/generated/changelog.gz
 add_custom_target(sorvane_changelog ALL DEPENDS ${PROJECT_BINARY_DIR}/generated/changelog.gz)
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${PROJECT_BINARY_DIR}/generated/changelog.gz
     DESTINATION ${SORVANE_DOC_DIR})
+
+# The programs' manual pages, compressed alike.
+set(man_pages "")
+foreach(program orvelsplash splashctl orvelreg orvelunits)
+    set(page ${PROJECT_BINARY_DIR}/generated/man/${program}.1.gz)
+    add_custom_command(OUTPUT ${page}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/generated/man
+        COMMAND sh -c "gzip -9n -c \"$0\" > \"$1\"" ${PROJECT_SOURCE_DIR}/docs/man/${program}.1 ${page}
+        DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/${program}.1
+        VERBATIM)
+    list(APPEND man_pages ${page})
+endforeach()
+add_custom_target(sorvane_man_pages ALL DEPENDS ${man_pages})
+install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 include(CPack)
