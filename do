@@ -4,6 +4,7 @@
 #   ./do build [PRESET]   configure and build (default, asan, tsan, release, fuzz)
 #   ./do test [PRESET]    build and run the test suites (default preset)
 #   ./do demo             show a splash through the session bus to a real client
+#   ./do package          release build, the Debian package in build/package, checked by lintian
 #   ./do bench [NAME]     release build, run the benchmarks (or bench_NAME), print the ratios
 #   ./do fuzz [SECONDS]   run every fuzz target (default 60 s each)
 #   ./do format           clang-format every source in place
@@ -18,7 +19,10 @@ packages=(
     zlib1g-dev libpugixml-dev libexpat1-dev
     units libudunits2-dev
     libcairo2-dev libfontconfig-dev libfreetype-dev fonts-liberation
-    libsystemd-dev libx11-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils python3 python3-dbus imagemagick
+    libsystemd-dev libx11-dev libxrandr-dev dbus-daemon dbus-bin xvfb x11-apps x11-utils x11-xserver-utils
+    python3 python3-dbus imagemagick
+    # The Debian package: its dependencies found, and the package checked.
+    dpkg-dev lintian
     # The internet and mail clients, and their tests' servers and certificates.
     libcurl4-openssl-dev curl openssl python3-pyftpdlib python3-aiosmtpd
     # The manual pages: made with scdoc, checked with man and groff.
@@ -56,9 +60,12 @@ test_suite() {
 # What the demo started, stopped when it ends, fails or is interrupted.
 demo_cleanup=()
 stop_demo() {
-    local c
-    for c in "${demo_cleanup[@]}"; do eval "$c"; done
+    local i steps=("${demo_cleanup[@]}")
     demo_cleanup=()
+    # The last started first: the server, the client, then the bus and the
+    # display they used. A step whose process has already gone fails, and
+    # that must not end the cleanup (set -e).
+    for ((i = ${#steps[@]} - 1; i >= 0; i--)); do eval "${steps[i]}" || true; done
 }
 
 demo() {
@@ -85,15 +92,26 @@ demo() {
         demo_cleanup+=("kill ${address##* } 2>/dev/null")
         echo "No session bus: started one at $DBUS_SESSION_BUS_ADDRESS"
     fi
+    # The client prints the splash's object and the server's process.
+    local ids
+    ids=$(mktemp)
+    demo_cleanup+=("rm -f $ids")
     "$bin/splashctl" show --title "Heat Exchanger Designer" --subtitle "Orvel Thermal Suite" \
         --major 13 --minor 1 --from 2009 --to 2026 --licensee "Demonstration licence" \
-        --status "Loading unit tables..." --hold 2 &
-    local client=$!
+        --status "Loading unit tables..." --hold 2 >"$ids" &
+    local client=$! server=""
+    demo_cleanup+=("kill $client 2>/dev/null")
+    for _ in $(seq 100); do [ -s "$ids" ] && break; sleep 0.05; done
+    read -r _ server <"$ids" || true
+    [ -n "$server" ] && demo_cleanup+=("kill $server 2>/dev/null")
     sleep 1.5
     import -window root "$shot" && echo "Screenshot of the display: $shot"
     wait "$client"
     # The splash ends by itself at its next tick after the client lets go.
-    sleep 4
+    for _ in $(seq 100); do
+        [ -n "$server" ] && kill -0 "$server" 2>/dev/null || break
+        sleep 0.1
+    done
     stop_demo
     echo "The screenshot is at $shot"
 }
@@ -113,6 +131,20 @@ bench() {
     done
     [ $found = 1 ] || { echo "No benchmark $pattern in build/release/bench" >&2; return 2; }
     return $status
+}
+
+# The Debian package from the release build, and what lintian says of it;
+# README explains what it reports.
+package() {
+    build release
+    local out=$root/build/package
+    rm -rf "$out"
+    cpack --config "$root/build/release/CPackConfig.cmake" -B "$out" >/dev/null
+    local deb
+    deb=$(ls "$out"/*.deb)
+    echo "Package: $deb"
+    dpkg-deb --info "$deb" | sed -n '/Depends/p'
+    lintian --no-tag-display-limit "$deb" || true
 }
 
 fuzz() {
@@ -144,8 +176,9 @@ case "$cmd" in
     build) build "$@" ;;
     test) test_suite "$@" ;;
     demo) demo ;;
+    package) package ;;
     bench) bench "$@" ;;
     fuzz) fuzz "$@" ;;
     format) format ;;
-    *) sed -n '2,10p' "$0"; exit 2 ;;
+    *) sed -n '2,11p' "$0"; exit 2 ;;
 esac

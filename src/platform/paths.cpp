@@ -29,13 +29,15 @@ std::uint32_t GetLongPathNameA(char const* path, char* longPath, std::uint32_t s
         }
         expanded = home + expanded.substr(1);
     }
+    // There are no short names to lengthen: a path that names something
+    // comes back as it was written, links and all, and one that names
+    // nothing fails.
     std::error_code error;
-    std::filesystem::path const canonical = std::filesystem::canonical(expanded, error);
-    if (error) {
+    if (!std::filesystem::exists(expanded, error)) {
         Put(path, longPath, size);
         return 0;
     }
-    return Put(canonical.string(), longPath, size);
+    return Put(expanded, longPath, size);
 }
 
 std::uint32_t GetTempPathA(std::uint32_t size, char* buffer) {

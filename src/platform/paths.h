@@ -13,8 +13,9 @@ namespace platform {
 inline constexpr std::uint32_t LongPathLimit = 1024;
 inline constexpr std::uint32_t TempPathLimit = 260;
 
-// Expands a leading "~/" to the home folder and gives an existing path its
-// canonical form. Answers the length written, or the size needed when the
+// Expands a leading "~/" to the home folder and answers an existing path as
+// it is written (symbolic links are not followed into their targets).
+// Answers the length written, or the size needed when the
 // buffer is too small, or 0 on failure; on failure the buffer holds the
 // path as it was, when it fits.
 SORVANE_API std::uint32_t GetLongPathNameA(char const* path, char* longPath, std::uint32_t size);

@@ -1,12 +1,14 @@
 // orvelsplash: the per-client splash server.
-#include <splash/host/eventloop.h>
 #include <splash/host/bushost.h>
+#include <splash/host/eventloop.h>
+#include <splash/host/x11window.h>
 #include <splash/module.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
-#include <splash/host/x11window.h>
 
 #include <clocale>
+#include <csignal>
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -30,9 +32,18 @@ int main(int argc, char** argv) {
     using namespace splash;
     // The narrow texts are in the user's character set.
     std::setlocale(LC_ALL, "");
+    // A display or bus that goes away is an error on its connection, which
+    // the server answers; it must not end the process by a signal.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    std::string const commandLine = CommandLine(argc, argv);
+    ServerCommand const command = ReadCommandLine(commandLine.c_str());
 
     splash::EventLoop loop;
-    splash::SplashScreen const screen = splash::OpenSplashScreen(loop);
+    // Only a serving process shows anything.
+    splash::SplashScreen const screen = command == ServerCommand::Serve
+                                            ? splash::OpenSplashScreen(loop)
+                                            : splash::ScreenlessSplash(loop);
     splash::WindowSystem& windows = *screen.windows;
     CExeModule module(loop);
     NullSplashChecks checks;
@@ -45,8 +56,13 @@ int main(int argc, char** argv) {
     BusClassRegistrar registrar;
     ServerPlatform server{loop, module, host, registrar, factory};
 
-    std::string const commandLine = CommandLine(argc, argv);
     HRESULT const result = ServerMain(commandLine.c_str(), server);
+    if (result != 0 && command != ServerCommand::Serve) {
+        std::fprintf(stderr, "orvelsplash: %s failed: %s\n",
+                     command == ServerCommand::Register ? "registration" : "unregistration",
+                     registrar.Failure().empty() ? "an unknown reason"
+                                                 : registrar.Failure().c_str());
+    }
     // A parent sees the low byte only: a failure must not read as 0 there.
     return result == 0 || (result & 0xFF) != 0 ? result : 1;
 }

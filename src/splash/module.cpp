@@ -92,43 +92,34 @@ bool SwitchIs(char const* rest, std::string_view name) {
 
 } // namespace
 
-int ServerMain(char const* commandLine, ServerPlatform& server) {
-    server.host.Initialize();
-    server.module.Init();
-
-    bool run = true;
-    bool embedding = false;
-    int result = 0;
-
+ServerCommand ReadCommandLine(char const* commandLine) {
     // Each comparison takes the whole rest of the line, so a switch with
     // anything after it matches nothing.
     for (char const* token = FindSwitch(commandLine, CExeModule::SwitchLeadChars); token != nullptr;
          token = FindSwitch(token, CExeModule::SwitchLeadChars)) {
-        if (SwitchIs(token, "UnregServer")) {
-            server.registrar.ApplyScript(ClassRegistrar::kAppScript, false);
-            result = server.registrar.UnregisterServer();
-            run = false;
-            break;
-        }
-        if (SwitchIs(token, "RegServer")) {
-            server.registrar.ApplyScript(ClassRegistrar::kAppScript, true);
-            result = server.registrar.RegisterServer();
-            run = false;
-            break;
-        }
-        if (SwitchIs(token, "Embedding")) {
-            embedding = true;
-            break;
-        }
+        if (SwitchIs(token, "UnregServer")) return ServerCommand::Unregister;
+        if (SwitchIs(token, "RegServer")) return ServerCommand::Register;
+        if (SwitchIs(token, "Embedding")) return ServerCommand::Serve;
     }
+    return ServerCommand::Refuse;
+}
 
-    if (run && !embedding) {
+int ServerMain(char const* commandLine, ServerPlatform& server) {
+    server.host.Initialize();
+    server.module.Init();
+
+    int result = 0;
+    ServerCommand const command = ReadCommandLine(commandLine);
+    if (command == ServerCommand::Unregister) {
+        server.registrar.ApplyScript(ClassRegistrar::kAppScript, false);
+        result = server.registrar.UnregisterServer();
+    } else if (command == ServerCommand::Register) {
+        server.registrar.ApplyScript(ClassRegistrar::kAppScript, true);
+        result = server.registrar.RegisterServer();
+    } else if (command == ServerCommand::Refuse) {
         platform::MessageBoxA(nullptr, "Do not run from the command line", "Splash",
                               platform::MB_OK);
-        run = false;
-    }
-
-    if (run) {
+    } else {
         server.module.StartShutdownMonitor();
         // Not tested: the loop runs even if publishing failed.
         server.host.RegisterClassObjects(server.factory);

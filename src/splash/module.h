@@ -4,8 +4,8 @@
 #pragma once
 
 #include <platform/event.h>
-#include <splash/host/eventloop.h>
 #include <platform/oletypes.h>
+#include <splash/host/eventloop.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
 
@@ -88,6 +88,11 @@ struct ServerPlatform {
 // The position just after the first of leadChars in text, stepping by whole
 // characters of the locale; null when there is none.
 char const* FindSwitch(char const* text, char const* leadChars);
+
+// What a command line asks of the server: the first switch that matches
+// the whole rest of the line decides.
+enum class ServerCommand { Unregister, Register, Serve, Refuse };
+ServerCommand ReadCommandLine(char const* commandLine);
 
 // The server entry: the whole command line, the program's path included.
 // Returns the process's exit code.

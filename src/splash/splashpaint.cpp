@@ -9,7 +9,11 @@
 #include <cctype>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <optional>
+#include <string>
+#include <tuple>
 #include <utility>
 
 namespace splash {
@@ -368,8 +372,18 @@ TitleLines BreakTitle(std::u16string_view title, int fontHeight, Size box,
     return lines;
 }
 
-Font::Font(char const* face, int cellHeight, int weight)
-    : face_(face), cellHeight_(cellHeight), weight_(weight) {
+namespace {
+
+// A font as made once: matching a face and scaling it take most of a
+// paint's time, and a process paints the same few fonts again and again.
+struct MadeFont {
+    ScaledFontPtr font;
+    int ascent = 0;
+    int height = 0;
+};
+
+MadeFont MakeFont(char const* face, int cellHeight, int weight) {
+    MadeFont made;
     // A negative height is that of the characters, the em; a positive one
     // that of the whole cell, which the em is scaled to below.
     double size = std::max(1, std::abs(cellHeight));
@@ -403,18 +417,35 @@ Font::Font(char const* face, int cellHeight, int weight)
         cairo_matrix_t ctm;
         cairo_matrix_init_scale(&matrix, size, size);
         cairo_matrix_init_identity(&ctm);
-        font_.reset(cairo_scaled_font_create(fontFace.get(), &matrix, &ctm, options.get()));
+        made.font.reset(cairo_scaled_font_create(fontFace.get(), &matrix, &ctm, options.get()));
     };
     make();
     cairo_font_extents_t extents;
-    cairo_scaled_font_extents(font_.get(), &extents);
+    cairo_scaled_font_extents(made.font.get(), &extents);
     if (cellHeight > 0 && extents.ascent + extents.descent > 0) {
         size = size * cellHeight / (extents.ascent + extents.descent);
         make();
-        cairo_scaled_font_extents(font_.get(), &extents);
+        cairo_scaled_font_extents(made.font.get(), &extents);
     }
-    ascent_ = static_cast<int>(std::lround(extents.ascent));
-    height_ = ascent_ + static_cast<int>(std::lround(extents.descent));
+    made.ascent = static_cast<int>(std::lround(extents.ascent));
+    made.height = made.ascent + static_cast<int>(std::lround(extents.descent));
+    return made;
+}
+
+} // namespace
+
+Font::Font(char const* face, int cellHeight, int weight)
+    : face_(face), cellHeight_(cellHeight), weight_(weight) {
+    // The same face, height and weight give the same font for the life of
+    // the process; the table is shared by every paint, on any thread.
+    static std::mutex mutex;
+    static std::map<std::tuple<std::string, int, int>, MadeFont> made;
+    std::lock_guard const lock(mutex);
+    auto [entry, added] = made.try_emplace({face_, cellHeight, weight});
+    if (added) entry->second = MakeFont(face, cellHeight, weight);
+    font_.reset(cairo_scaled_font_reference(entry->second.font.get()));
+    ascent_ = entry->second.ascent;
+    height_ = entry->second.height;
 }
 
 std::vector<std::uint8_t> LoadBitmapResource(int number) {

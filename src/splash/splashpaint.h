@@ -1,12 +1,12 @@
 // The splash's paint: the whole window drawn from the object's state on a
-// drawing surface, the screen's or an image's. Nothing is kept between
-// paints: every paint loads its bitmaps and makes its fonts anew.
+// drawing surface, the screen's or an image's. Every paint loads its
+// bitmaps anew; each font is made once per process, at its first paint.
 #pragma once
 
-#include <splash/window.h>
 #include <splash/cairoptr.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
+#include <splash/window.h>
 
 #include <array>
 #include <cstdint>
@@ -109,7 +109,6 @@ using PaintTrace = std::vector<TextDraw>;
 // The whole splash onto cr, whose user space is the window's pixels. The
 // trace, when given, gets every text drawn.
 void PaintSplash(cairo_t* cr, int pixelsPerInchY, SplashState& state, PaintTrace* trace = nullptr);
-
 
 class CairoSplashPainter final : public SplashPainter {
 public:

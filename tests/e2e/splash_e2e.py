@@ -52,6 +52,78 @@ def wait_ended(pid, limit):
     return None
 
 
+def start_xvfb(number, *screen):
+    """A virtual display of its own, or None when none can be started."""
+    if not shutil.which("Xvfb"):
+        return None
+    process = subprocess.Popen(["Xvfb", f":{number}", *(screen or ("-screen", "0", "1280x800x24")),
+                                "-nolisten", "tcp"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    socket = f"/tmp/.X11-unix/X{number}"
+    for _ in range(100):
+        if os.path.exists(socket):
+            return process
+        time.sleep(0.05)
+    process.kill()
+    process.wait()
+    return None
+
+
+def warp_pointer(display, x, y):
+    """Puts the display's pointer at x, y."""
+    import ctypes
+    x11 = ctypes.CDLL("libX11.so.6")
+    x11.XOpenDisplay.restype = ctypes.c_void_p
+    x11.XOpenDisplay.argtypes = [ctypes.c_char_p]
+    x11.XDefaultRootWindow.restype = ctypes.c_ulong
+    x11.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+    x11.XWarpPointer.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_ulong] + [ctypes.c_int] * 2 + \
+                                [ctypes.c_uint] * 2 + [ctypes.c_int] * 2
+    x11.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
+    x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
+    connection = x11.XOpenDisplay(display.encode())
+    x11.XWarpPointer(connection, 0, x11.XDefaultRootWindow(connection), 0, 0, 0, 0, x, y)
+    x11.XSync(connection, 0)
+    x11.XCloseDisplay(connection)
+
+
+class set_monitors:
+    """RandR monitors on the display, as (x, y, width, height), held by a
+    connection of their own until close()."""
+
+    def __init__(self, display, monitors):
+        import ctypes
+
+        class MonitorInfo(ctypes.Structure):
+            _fields_ = [("name", ctypes.c_ulong), ("primary", ctypes.c_int), ("automatic", ctypes.c_int),
+                        ("noutput", ctypes.c_int), ("x", ctypes.c_int), ("y", ctypes.c_int),
+                        ("width", ctypes.c_int), ("height", ctypes.c_int), ("mwidth", ctypes.c_int),
+                        ("mheight", ctypes.c_int), ("outputs", ctypes.c_void_p)]
+
+        self.x11 = ctypes.CDLL("libX11.so.6")
+        randr = ctypes.CDLL("libXrandr.so.2")
+        self.x11.XOpenDisplay.restype = ctypes.c_void_p
+        self.x11.XOpenDisplay.argtypes = [ctypes.c_char_p]
+        self.x11.XDefaultRootWindow.restype = ctypes.c_ulong
+        self.x11.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+        self.x11.XInternAtom.restype = ctypes.c_ulong
+        self.x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+        self.x11.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
+        self.x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
+        randr.XRRSetMonitor.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.POINTER(MonitorInfo)]
+        self.connection = self.x11.XOpenDisplay(display.encode())
+        root = self.x11.XDefaultRootWindow(self.connection)
+        for i, (x, y, width, height) in enumerate(monitors):
+            name = self.x11.XInternAtom(self.connection, f"monitor{i}".encode(), 0)
+            info = MonitorInfo(name, 0, 0, 0, x, y, width, height, width * 254 // 960, height * 254 // 960, None)
+            randr.XRRSetMonitor(self.connection, root, ctypes.byref(info))
+        self.x11.XSync(self.connection, 0)
+
+    def close(self):
+        if self.connection:
+            self.x11.XCloseDisplay(self.connection)
+            self.connection = None
+
+
 class SplashOverTheBus(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -108,6 +180,38 @@ class SplashOverTheBus(unittest.TestCase):
         self.assertEqual(len(line), 2, "the client printed no object path and server pid")
         self.assertTrue(line[0].startswith("/com/orveltech/Splash/SplashWindow/"))
         return int(line[1])
+
+    def own_server(self, env):
+        """A server started by hand, so that it takes the display and store of
+        env; it owns the class's name while it waits for its client. Answers
+        the process, the client's bus connection and the splash object."""
+        import dbus
+        connection = dbus.bus.BusConnection(self.env["DBUS_SESSION_BUS_ADDRESS"])
+        server = subprocess.Popen([os.path.join(BIN, "orvelsplash"), "-Embedding"], env=env,
+                                  stderr=subprocess.PIPE, text=True)
+        self.addCleanup(connection.close)
+        self.addCleanup(server.stderr.close)
+        self.addCleanup(lambda: server.poll() is None and (server.kill(), server.wait()))
+        daemon = connection.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus")
+        owner = None
+        for _ in range(250):
+            try:
+                owner = daemon.GetNameOwner(SERVICE, dbus_interface="org.freedesktop.DBus")
+                if int(daemon.GetConnectionUnixProcessID(owner, dbus_interface="org.freedesktop.DBus")) == server.pid:
+                    break
+            except dbus.exceptions.DBusException:
+                pass
+            time.sleep(0.02)
+        path = connection.get_object(owner, FACTORY_PATH).CreateInstance(dbus_interface=FACTORY_IFACE)
+        return server, connection, connection.get_object(owner, path)
+
+    def private_display(self, offset, *screen):
+        number = offset + os.getpid() % 100
+        xvfb = start_xvfb(number, *screen)
+        if not xvfb:
+            self.skipTest("no virtual display could be started")
+        self.addCleanup(lambda: xvfb.poll() is None and (xvfb.kill(), xvfb.wait()))
+        return xvfb, f":{number}"
 
     def test_released_splash_ends_at_the_next_tick(self):
         client = self.splashctl("--title", "Heat Designer", "--subtitle", "Orvel Thermal", "--major", "13",
@@ -241,11 +345,23 @@ class SplashOverTheBus(unittest.TestCase):
     def test_registration_fails_loudly_and_unregistration_removes_everything(self):
         env = dict(self.env, ORVELTECH_REGISTRY="/proc/no-such-folder/registry.db",
                    XDG_DATA_HOME=os.path.join(self.work, "other-data"))
-        result = subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, capture_output=True)
+        result = subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, capture_output=True,
+                                text=True)
         self.assertNotEqual(result.returncode, 0, "a registration that could not be stored reported success")
+        self.assertRegex(result.stderr, r"^orvelsplash: registration failed: class store /proc/no-such-folder/"
+                                        r"registry\.db: [^\n]+\n$")
+        # Registering shows nothing, so it neither opens a display nor says
+        # that it has none; the same for a failing unregistration.
         env = dict(self.env, ORVELTECH_REGISTRY=os.path.join(self.work, "second.db"),
-                   XDG_DATA_HOME=os.path.join(self.work, "second-data"))
-        subprocess.run([os.path.join(BIN, "orvelsplash"), "/REGSERVER"], env=env, check=True)
+                   XDG_DATA_HOME=os.path.join(self.work, "second-data"), DISPLAY=":999")
+        result = subprocess.run([os.path.join(BIN, "orvelsplash"), "/REGSERVER"], env=env, capture_output=True,
+                                text=True)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        blocked = dict(env, XDG_DATA_HOME="/proc/no-such-folder")
+        result = subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=blocked, capture_output=True,
+                                text=True)
+        self.assertRegex(result.stderr, r"^orvelsplash: registration failed: cannot write /proc/no-such-folder/"
+                                        r"dbus-1/interfaces/[^:]+\.xml: [^\n]+\n$")
         service = os.path.join(env["XDG_DATA_HOME"], "dbus-1", "services", SERVICE + ".service")
         with open(service) as text:
             self.assertIn("Exec=" + os.path.join(BIN, "orvelsplash") + " -Embedding", text.read())
@@ -254,6 +370,70 @@ class SplashOverTheBus(unittest.TestCase):
         subprocess.run([os.path.join(BIN, "orvelsplash"), "-unregserver"], env=env, check=True)
         self.assertFalse(os.path.exists(service))
         self.assertNotEqual(subprocess.run(query, env=env, capture_output=True).returncode, 0)
+
+    def test_a_lost_display_leaves_the_calls_answered_and_the_timer_rule(self):
+        import dbus
+        xvfb, display = self.private_display(300)
+        log = os.path.join(self.work, "lost.log")
+        env = dict(self.env, DISPLAY=display, ORVELTECH_REGISTRY=os.path.join(self.work, "lost.db"))
+        subprocess.run([os.path.join(BIN, "orvelreg"), "add", "HKCU\\Software\\Orveltech", "/v", "LogPath",
+                        "/d", log], env=env, check=True, capture_output=True)
+        server, _, splash = self.own_server(env)
+        splash.SetSplashTimeout(dbus.Int16(400), dbus_interface=IFACE)
+        splash.ShowSplash("Lost", "Orvel Thermal", dbus.Int16(13), dbus.Int16(1), dbus.Int16(2009),
+                          dbus.Int16(2026), "ACME", dbus_interface=IFACE)
+        xvfb.kill()
+        xvfb.wait()
+        time.sleep(0.6)  # past a tick: the held server stays
+        self.assertFalse(ended(server.pid), "the server ended with its display")
+        splash.SetStatusText("after the display", dbus_interface=IFACE)
+        splash.SetLicenseeText("still ACME", dbus_interface=IFACE)
+        splash.HideSplash(dbus_interface=IFACE)
+        splash.AddToRecentAppList("/opt/orvel/bin/heat", "Heat", dbus_interface=IFACE)
+        self.assertFalse(ended(server.pid), "the server ended while its client held it")
+        splash.Release(dbus_interface=IFACE)
+        self.assertIsNotNone(wait_ended(server.pid, 3), "the server did not end at its tick after release")
+        self.assertEqual(server.wait(timeout=5), 0)
+        with open(log, "rb") as text:
+            self.assertEqual(text.read().count(b"Lost the display connection"), 1)
+        # Nothing from Xlib's handlers, nor a sanitizer's report.
+        self.assertNotRegex(server.stderr.read(), "XIO|fatal|Sanitizer")
+
+    def test_on_two_monitors_the_window_is_inside_the_one_with_the_pointer(self):
+        import dbus
+        _, display = self.private_display(400, "-screen", "0", "2560x800x24")
+        # Two monitors side by side; the display keeps them while the
+        # connection that made them is open.
+        keeper = set_monitors(display, ((0, 0, 1280, 800), (1280, 0, 1280, 800)))
+        self.addCleanup(keeper.close)
+        # A panel along the top of the whole desktop.
+        subprocess.run(["xprop", "-display", display, "-root", "-f", "_NET_WORKAREA", "32c", "-set",
+                        "_NET_WORKAREA", "0,30,2560,770"], check=True)
+        env = dict(self.env, DISPLAY=display)
+        # The pointer's monitor; the window centred in its part of the work area.
+        for pointer, expected in (((300, 500), (392, 219)), ((2000, 10), (1280 + 392, 219)),
+                                  ((1280, 799), (1280 + 392, 219))):
+            warp_pointer(display, *pointer)
+            server, _, splash = self.own_server(env)
+            splash.SetSplashTimeout(dbus.Int16(300), dbus_interface=IFACE)
+            splash.ShowSplash("Two", "Orvel", dbus.Int16(1), dbus.Int16(0), dbus.Int16(0), dbus.Int16(0), "",
+                              dbus_interface=IFACE)
+            place = None
+            deadline = time.monotonic() + 20  # a loaded machine is slow to show it
+            while time.monotonic() < deadline:
+                tree = subprocess.run(["xwininfo", "-root", "-children", "-display", display],
+                                      capture_output=True, text=True).stdout
+                ids = [line.split()[0] for line in tree.splitlines() if "orvelsplash" in line.lower()]
+                info = subprocess.run(["xwininfo", "-id", ids[0], "-display", display], capture_output=True,
+                                      text=True).stdout if ids else ""
+                if "IsViewable" in info:
+                    values = dict(line.strip().split(":", 1) for line in info.splitlines() if ":" in line)
+                    place = (int(values["Absolute upper-left X"]), int(values["Absolute upper-left Y"]))
+                    break
+                time.sleep(0.05)
+            self.assertEqual(place, expected, f"pointer at {pointer}")
+            splash.Release(dbus_interface=IFACE)
+            self.assertIsNotNone(wait_ended(server.pid, 3))
 
     def test_recent_lists_reach_the_store(self):
         result = subprocess.run([os.path.join(BIN, "splashctl"), "recent-app", "/opt/orvel/bin/flow", "Flow Sheet"],

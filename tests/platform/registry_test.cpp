@@ -208,14 +208,13 @@ TEST(PathsTest, LongPathsAndTheTemporaryFolder) {
     std::string const saved = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
     ::mkdir(home.c_str(), 0700);
     ::setenv("HOME", home.c_str(), 1);
-    char real[4096];
-    ASSERT_NE(::realpath(home.c_str(), real), nullptr);
-    EXPECT_EQ(GetLongPathNameA("~/", buffer, sizeof buffer), std::string(real).size());
-    EXPECT_STREQ(buffer, real);
+    std::string const real = home + "/";
+    EXPECT_EQ(GetLongPathNameA("~/", buffer, sizeof buffer), real.size());
+    EXPECT_EQ(buffer, real);
     EXPECT_EQ(GetLongPathNameA("~/missing/x", buffer, sizeof buffer), 0u);
     EXPECT_STREQ(buffer, "~/missing/x"); // left as it was
     char tiny[4];
-    EXPECT_EQ(GetLongPathNameA("~/", tiny, sizeof tiny), std::string(real).size() + 1);
+    EXPECT_EQ(GetLongPathNameA("~/", tiny, sizeof tiny), real.size() + 1);
     ::setenv("HOME", saved.c_str(), 1);
     ::rmdir(home.c_str());
 

@@ -3,10 +3,10 @@
 #include "fakes.h"
 
 #include <splash/host/eventloop.h>
+#include <splash/host/x11window.h>
 #include <splash/splashimage.h>
 #include <splash/splashpaint.h>
 #include <splash/splashwindow.h>
-#include <splash/host/x11window.h>
 #include <support/xvfb.h>
 
 #include <gtest/gtest.h>
@@ -416,4 +416,21 @@ TEST(XWindowSystem, WithNoDisplayTheServerGoesOnWithoutShowing) {
     splash.Show();
     RunUntil(
         loop, [] { return false; }, 30);
+}
+
+TEST_F(XWindowTest, TheWindowIsPaintedFromTheMomentItIsMapped) {
+    ::Window const id = Create();
+    ASSERT_NE(id, 0u);
+    ImageSplash image;
+    splash_->Show();
+    image.splash.Show();
+    // Painted during the show, before the loop has read a single exposure.
+    EXPECT_EQ(painter_.paints, 1);
+    SettleDisplay();
+    EXPECT_EQ(observer_->MapState(id), IsViewable);
+    EXPECT_LE(observer_->PixelsUnlike(id, image.Painted()), 50);
+    // The exposure of the map asks for no paint of its own.
+    RunUntil(
+        loop_, [] { return false; }, 100);
+    EXPECT_EQ(painter_.paints, 1);
 }

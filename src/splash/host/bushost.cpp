@@ -2,20 +2,20 @@
 
 #include <platform/codepage.h>
 #include <platform/registry.h>
-#include <splashclient/splashprotocol.h>
 #include <splash/module.h>
 #include <splash/textcopy.h>
+#include <splashclient/splashprotocol.h>
 
 #include <systemd/sd-bus.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <array>
 #include <filesystem>
-#include <memory>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,7 +27,6 @@ namespace {
 
 using platform::HKEY;
 using platform::HKEY_CLASSES_ROOT;
-
 
 // The identities the store carries for the class.
 constexpr char kClsid[] = "{8026C20A-A6F4-4CFE-87BC-0A181CDD6FEF}";
@@ -92,10 +91,9 @@ struct ObjectVtable {
             splashbus::MethodSpec const& method = splashbus::kMethods[i];
             for (std::size_t a = 0; method.signature[a] != '\0'; ++a)
                 names[i].append(method.arguments[a]).push_back('\0');
-            entries.push_back(SD_BUS_METHOD_WITH_NAMES(method.name, method.signature,
-                                                       names[i].c_str(), "", ,
-                                                       BusClassHost::OnMethod,
-                                                       SD_BUS_VTABLE_UNPRIVILEGED));
+            entries.push_back(
+                SD_BUS_METHOD_WITH_NAMES(method.name, method.signature, names[i].c_str(), "", ,
+                                         BusClassHost::OnMethod, SD_BUS_VTABLE_UNPRIVILEGED));
         }
         entries.push_back(SD_BUS_VTABLE_END);
     }
@@ -162,8 +160,7 @@ HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     if (rc >= 0) rc = sd_bus_request_name(bus_, splashbus::kServiceName, 0);
     nameOwned_ = rc >= 0;
     ScheduleProcess();
-    return rc >= 0 ? platform::S_OK
-                   : platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
+    return rc >= 0 ? platform::S_OK : platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
 }
 
 void BusClassHost::RevokeClassObjects() {
@@ -177,11 +174,13 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
     auto* host = static_cast<BusClassHost*>(user);
     // Single use: one process, one splash, one client.
     if (host->created_ || host->factory_ == nullptr)
-        return sd_bus_error_set(error, splashbus::kErrorInUse, "this server already serves its client");
+        return sd_bus_error_set(error, splashbus::kErrorInUse,
+                                "this server already serves its client");
     ISplashWindow* object = nullptr;
     HRESULT const hr = host->factory_->CreateInstance(&object);
     if (platform::FAILED(hr))
-        return sd_bus_error_setf(error, splashbus::kErrorCreateFailed, "the splash could not be made (0x%08X)",
+        return sd_bus_error_setf(error, splashbus::kErrorCreateFailed,
+                                 "the splash could not be made (0x%08X)",
                                  static_cast<unsigned>(hr));
     host->created_ = true;
     host->object_ = object;
@@ -298,66 +297,103 @@ int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
 
 // Registration ---------------------------------------------------------------
 
-namespace {
-
-struct Entry {
+struct StoreEntry {
     std::string key;   // under HKEY_CLASSES_ROOT
     char const* value; // null for the key's default value
     std::string data;
 };
 
-HRESULT Write(std::vector<Entry> const& entries) {
-    platform::RegTransaction transaction;
-    if (transaction.Status() != 0) return FromStatus(transaction.Status());
-    for (Entry const& entry : entries) {
-        HKEY key = nullptr;
-        platform::LSTATUS status =
-            platform::RegCreateKeyExA(HKEY_CLASSES_ROOT, entry.key.c_str(), 0, nullptr, 0,
-                                      platform::KEY_ALL_ACCESS, nullptr, &key, nullptr);
-        if (status != 0) return FromStatus(status);
-        status = platform::RegSetValueExA(key, entry.value, 0, platform::REG_SZ,
-                                          reinterpret_cast<std::uint8_t const*>(entry.data.c_str()),
-                                          static_cast<std::uint32_t>(entry.data.size() + 1));
-        platform::RegCloseKey(key);
-        if (status != 0) return FromStatus(status);
-    }
-    return FromStatus(transaction.Commit());
-}
-
-// Keys removed whole; a key that is not there is no failure.
-HRESULT Remove(std::vector<std::string> const& keys) {
-    platform::RegTransaction transaction;
-    if (transaction.Status() != 0) return FromStatus(transaction.Status());
-    for (std::string const& key : keys) {
-        platform::LSTATUS const status = platform::RegDeleteKeyA(HKEY_CLASSES_ROOT, key.c_str());
-        if (status != 0 && status != platform::ERROR_FILE_NOT_FOUND) return FromStatus(status);
-    }
-    return FromStatus(transaction.Commit());
-}
+namespace {
 
 std::string Key(char const* root, char const* id, char const* rest = "") {
     return std::string(root) + "\\" + id + rest;
 }
 
-HRESULT WriteFile(std::string const& path, std::string const& content) {
-    std::error_code error;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-    std::ofstream out(path, std::ios::trunc);
-    out << content;
-    out.close();
-    return out ? platform::S_OK : platform::E_ACCESSDENIED; // access denied
-}
-
-HRESULT RemoveFile(std::string const& path) {
-    std::error_code error;
-    std::filesystem::remove(path, error);
-    return error ? platform::E_ACCESSDENIED : platform::S_OK;
+// The store's answers in words; they are the system's error codes.
+char const* StoreStatusText(platform::LSTATUS status) {
+    switch (status) {
+    case platform::ERROR_FILE_NOT_FOUND:
+        return "no such key";
+    case platform::ERROR_ACCESS_DENIED:
+        return "the store cannot be opened or written";
+    case platform::ERROR_OUTOFMEMORY:
+        return "out of memory";
+    case platform::ERROR_BADDB:
+        return "the store is damaged or not a store";
+    default:
+        return "the store refused the change";
+    }
 }
 
 } // namespace
 
+HRESULT BusClassRegistrar::StoreFailed(platform::LSTATUS status, std::string const& key) {
+    failure_ = "class store " + platform::RegistryDatabasePath() +
+               (key.empty() ? std::string() : ", key " + key) + ": " + StoreStatusText(status) +
+               " (error " + std::to_string(status) + ")";
+    return FromStatus(status);
+}
+
+HRESULT BusClassRegistrar::Write(std::vector<StoreEntry> const& entries) {
+    platform::RegTransaction transaction;
+    if (transaction.Status() != 0) return StoreFailed(transaction.Status(), "");
+    for (StoreEntry const& entry : entries) {
+        HKEY key = nullptr;
+        platform::LSTATUS status =
+            platform::RegCreateKeyExA(HKEY_CLASSES_ROOT, entry.key.c_str(), 0, nullptr, 0,
+                                      platform::KEY_ALL_ACCESS, nullptr, &key, nullptr);
+        if (status != 0) return StoreFailed(status, entry.key);
+        status = platform::RegSetValueExA(key, entry.value, 0, platform::REG_SZ,
+                                          reinterpret_cast<std::uint8_t const*>(entry.data.c_str()),
+                                          static_cast<std::uint32_t>(entry.data.size() + 1));
+        platform::RegCloseKey(key);
+        if (status != 0) return StoreFailed(status, entry.key);
+    }
+    platform::LSTATUS const status = transaction.Commit();
+    return status != 0 ? StoreFailed(status, "") : platform::S_OK;
+}
+
+// Keys removed whole; a key that is not there is no failure.
+HRESULT BusClassRegistrar::Remove(std::vector<std::string> const& keys) {
+    platform::RegTransaction transaction;
+    if (transaction.Status() != 0) return StoreFailed(transaction.Status(), "");
+    for (std::string const& key : keys) {
+        platform::LSTATUS const status = platform::RegDeleteKeyA(HKEY_CLASSES_ROOT, key.c_str());
+        if (status != 0 && status != platform::ERROR_FILE_NOT_FOUND)
+            return StoreFailed(status, key);
+    }
+    platform::LSTATUS const status = transaction.Commit();
+    return status != 0 ? StoreFailed(status, "") : platform::S_OK;
+}
+
+HRESULT BusClassRegistrar::WriteFile(std::string const& path, std::string const& content) {
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+    errno = 0;
+    std::ofstream out(path, std::ios::trunc);
+    out << content;
+    out.close();
+    if (out) return platform::S_OK;
+    int const why = errno != 0 ? errno : error ? error.value() : EIO;
+    failure_ = "cannot write " + path + ": " + std::strerror(why);
+    return platform::E_ACCESSDENIED;
+}
+
+HRESULT BusClassRegistrar::RemoveFile(std::string const& path) {
+    std::error_code error;
+    std::filesystem::remove(path, error);
+    if (!error) return platform::S_OK;
+    failure_ = "cannot remove " + path + ": " + error.message();
+    return platform::E_ACCESSDENIED;
+}
+
 std::string BusClassRegistrar::ServiceFilePath() {
     return DataHome() + "/dbus-1/services/" + splashbus::kServiceName + ".service";
+}
+
+std::string BusClassRegistrar::ServiceFileText(std::string const& program) {
+    return std::string("[D-BUS Service]\nName=") + splashbus::kServiceName + "\nExec=" + program +
+           " -Embedding\n";
 }
 
 std::string BusClassRegistrar::InterfaceFilePath() {
@@ -376,7 +412,7 @@ HRESULT BusClassRegistrar::ApplyScript(int resource, bool bRegister) {
         if (!bRegister) return Remove({"Splash.SplashWindow.1", "Splash.SplashWindow", clsid});
         // The class's own key goes whole when it is unregistered; CLSID and
         // AppID themselves stay.
-        std::vector<Entry> const entries = {
+        std::vector<StoreEntry> const entries = {
             {"Splash.SplashWindow.1", nullptr, "SplashWindow Class"},
             {"Splash.SplashWindow.1\\CLSID", nullptr, kClsid},
             {"Splash.SplashWindow", nullptr, "SplashWindow Class"},
@@ -415,9 +451,7 @@ HRESULT BusClassRegistrar::RegisterServer() {
     if (platform::FAILED(hr)) return hr;
     hr = WriteFile(InterfaceFilePath(), splashbus::IntrospectionXml());
     if (platform::FAILED(hr)) return hr;
-    return WriteFile(ServiceFilePath(), std::string("[D-BUS Service]\nName=") +
-                                            splashbus::kServiceName + "\nExec=" + ProgramPath() +
-                                            " -Embedding\n");
+    return WriteFile(ServiceFilePath(), ServiceFileText(ProgramPath()));
 }
 
 HRESULT BusClassRegistrar::UnregisterServer() {

@@ -3,12 +3,14 @@
 // and the control panel's refresh.
 #pragma once
 
+#include <platform/registry.h>
 #include <splash/host/eventloop.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
 
 #include <string>
+#include <vector>
 
 #include <systemd/sd-bus.h>
 
@@ -56,6 +58,9 @@ private:
     std::string client_;
 };
 
+// One value the class's registration writes to the store.
+struct StoreEntry;
+
 // "RegServer" and "UnregServer": the bus's service file for this user, the
 // class's entries in the store, and the interface's description.
 class BusClassRegistrar final : public ClassRegistrar {
@@ -66,6 +71,20 @@ public:
 
     static std::string ServiceFilePath();
     static std::string InterfaceFilePath();
+    // The service file that starts this program for a client's activation.
+    static std::string ServiceFileText(std::string const& program);
+
+    // Why the last failing step failed, in words for standard error.
+    std::string const& Failure() const { return failure_; }
+
+private:
+    HRESULT Write(std::vector<StoreEntry> const& entries);
+    HRESULT Remove(std::vector<std::string> const& keys);
+    HRESULT WriteFile(std::string const& path, std::string const& content);
+    HRESULT RemoveFile(std::string const& path);
+    HRESULT StoreFailed(platform::LSTATUS status, std::string const& key);
+
+    std::string failure_;
 };
 
 // The control panel's refresh over the bus: called, and waited for within

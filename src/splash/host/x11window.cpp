@@ -1,7 +1,9 @@
 #include <splash/host/x11window.h>
 
-#include <splash/host/nullwindow.h>
 #include <splash/cairoptr.h>
+#include <splash/diagnostics.h>
+#include <splash/host/nullwindow.h>
+#include <splash/host/placement.h>
 #include <splash/splashpaint.h>
 
 #include <algorithm>
@@ -20,6 +22,7 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/Xrandr.h>
 #include <cairo-xlib.h>
 
 namespace splash {
@@ -58,6 +61,13 @@ constexpr std::uint32_t kDrain = 0; // the connection's own message: read what i
 // its reply; Xlib's default answer to any such error is to end the process,
 // which would take the clients' bus calls with it.
 int IgnoreProtocolError(Display*, XErrorEvent*) {
+    return 0;
+}
+
+// The connection itself is gone (the X server ended or the socket broke).
+// Xlib's default would print and end the process; the exit handler below
+// marks the connection instead, and Xlib drops every later request on it.
+int QuietConnectionError(Display*) {
     return 0;
 }
 
@@ -129,11 +139,31 @@ struct XWindowSystem::Connection final : splash::MessageTarget {
         XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms);
         pixelsPerInch = PixelsPerInch(d);
         if (TakesImagePixels(d, screen)) imageGc.emplace(d, root);
+        XSetIOErrorExitHandler(d, OnConnectionLost, this);
         watch = loop.AddWatch(ConnectionNumber(d), [this] { Drain(); });
     }
     ~Connection() override {
+        XSetIOErrorExitHandler(
+            Get(), [](Display*, void*) {}, nullptr);
         loop.Forget(this);
         if (watch >= 0) loop.RemoveWatch(watch);
+    }
+
+    // Called by Xlib inside whichever call found the connection broken; the
+    // rest is done once that call has returned (see Settle).
+    static void OnConnectionLost(Display*, void* user) {
+        static_cast<Connection*>(user)->lost = true;
+    }
+
+    // From here on the windows are state only, as with no display: the
+    // server goes on answering its calls and ends by its usual rules.
+    void NoteLost() {
+        if (!lost || lostNoted) return;
+        lostNoted = true;
+        if (watch >= 0) loop.RemoveWatch(watch);
+        watch = -1;
+        SplashLog(
+            CPString("Lost the display connection; serving calls without showing the splash"));
     }
 
     Display* Get() const { return display.get(); }
@@ -142,7 +172,11 @@ struct XWindowSystem::Connection final : splash::MessageTarget {
     // reply may have brought events in with it, which leaves the descriptor
     // quiet while they wait in Xlib's queue.
     void Settle() {
-        XFlush(Get());
+        if (!lost) XFlush(Get());
+        if (lost) {
+            NoteLost();
+            return;
+        }
         if (!drainPosted && XQLength(Get()) > 0) {
             drainPosted = true;
             loop.PostMessage(this, kDrain, 0, 0);
@@ -172,9 +206,46 @@ struct XWindowSystem::Connection final : splash::MessageTarget {
         return values;
     }
 
+    // The work area of the monitor the user looks at, from the monitors
+    // that RandR lists; without them, the desktop's.
     splash::Rect WorkArea() {
+        splash::Rect const desktop = DesktopWorkArea();
+        if (lost) return desktop;
+        std::vector<splash::Monitor> const monitors = Monitors();
+        return splash::PlacementArea(monitors, Pointer(), desktop);
+    }
+
+    std::vector<splash::Monitor> Monitors() {
+        std::vector<splash::Monitor> found;
+        int event = 0, error = 0, major = 0, minor = 0;
+        // Monitors came with version 1.5 of the extension.
+        if (!XRRQueryExtension(Get(), &event, &error) || !XRRQueryVersion(Get(), &major, &minor) ||
+            major < 1 || (major == 1 && minor < 5))
+            return found;
+        int count = 0;
+        XRRMonitorInfo* info = XRRGetMonitors(Get(), root, True, &count);
+        for (int i = 0; i < count; ++i) {
+            XRRMonitorInfo const& m = info[i];
+            found.push_back({{m.x, m.y, m.x + m.width, m.y + m.height}, m.primary != 0});
+        }
+        if (info != nullptr) XRRFreeMonitors(info);
+        return found;
+    }
+
+    std::optional<splash::Point> Pointer() {
+        ::Window rootSeen = 0, child = 0;
+        int x = 0, y = 0, windowX = 0, windowY = 0;
+        unsigned mask = 0;
+        if (!XQueryPointer(Get(), root, &rootSeen, &child, &x, &y, &windowX, &windowY, &mask))
+            return std::nullopt; // on another screen
+        return splash::Point{x, y};
+    }
+
+    // The desktop's work area, which on several monitors spans them all.
+    splash::Rect DesktopWorkArea() {
         Display* const d = Get();
         splash::Rect const screenRect{0, 0, DisplayWidth(d, screen), DisplayHeight(d, screen)};
+        if (lost) return screenRect;
         std::vector<long> const areas = Cardinals(root, atoms[kWorkArea]);
         std::vector<long> const current = Cardinals(root, atoms[kCurrentDesktop]);
         if (areas.size() < 4) return screenRect;
@@ -183,8 +254,8 @@ struct XWindowSystem::Connection final : splash::MessageTarget {
         if (desktop >= areas.size() / 4) desktop = 0;
         long const* a = &areas[4 * desktop];
         splash::Rect const area{static_cast<std::int32_t>(a[0]), static_cast<std::int32_t>(a[1]),
-                                  static_cast<std::int32_t>(a[0] + a[2]),
-                                  static_cast<std::int32_t>(a[1] + a[3])};
+                                static_cast<std::int32_t>(a[0] + a[2]),
+                                static_cast<std::int32_t>(a[1] + a[3])};
         return area.Width() > 0 && area.Height() > 0 ? area : screenRect;
     }
 
@@ -197,6 +268,8 @@ struct XWindowSystem::Connection final : splash::MessageTarget {
     std::optional<GcHandle> imageGc; // when images go on as they are
     int watch = -1;
     bool drainPosted = false;
+    bool lost = false;      // the X server went away
+    bool lostNoted = false; // and the server has been told
     std::unordered_map<::Window, XPopup*> windows;
 };
 
@@ -205,17 +278,18 @@ namespace {
 // The server side of a window, destroyed with its owner.
 class XWindowHandle {
 public:
-    XWindowHandle(Display* display, ::Window id) : display_(display), id_(id) {}
+    XWindowHandle(XWindowSystem::Connection& x, ::Window id) : x_(x), id_(id) {}
     ~XWindowHandle() {
-        XDestroyWindow(display_, id_);
-        XFlush(display_);
+        if (x_.lost) return;
+        XDestroyWindow(x_.Get(), id_);
+        XFlush(x_.Get());
     }
     XWindowHandle(XWindowHandle const&) = delete;
     XWindowHandle& operator=(XWindowHandle const&) = delete;
     ::Window Id() const { return id_; }
 
 private:
-    Display* display_;
+    XWindowSystem::Connection& x_;
     ::Window id_;
 };
 
@@ -233,9 +307,8 @@ private:
 
 class XPopup final : public splash::Window, private splash::MessageTarget {
 public:
-    XPopup(XWindowSystem::Connection& x, splash::WindowHandler& handler,
-           splash::Rect const& rect)
-        : x_(x), handler_(handler), window_(x.Get(), CreateXWindow(x, rect)), rect_(rect) {
+    XPopup(XWindowSystem::Connection& x, splash::WindowHandler& handler, splash::Rect const& rect)
+        : x_(x), handler_(handler), window_(x, CreateXWindow(x, rect)), rect_(rect) {
         x_.windows[window_.Id()] = this;
         DescribeToWindowManager();
     }
@@ -254,9 +327,16 @@ public:
     }
 
     void OnEvent(XEvent const& event) {
+        if (event.type != Expose && event.type != MapNotify) skipExposure_ = false;
         switch (event.type) {
         case Expose: {
             XExposeEvent const& e = event.xexpose;
+            // The exposures of a map that was painted ahead: the server has
+            // filled them from the background, before anything drawn since.
+            if (skipExposure_) {
+                skipExposure_ = e.count != 0;
+                break;
+            }
             AddDamage({e.x, e.y, e.x + e.width, e.y + e.height});
             break;
         }
@@ -269,6 +349,9 @@ public:
             }
             break;
         case MapNotify:
+            // Its exposures follow it at once.
+            skipExposure_ = paintedAhead_;
+            paintedAhead_ = false;
             viewable_ = true;
             if (damage_) PostPaint();
             break;
@@ -291,12 +374,17 @@ public:
     }
 
     void ShowWindow(int command) override {
+        if (x_.lost) {
+            shown_ = command != splash::SW_HIDE;
+            return;
+        }
         Display* const d = x_.Get();
         if (command == splash::SW_HIDE) {
             if (shown_) XWithdrawWindow(d, window_.Id(), x_.screen);
             shown_ = false;
         } else if (!shown_) {
             WriteState();
+            PaintAhead();
             XMapWindow(d, window_.Id());
             shown_ = true;
         }
@@ -306,6 +394,11 @@ public:
     splash::Rect GetWindowRect() override { return rect_; }
 
     void SetTopmost(splash::Rect const& rect) override {
+        if (x_.lost) {
+            rect_ = rect;
+            shown_ = true;
+            return;
+        }
         Display* const d = x_.Get();
         Resize(rect);
         rect_ = rect;
@@ -326,6 +419,7 @@ public:
                        &event);
         } else {
             WriteState();
+            PaintAhead();
         }
         // Without a manager, or one that ignores the state, raising is what
         // puts it on top.
@@ -336,6 +430,7 @@ public:
 
     void Move(std::int32_t x, std::int32_t y) override {
         rect_ = splash::Rect{x, y, x + rect_.Width(), y + rect_.Height()};
+        if (x_.lost) return;
         XMoveWindow(x_.Get(), window_.Id(), x, y);
         x_.Settle();
     }
@@ -349,7 +444,6 @@ public:
     }
     void KillTimer(std::uintptr_t id) override { x_.loop.KillTimer(this, id); }
 
-    // The desktop's work area, which on several monitors spans them all.
     splash::Rect MonitorWorkArea() override { return x_.WorkArea(); }
 
     // Drawn off the screen and copied on in one piece: a paint builds the
@@ -375,17 +469,26 @@ public:
         painting_.reset();
         if (offScreen_) {
             cairo_surface_flush(offScreen_.get());
+            ::Drawable const target = ahead_ != 0 ? ahead_ : window_.Id();
             if (x_.imageGc) {
-                PutImage();
+                PutImage(target);
             } else {
-                CairoPtr const screen(cairo_create(ScreenSurface()));
+                SurfacePtr aheadSurface;
+                if (ahead_ != 0) {
+                    aheadSurface.reset(cairo_xlib_surface_create(
+                        x_.Get(), ahead_, DefaultVisual(x_.Get(), x_.screen),
+                        std::max(1, rect_.Width()), std::max(1, rect_.Height())));
+                }
+                cairo_surface_t* const screenSurface =
+                    aheadSurface ? aheadSurface.get() : ScreenSurface();
+                CairoPtr const screen(cairo_create(screenSurface));
                 cairo_set_operator(screen.get(), CAIRO_OPERATOR_SOURCE);
                 cairo_set_source_surface(screen.get(), offScreen_.get(), painted_.left,
                                          painted_.top);
                 cairo_rectangle(screen.get(), painted_.left, painted_.top, painted_.Width(),
                                 painted_.Height());
                 cairo_fill(screen.get());
-                cairo_surface_flush(ScreenSurface());
+                cairo_surface_flush(screenSurface);
             }
         }
         offScreen_.reset();
@@ -398,8 +501,9 @@ private:
         if (message == splash::WM_PAINT) {
             paintPending_ = false;
             // What is drawn on a window out of view is lost; the exposure
-            // that comes with its map asks again.
-            if (!viewable_ || !damage_) return;
+            // that comes with its map asks again. Without a display there
+            // is nothing to draw on.
+            if (!viewable_ || !damage_ || x_.lost) return;
         }
         handler_.OnMessage(*this, message, wParam, lParam);
     }
@@ -415,7 +519,28 @@ private:
         return surface_.get();
     }
 
-    void PutImage() {
+    // The first paint of each show is made before the map, into the
+    // window's background: the window is on the screen painted from the
+    // moment it is mapped, never empty while its paint is under way.
+    void PaintAhead() {
+        Display* const d = x_.Get();
+        auto const width = static_cast<unsigned>(std::max(1, rect_.Width()));
+        auto const height = static_cast<unsigned>(std::max(1, rect_.Height()));
+        ahead_ = XCreatePixmap(d, window_.Id(), width, height,
+                               static_cast<unsigned>(DefaultDepth(d, x_.screen)));
+        damage_ = splash::Rect{0, 0, rect_.Width(), rect_.Height()};
+        handler_.OnMessage(*this, splash::WM_PAINT, 0, 0);
+        damage_.reset(); // a paint already asked for finds nothing to do
+        if (!x_.lost) {
+            XSetWindowBackgroundPixmap(d, window_.Id(), ahead_);
+            // The window holds the pixmap as long as it needs it.
+            XFreePixmap(d, ahead_);
+        }
+        ahead_ = 0;
+        paintedAhead_ = true;
+    }
+
+    void PutImage(::Drawable target) {
         Display* const d = x_.Get();
         auto const width = static_cast<unsigned>(painted_.Width());
         auto const height = static_cast<unsigned>(painted_.Height());
@@ -427,8 +552,8 @@ private:
         // The pixels are in this machine's order; Xlib swaps them for a
         // server of the other.
         image->byte_order = std::endian::native == std::endian::little ? LSBFirst : MSBFirst;
-        XPutImage(d, window_.Id(), x_.imageGc->Get(), image, 0, 0, painted_.left, painted_.top,
-                  width, height);
+        XPutImage(d, target, x_.imageGc->Get(), image, 0, 0, painted_.left, painted_.top, width,
+                  height);
         image->data = nullptr; // the surface's to free
         XDestroyImage(image);
     }
@@ -523,6 +648,9 @@ private:
     bool shown_ = false;    // mapped at our request
     bool viewable_ = false; // mapped as the server last told
     bool reparented_ = false;
+    ::Pixmap ahead_ = 0;        // while the paint ahead of a map is made
+    bool paintedAhead_ = false; // for the map to come
+    bool skipExposure_ = false; // of that map
 };
 
 } // namespace
@@ -530,12 +658,13 @@ private:
 void XWindowSystem::Connection::Drain() {
     // Events only post messages here: no window comes or goes while the
     // queue is read.
-    while (XPending(Get()) > 0) {
+    while (!lost && XPending(Get()) > 0) {
         XEvent event;
         XNextEvent(Get(), &event);
         auto const found = windows.find(event.xany.window);
         if (found != windows.end()) found->second->OnEvent(event);
     }
+    NoteLost();
 }
 
 XWindowSystem::XWindowSystem(std::unique_ptr<Connection> connection)
@@ -546,7 +675,10 @@ XWindowSystem::~XWindowSystem() = default;
 std::unique_ptr<XWindowSystem> XWindowSystem::Open(splash::EventLoop& loop,
                                                    char const* displayName) {
     static std::once_flag handlerSet;
-    std::call_once(handlerSet, [] { XSetErrorHandler(IgnoreProtocolError); });
+    std::call_once(handlerSet, [] {
+        XSetErrorHandler(IgnoreProtocolError);
+        XSetIOErrorHandler(QuietConnectionError);
+    });
     DisplayPtr display(XOpenDisplay(displayName));
     if (!display) return nullptr;
     auto connection = std::make_unique<Connection>(loop, std::move(display));
@@ -556,7 +688,9 @@ std::unique_ptr<XWindowSystem> XWindowSystem::Open(splash::EventLoop& loop,
 }
 
 std::unique_ptr<splash::Window> XWindowSystem::CreatePopup(splash::WindowHandler& handler,
-                                                             splash::Rect const& rect) {
+                                                           splash::Rect const& rect) {
+    if (connection_->lost)
+        return splash::NullWindowSystem(connection_->loop).CreatePopup(handler, rect);
     auto window = std::make_unique<XPopup>(*connection_, handler, rect);
     window->Create();
     return window;
@@ -571,6 +705,10 @@ SplashScreen OpenSplashScreen(splash::EventLoop& loop) {
         return {std::move(x), std::make_unique<CairoSplashPainter>()};
     }
     std::fputs("orvelsplash: no display; serving calls without showing the splash\n", stderr);
+    return ScreenlessSplash(loop);
+}
+
+SplashScreen ScreenlessSplash(splash::EventLoop& loop) {
     return {std::make_unique<splash::NullWindowSystem>(loop),
             std::make_unique<NullSplashPainter>()};
 }

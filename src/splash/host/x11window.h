@@ -4,8 +4,8 @@
 #pragma once
 
 #include <splash/host/eventloop.h>
-#include <splash/window.h>
 #include <splash/seams.h>
+#include <splash/window.h>
 
 #include <memory>
 
@@ -22,7 +22,7 @@ public:
     XWindowSystem& operator=(XWindowSystem const&) = delete;
 
     std::unique_ptr<splash::Window> CreatePopup(splash::WindowHandler& handler,
-                                                  splash::Rect const& rect) override;
+                                                splash::Rect const& rect) override;
     // The depth of the screen's default visual: an 8-bit colour-mapped
     // screen answers 8, a true-colour one 24.
     int ScreenColourBits() override;
@@ -43,5 +43,8 @@ struct SplashScreen {
     std::unique_ptr<SplashPainter> painter;
 };
 SplashScreen OpenSplashScreen(splash::EventLoop& loop);
+// Windows that are only state, for a process that shows nothing, such as
+// one that registers the server.
+SplashScreen ScreenlessSplash(splash::EventLoop& loop);
 
 } // namespace splash
