@@ -900,7 +900,7 @@ CPValue* CPValue::GetSubvalueByIndex(std::uint32_t n) {
 CPValue* CPValue::GetSubvalueByName(char const* szName) {
     if (szName == nullptr) return nullptr;
     if (HoldsTree())
-        return static_cast<CPValue*>(static_cast<CPTree*>(m_pclValues)->FindKeyString(szName));
+        return FindInTree(m_pclValues, szName);
     std::uint32_t const n = GetSubvalueCount();
     for (std::uint32_t i = 0; i < n; ++i) {
         CPValue* const pval = GetSubvalueByIndex(i);
@@ -957,7 +957,7 @@ short CPValue::DeleteValue(CPValue* pval) {
         // The tree lets go by key.
         char const* sz = pval->_get_szName(nullptr);
         auto* const ptree = static_cast<CPTree*>(pcl);
-        if (ptree->FindKeyString(sz != nullptr ? sz : "") != pval) return 0;
+        if (FindInTree(ptree, sz != nullptr ? sz : "") != pval) return 0;
         ptree->DetachKeyString(sz != nullptr ? sz : "");
     } else if (pcl->Detach(pval) == 0) {
         return 0;
@@ -1162,6 +1162,14 @@ bool const bNodeIndexRegistered = (PMoniker::_set_pfnNodeIndex(&CPValue::NodeInd
 
 } // namespace
 
+// A tree takes its key kind from its first keyed question; only the
+// existence test may ask a new one.
+CPValue* CPValue::FindInTree(CPCollection* pcl, char const* szKey) {
+    auto* const ptree = static_cast<CPTree*>(pcl);
+    if (ptree->ExistsKeyString(szKey) == 0) return nullptr;
+    return static_cast<CPValue*>(ptree->FindKeyString(szKey));
+}
+
 bool CPValue::HoldsTree() const {
     return dynamic_cast<CPTree*>(m_pclValues) != nullptr;
 }
@@ -1185,7 +1193,7 @@ void CPValue::AddToCollection(CPValue* pval) {
     }
     auto* const ptree = static_cast<CPTree*>(m_pclValues);
     char const* szKey = KeyOf(pval);
-    if (auto* const pvalOld = static_cast<CPValue*>(ptree->FindKeyString(szKey))) {
+    if (CPValue* const pvalOld = FindInTree(ptree, szKey)) {
         ptree->DetachKeyString(szKey);
         if (pvalOld != pval) pvalOld->Release();
     }

@@ -349,6 +349,7 @@ private:
     // Subvalues, attributes and places in the graph: helpers and the
     // position of a walk of related nodes.
     bool HoldsTree() const;
+    static CPValue* FindInTree(CPCollection* pcl, char const* szKey);
     CPCollection* NewCollection(char nKind);
     void AddToCollection(CPValue* pval);
     void ReleaseAttributes();
