@@ -898,12 +898,13 @@ CPValue* CPValue::GetSubvalueByIndex(std::uint32_t n) {
 }
 
 CPValue* CPValue::GetSubvalueByName(char const* szName) {
-    if (szName == nullptr) return nullptr;
-    if (HoldsTree())
-        return FindInTree(m_pclValues, szName);
-    std::uint32_t const n = GetSubvalueCount();
-    for (std::uint32_t i = 0; i < n; ++i) {
-        CPValue* const pval = GetSubvalueByIndex(i);
+    CPCollection* const pcl = _get_pclValues();
+    if (szName == nullptr || pcl == nullptr) return nullptr;
+    if (HoldsTree()) return FindInTree(pcl, szName);
+    std::uint32_t const n = pcl->Length();
+    pcl->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, pcl->Next()) {
+        auto* const pval = static_cast<CPValue*>(pcl->Retrieve());
         char const* sz = pval->_get_szName(nullptr);
         if (sz != nullptr && std::strcmp(sz, szName) == 0) return pval;
     }

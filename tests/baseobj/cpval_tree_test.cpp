@@ -360,7 +360,9 @@ TEST_F(CPValueTreeTest, TenThousandDeepAndWideByPathText) {
     EXPECT_EQ(root.FollowPath(path.c_str(), PMoniker::kFind, 0), nullptr);
     EXPECT_NE(root.FollowPath(half.substr(2).c_str(), PMoniker::kFind, 0), nullptr);
 
+    // Wide by name is the tree form's case: a list looks names up in turn.
     CPValue wide;
+    wide._set_nSublistRepresentation(1);
     for (int i = 0; i < kSize; ++i)
         ASSERT_NE(wide.FollowPath((":n" + std::to_string(i)).c_str(), PMoniker::kCreate, 0),
                   nullptr);
