@@ -1159,7 +1159,8 @@ char const* KeyOf(CPValue* pval) {
 }
 
 // Registered here so that a bracketed path reads a value as its number.
-bool const bNodeIndexRegistered = (PMoniker::_set_pfnNodeIndex(&CPValue::NodeIndexOf), true);
+[[maybe_unused]] bool const bNodeIndexRegistered =
+    (PMoniker::_set_pfnNodeIndex(&CPValue::NodeIndexOf), true);
 
 } // namespace
 
