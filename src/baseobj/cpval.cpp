@@ -1674,9 +1674,17 @@ short CPValue::DeleteAttribute(char const* szName) {
     case Attr::LockStatusReason:
         SetLockedReason(0);
         break;
-    case Attr::DataType:
-        SetType(TY_UNDEFINED);
+    case Attr::DataType: {
+        // The number or text goes with the type; a collection keeps both.
+        CPValue* const pvalAt = GetApplicableValue();
+        if (pvalAt->IsCollection() != 0) return 0;
+        if (pvalAt->_get_bBoundToProxy() == 0) {
+            pvalAt->Token::UnInitialize();
+            pvalAt->Put<double>(0, 0.0);
+        }
+        pvalAt->_set_nDataType(TY_UNDEFINED);
         break;
+    }
     case Attr::RelationEncoder:
         _set_bRelationEncoder(0);
         break;
