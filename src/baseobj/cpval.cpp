@@ -509,7 +509,7 @@ void CPValue::CopySubvalues(CPValue& src) {
     if (src.m_pclValues != nullptr) {
         std::uint32_t const n = src.m_pclValues->Length();
         for (std::uint32_t i = 0; i < n; ++i) {
-            auto* const pvalSub = static_cast<CPValue*>(src.m_pclValues->RetrieveIDX(i));
+            CPValue* const pvalSub = src.GetSubvalueByIndex(i);
             auto* const pvalClone = new (std::nothrow) CPValue(*pvalSub);
             SV_FAIL_IF_NIL(pvalClone, "pvalNew");
             pvalClone->_set_szName(pvalSub->_get_szName(nullptr));
@@ -1739,6 +1739,32 @@ void CPValue::ReleaseAttributes() {
 std::int32_t CPValue::NodeIndexOf(Navigable* pnav) {
     auto* const pval = dynamic_cast<CPValue*>(pnav);
     return pval != nullptr ? pval->GetAsLong() : 0;
+}
+
+namespace {
+
+void AppendIndent(std::string& out, int nIndent) {
+    if (nIndent > 0) out.append(static_cast<std::size_t>(nIndent), ' ');
+}
+
+} // namespace
+
+void CPValue::AppendRelationRecord(std::string& out, int nIndent, char const* szRelType,
+                                   char const* szTarget, char const* szSupplemental) {
+    if (szTarget == nullptr || std::strcmp(szTarget, "<empty>") == 0) return;
+    AppendIndent(out, nIndent);
+    out += "<Relation ";
+    out += "RelType=\"";
+    out += szRelType != nullptr ? szRelType : "";
+    out += "\" Target=\"";
+    out += szTarget;
+    out += "\"";
+    if (szSupplemental != nullptr && *szSupplemental != '\0') {
+        out += " Supplemental=\"";
+        out += szSupplemental;
+        out += "\"";
+    }
+    out += "/>\n";
 }
 
 CPValue* CPValue::InternSubvalue(char const* szName) {

@@ -291,6 +291,11 @@ public:
     void ReceiveNotification(Notifier*, unsigned long) {}
     // The number a node reached by a bracketed path stands for.
     static std::int32_t NodeIndexOf(Navigable* pnav);
+    // One relation record of the value's markup: nIndent blanks, then
+    // "<Relation RelType=... Target=... [Supplemental=...]/>" and a line end;
+    // nothing for the target "<empty>".
+    static void AppendRelationRecord(std::string& out, int nIndent, char const* szRelType,
+                                     char const* szTarget, char const* szSupplemental);
 
     // Navigable -------------------------------------------------------------
     using Navigable::RemoveRelation;

@@ -61,6 +61,8 @@ TEST_F(CPValueTreeTest, CountsNamesAndDeletionInBothForms) {
         coll.AddSubvalue(short{8}, "a", 1);
         EXPECT_EQ(coll.ValueCount(), 5);
         EXPECT_EQ(Names(coll), nForm == 0 ? "c a b aX aXX " : "a aX aXX b c ");
+        CPValue copy(coll);
+        EXPECT_EQ(Names(copy), Names(coll));
         coll.AddSubvalue(2.5f, "a");
         EXPECT_EQ(coll.GetSubvalueCount(), 5u);
         EXPECT_EQ(coll.GetSubvalueByName("a")->GetAsFloat(), 2.5f);
@@ -340,6 +342,14 @@ TEST_F(CPValueTreeTest, RelationsAndReferences) {
     EXPECT_EQ(root.DeleteSubvalue(&mk), 1);
     EXPECT_EQ(root.GetSubvalue(&mk), nullptr);
     EXPECT_EQ(root.InternSubvalue("one"), root.GetSubvalueByName("one"));
+
+    std::string records;
+    CPValue::AppendRelationRecord(records, 2, "RT_REFERENCE | RT_OUT", ":one", "");
+    CPValue::AppendRelationRecord(records, 0, "RT_NAMED | RT_IN", "x", "Attr_");
+    CPValue::AppendRelationRecord(records, 4, "RT_NAMED | RT_IN", "<empty>", "");
+    EXPECT_EQ(records,
+              "  <Relation RelType=\"RT_REFERENCE | RT_OUT\" Target=\":one\"/>\n"
+              "<Relation RelType=\"RT_NAMED | RT_IN\" Target=\"x\" Supplemental=\"Attr_\"/>\n");
 }
 
 // Deep and wide trees are walked by path text, found, made and cut; the
