@@ -136,7 +136,7 @@ CPValue::CPValue(Token& tok) {
 CPValue::~CPValue() {
     Initialize();
     ClearBounds();
-    Replace<CPList>(plstReferences, nullptr);
+    _set_plstReferences(nullptr);
     ReleaseAttributes();
     Replace<CPDictionary>(pdctAttributes, nullptr);
 }
@@ -625,7 +625,11 @@ void CPValue::_set_pnvgContext(Navigable* pnvg) {
     Replace(pnvgContext, pnvg);
 }
 
+// The list is shared by copies; its last holder releases the path texts.
 void CPValue::_set_plstReferences(CPList* plst) {
+    if (plstReferences != nullptr && plstReferences != plst &&
+        plstReferences->_get_nRefCount() == 1)
+        plstReferences->DestroyAll([](void* pv, void*) { static_cast<CPString*>(pv)->Release(); });
     Replace(plstReferences, plst);
 }
 
