@@ -251,7 +251,7 @@ CPValue* CPValue::GetApplicableValue() {
 
 CPValue* CPValue::GetTopParent() {
     CPValue* pval = this;
-    for (int i = 0; i < kMaxFileDepth * 16 && pval->pvalParent != nullptr; ++i)
+    for (std::size_t i = 0; i < kMaxParentChain && pval->pvalParent != nullptr; ++i)
         pval = pval->pvalParent;
     return pval;
 }

@@ -363,7 +363,7 @@ private:
     Navigable* FollowReference(CPString* pstrPath);
     CPString* FindReference(char const* szPath);
     std::string StepsFromTop();
-    // The longest parent chain a path is built over; only a graph made
+    // The longest parent chain walked for the top parent or a path; only a graph made
     // wrong, with a cycle of parents, reaches it.
     static constexpr std::size_t kMaxParentChain = std::size_t{1} << 24;
     short nWalkRelation = 0;

@@ -363,6 +363,10 @@ TEST_F(CPValueTreeTest, TenThousandDeepAndWideByPathText) {
     Navigable* pnavDeep = root.FollowPath(path.c_str(), PMoniker::kCreate, 0);
     ASSERT_NE(pnavDeep, nullptr);
     EXPECT_EQ(root.FollowPath(path.c_str(), PMoniker::kFind, 0), pnavDeep);
+    // The lock of the top parent holds at any depth.
+    root.SetLockedStatus(1);
+    EXPECT_THROW(static_cast<CPValue*>(pnavDeep)->Set(static_cast<CPValue*>(pnavDeep)), Exception);
+    root.SetLockedStatus(0);
     std::vector<char> buf(path.size() + 1);
     EXPECT_EQ(path, static_cast<CPValue*>(pnavDeep)->BuildThisValuesMoniker(buf.data()));
     std::string const half = path.substr(0, path.size() / 2);
