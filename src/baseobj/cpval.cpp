@@ -1,12 +1,15 @@
 #include <baseobj/cpval.h>
 
 #include <baseobj/exception.h>
+#include <baseobj/sorvmnkr.h>
 #include <baseobj/unitstr.h>
+#include <cpcoll/btree.h>
 #include <cpcoll/cpdict.h>
 #include <cpcoll/cplist.h>
 #include <util/exceptions.h>
 #include <util/pstring.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +17,9 @@
 #include <new>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 double CPValue::dbTolerance = 1e-09;
 int CPValue::nPrintedCollections = 0;
@@ -130,7 +136,8 @@ CPValue::CPValue(Token& tok) {
 CPValue::~CPValue() {
     Initialize();
     ClearBounds();
-    Replace<CPList>(plstReferences, nullptr);
+    _set_plstReferences(nullptr);
+    ReleaseAttributes();
     Replace<CPDictionary>(pdctAttributes, nullptr);
 }
 
@@ -157,17 +164,37 @@ void CPValue::Initialize() {
     PutBits(kReserved, 0);
     nSelector = -1;
     pvalParent = nullptr;
-    pvVector = nullptr;
+    ClearVectorRepresentation();
     _set_punstrUnits(static_cast<UnitString*>(nullptr));
     _set_pstrPurpose(static_cast<CPString*>(nullptr));
     if (_get_bBoundToProxy() == 0) Put<double>(0, 0.0);
 }
 
+// A subvalue that goes with its last reference hands its own subvalues to
+// the same work list, so a deep tree costs heap, not stack. One that lives
+// on loses its parent link.
 void CPValue::ReleaseSubvalues() {
-    if (m_pclValues == nullptr) return;
-    m_pclValues->DestroyAll(itReleaseValue);
-    delete m_pclValues;
-    m_pclValues = nullptr;
+    std::vector<std::pair<CPValue*, CPValue*>> pending;
+    auto take = [&pending](CPValue* pvalOwner) {
+        CPCollection* const pcl = pvalOwner->m_pclValues;
+        if (pcl == nullptr) return;
+        pvalOwner->m_pclValues = nullptr;
+        std::uint32_t const n = pcl->Length();
+        pcl->GotoTop();
+        for (std::uint32_t i = 0; i < n; ++i, pcl->Next())
+            if (void* const pv = pcl->Retrieve())
+                pending.emplace_back(static_cast<CPValue*>(pv), pvalOwner);
+        pcl->DestroyAll([](void*, void*) {});
+        delete pcl;
+    };
+    take(this);
+    while (!pending.empty()) {
+        auto const [pval, pvalOwner] = pending.back();
+        pending.pop_back();
+        if (pval->nRefCount == 1) take(pval);
+        if (pval->pvalParent == pvalOwner) pval->pvalParent = nullptr;
+        pval->Release();
+    }
 }
 
 // The pool ---------------------------------------------------------------------
@@ -202,6 +229,7 @@ void CPValue::UnInitializeObject() {
     Initialize();
     ClearBounds();
     _set_szName(nullptr);
+    ReleaseAttributes();
     PutBits(kPreserveUnits, 1);
     PutBits(kCannotAssumeUndefined, 0);
 }
@@ -223,7 +251,7 @@ CPValue* CPValue::GetApplicableValue() {
 
 CPValue* CPValue::GetTopParent() {
     CPValue* pval = this;
-    for (int i = 0; i < kMaxFileDepth * 16 && pval->pvalParent != nullptr; ++i)
+    for (std::size_t i = 0; i < kMaxParentChain && pval->pvalParent != nullptr; ++i)
         pval = pval->pvalParent;
     return pval;
 }
@@ -478,7 +506,7 @@ void CPValue::CopySubvalues(CPValue& src) {
     if (src.m_pclValues != nullptr) {
         std::uint32_t const n = src.m_pclValues->Length();
         for (std::uint32_t i = 0; i < n; ++i) {
-            auto* const pvalSub = static_cast<CPValue*>(src.m_pclValues->RetrieveIDX(i));
+            CPValue* const pvalSub = src.GetSubvalueByIndex(i);
             auto* const pvalClone = new (std::nothrow) CPValue(*pvalSub);
             SV_FAIL_IF_NIL(pvalClone, "pvalNew");
             pvalClone->_set_szName(pvalSub->_get_szName(nullptr));
@@ -594,7 +622,11 @@ void CPValue::_set_pnvgContext(Navigable* pnvg) {
     Replace(pnvgContext, pnvg);
 }
 
+// The list is shared by copies; its last holder releases the path texts.
 void CPValue::_set_plstReferences(CPList* plst) {
+    if (plstReferences != nullptr && plstReferences != plst &&
+        plstReferences->_get_nRefCount() == 1)
+        plstReferences->DestroyAll([](void* pv, void*) { static_cast<CPString*>(pv)->Release(); });
     Replace(plstReferences, plst);
 }
 
@@ -857,14 +889,23 @@ CPValue* CPValue::GetNextSubvalue() {
 
 CPValue* CPValue::GetSubvalueByIndex(std::uint32_t n) {
     CPCollection* const pcl = _get_pclValues();
-    return pcl != nullptr ? static_cast<CPValue*>(pcl->RetrieveIDX(n)) : nullptr;
+    if (pcl == nullptr || n >= pcl->Length()) return nullptr;
+    if (!HoldsTree()) return static_cast<CPValue*>(pcl->RetrieveIDX(n));
+    // A tree's index reads number keys; the position is along its chain.
+    pcl->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i)
+        pcl->Next();
+    return static_cast<CPValue*>(pcl->Retrieve());
 }
 
 CPValue* CPValue::GetSubvalueByName(char const* szName) {
-    if (szName == nullptr) return nullptr;
-    std::uint32_t const n = GetSubvalueCount();
-    for (std::uint32_t i = 0; i < n; ++i) {
-        CPValue* const pval = GetSubvalueByIndex(i);
+    CPCollection* const pcl = _get_pclValues();
+    if (szName == nullptr || pcl == nullptr) return nullptr;
+    if (HoldsTree()) return FindInTree(pcl, szName);
+    std::uint32_t const n = pcl->Length();
+    pcl->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, pcl->Next()) {
+        auto* const pval = static_cast<CPValue*>(pcl->Retrieve());
         char const* sz = pval->_get_szName(nullptr);
         if (sz != nullptr && std::strcmp(sz, szName) == 0) return pval;
     }
@@ -880,12 +921,7 @@ void CPValue::PromoteToCollection(short bKeepValue, short) {
         pvalSingle->AddRef();
     }
     SetType(TY_COLLECTION);
-    // Only the list form is made here: nothing in this unit asks for a tree.
-    SV_ASSERT(_get_nSublistRepresentation() == 0, "1 == 0");
-    if (m_pclValues == nullptr) {
-        m_pclValues = new (std::nothrow) CPList;
-        SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
-    }
+    if (m_pclValues == nullptr) m_pclValues = NewCollection(_get_nSublistRepresentation());
     if (pvalSingle != nullptr) {
         AddSubvalue(pvalSingle, nullptr, 1);
         pvalSingle->Release();
@@ -898,8 +934,7 @@ CPValue* CPValue::AddSubvalue(CPValue* pval, char const* szName, short bKeepBoth
     if (IsCollection() == 0) {
         PromoteToCollection(0, -1);
     } else if (m_pclValues == nullptr) {
-        m_pclValues = new (std::nothrow) CPList;
-        SV_FAIL_IF_NIL(m_pclValues, "m_pclValues");
+        m_pclValues = NewCollection(_get_nSublistRepresentation());
     }
     if (szName != nullptr) {
         if (bKeepBoth == 0) {
@@ -912,15 +947,23 @@ CPValue* CPValue::AddSubvalue(CPValue* pval, char const* szName, short bKeepBoth
             pval->_set_szName(name.c_str());
         }
     }
-    SV_ASSERT(_get_nSublistRepresentation() == 0, "1 == 0");
-    m_pclValues->Add(pval);
     pval->AddRef();
+    AddToCollection(pval);
     return pval;
 }
 
 short CPValue::DeleteValue(CPValue* pval) {
     CPCollection* const pcl = _get_pclValues();
-    if (pcl == nullptr || pval == nullptr || pcl->Detach(pval) == 0) return 0;
+    if (pcl == nullptr || pval == nullptr) return 0;
+    if (HoldsTree()) {
+        // The tree lets go by key.
+        char const* sz = pval->_get_szName(nullptr);
+        auto* const ptree = static_cast<CPTree*>(pcl);
+        if (FindInTree(ptree, sz != nullptr ? sz : "") != pval) return 0;
+        ptree->DetachKeyString(sz != nullptr ? sz : "");
+    } else if (pcl->Detach(pval) == 0) {
+        return 0;
+    }
     pval->Release();
     return 1;
 }
@@ -976,6 +1019,10 @@ short Kind(short nRelation) {
 
 short CPValue::AddRelation(Navigable* pnav, EdgeSpec* pes) {
     if (pes == nullptr) return 0;
+    if (Kind(pes->_get_nRelationType()) == RT_REFERENCE && pnav != nullptr) {
+        char const* sz = pnav->_get_szName(nullptr);
+        return AddPseudoRelation(sz != nullptr ? sz : "", pes);
+    }
     if (Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return 0;
     auto* const pval = dynamic_cast<CPValue*>(pnav);
     if (pval == nullptr) return 0;
@@ -990,6 +1037,14 @@ short CPValue::RemoveRelation(Navigable*, EdgeSpec* pes) {
 }
 
 short CPValue::RemoveRelation(EdgeSpec* pes) {
+    if (pes != nullptr && Kind(pes->_get_nRelationType()) == RT_REFERENCE) {
+        char szName[EdgeSpec::kTextRoom];
+        CPString* const pstr = FindReference(pes->_get_szName(szName));
+        if (pstr == nullptr) return 0;
+        plstReferences->Detach(pstr);
+        pstr->Release();
+        return 1;
+    }
     if (pes == nullptr || Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return 0;
     if (pes->_get_nType() == EdgeSpec::kSelectByName) {
         char szName[EdgeSpec::kTextRoom];
@@ -1001,6 +1056,11 @@ short CPValue::RemoveRelation(EdgeSpec* pes) {
 }
 
 Navigable* CPValue::TraverseRelation(EdgeSpec* pes) {
+    // A reference may lead to any kind of node.
+    if (pes != nullptr && Kind(pes->_get_nRelationType()) == RT_REFERENCE) {
+        char szName[EdgeSpec::kTextRoom];
+        return FollowReference(FindReference(pes->_get_szName(szName)));
+    }
     return static_cast<CPValue*>(TraverseStep(this, pes));
 }
 
@@ -1015,12 +1075,20 @@ short CPValue::GetRelatedNodeCount(short nRelation, char*) {
     }
 }
 
-Navigable* CPValue::GetFirstRelatedNode(short nRelation, char*) {
-    return Kind(nRelation) == RT_CONTAINMENT ? GetFirstSubvalue() : nullptr;
+// Attributes are walked only when the supplemental text asks for them.
+Navigable* CPValue::GetFirstRelatedNode(short nRelation, char* szSupplemental) {
+    nWalkRelation = Kind(nRelation);
+    nWalkIndex = 0;
+    if (nWalkRelation == RT_CONTAINMENT) return GetFirstSubvalue();
+    if (nWalkRelation == RT_NAMED &&
+        (szSupplemental == nullptr || std::strstr(szSupplemental, "Attr") == nullptr))
+        nWalkRelation = 0;
+    return RelatedNodeAt(0);
 }
 
 Navigable* CPValue::GetNextRelatedNode() {
-    return GetNextSubvalue();
+    if (nWalkRelation == RT_CONTAINMENT) return GetNextSubvalue();
+    return RelatedNodeAt(++nWalkIndex);
 }
 
 Navigable* CPValue::CreateInstance() {
@@ -1035,7 +1103,28 @@ Navigable* CPValue::CreateRelatedNode(EdgeSpec* pes) {
 void* CPValue::TraverseStep(void* pvNode, EdgeSpec* pes) {
     auto* const pval = static_cast<CPValue*>(pvNode);
     if (pval == nullptr || pes == nullptr) return nullptr;
-    if (Kind(pes->_get_nRelationType()) != RT_CONTAINMENT) return nullptr;
+    char szEdge[EdgeSpec::kTextRoom];
+    switch (Kind(pes->_get_nRelationType())) {
+    case RT_CONTAINMENT:
+        break;
+    case RT_NAMED: {
+        // Through the graph an attribute is an object held elsewhere: a
+        // stored one, a bound or the parent; a field's new value is not.
+        char const* szSupplemental = pes->_get_szSupplemental();
+        if (std::strstr(szSupplemental, "Attr_") == nullptr) return nullptr;
+        char const* szName = pes->_get_szName(szEdge);
+        if (std::strcmp(szName, "UpperBound") == 0) return pval->pvalUpperBound;
+        if (std::strcmp(szName, "LowerBound") == 0) return pval->pvalLowerBound;
+        if (std::strcmp(szName, "Parent") == 0) return pval->pvalParent;
+        if (pval->pdctAttributes == nullptr) return nullptr;
+        return pval->pdctAttributes->FindKeyString(szName);
+    }
+    case RT_REFERENCE:
+        return dynamic_cast<CPValue*>(
+            pval->FollowReference(pval->FindReference(pes->_get_szName(szEdge))));
+    default:
+        return nullptr;
+    }
     if (pes->_get_nType() == EdgeSpec::kSelectByName) {
         char szName[EdgeSpec::kTextRoom];
         return pval->GetSubvalueByName(pes->_get_szName(szName));
@@ -1055,6 +1144,768 @@ void* CPValue::CreateNode(void* pvNode, EdgeSpec* pes) {
     char szName[EdgeSpec::kTextRoom];
     pval->AddSubvalue(pvalNew, bByName ? pes->_get_szName(szName) : nullptr, 0);
     return pvalNew;
+}
+
+// Subvalues: representations, searches, typed adding, selection, vectors
+// -------------------------------------------------------------------------------------------------
+
+namespace {
+
+// The key of an unnamed subvalue in the tree form.
+constexpr char kNoName[] = "";
+
+char const* KeyOf(CPValue* pval) {
+    char const* sz = pval->_get_szName(nullptr);
+    return sz != nullptr ? sz : kNoName;
+}
+
+// Registered here so that a bracketed path reads a value as its number.
+[[maybe_unused]] bool const bNodeIndexRegistered =
+    (PMoniker::_set_pfnNodeIndex(&CPValue::NodeIndexOf), true);
+
+} // namespace
+
+// A tree takes its key kind from its first keyed question; only the
+// existence test may ask a new one.
+CPValue* CPValue::FindInTree(CPCollection* pcl, char const* szKey) {
+    auto* const ptree = static_cast<CPTree*>(pcl);
+    if (ptree->ExistsKeyString(szKey) == 0) return nullptr;
+    return static_cast<CPValue*>(ptree->FindKeyString(szKey));
+}
+
+bool CPValue::HoldsTree() const {
+    return dynamic_cast<CPTree*>(m_pclValues) != nullptr;
+}
+
+CPCollection* CPValue::NewCollection(char nKind) {
+    CPCollection* pcl = nullptr;
+    if (nKind == 1)
+        pcl = new (std::nothrow) CPTree;
+    else
+        pcl = new (std::nothrow) CPList;
+    SV_FAIL_IF_NIL(pcl, "m_pclValues");
+    return pcl;
+}
+
+// The tree holds one subvalue per name: a namesake already there goes, and
+// with it its reference.
+void CPValue::AddToCollection(CPValue* pval) {
+    if (!HoldsTree()) {
+        m_pclValues->Add(pval);
+        return;
+    }
+    auto* const ptree = static_cast<CPTree*>(m_pclValues);
+    char const* szKey = KeyOf(pval);
+    if (CPValue* const pvalOld = FindInTree(ptree, szKey)) {
+        ptree->DetachKeyString(szKey);
+        if (pvalOld != pval) pvalOld->Release();
+    }
+    ptree->AddKeyString(szKey, pval);
+}
+
+CPList* CPValue::_get_plstValues() {
+    if (IsCollection() == 0) return nullptr;
+    ConvertSublistRepresentation(0);
+    _set_nSublistRepresentation(0);
+    return static_cast<CPList*>(m_pclValues);
+}
+
+void CPValue::ConvertSublistRepresentation(char nKind) {
+    if (nKind != 0 && nKind != 1) throw kBadRepresentation;
+    if (nKind == 0) {
+        if (!HoldsTree()) return;
+        auto* const plstA = new (std::nothrow) CPList;
+        SV_FAIL_IF_NIL(plstA, "plstA");
+        plstA->CopyFrom(m_pclValues);
+        m_pclValues->DestroyAll([](void*, void*) {});
+        delete m_pclValues;
+        m_pclValues = plstA;
+        return;
+    }
+    if (HoldsTree()) return;
+    auto* const ptreeA = new (std::nothrow) CPTree;
+    SV_FAIL_IF_NIL(ptreeA, "ptreeA");
+    CPCollection* const plstOld = m_pclValues;
+    m_pclValues = ptreeA;
+    if (plstOld == nullptr) {
+        if (IsCollection() == 0) ReleaseSubvalues();
+        return;
+    }
+    std::uint32_t const n = plstOld->Length();
+    plstOld->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, plstOld->Next())
+        if (void* const pv = plstOld->Retrieve()) AddToCollection(static_cast<CPValue*>(pv));
+    plstOld->DestroyAll([](void*, void*) {});
+    delete plstOld;
+}
+
+CPValue* CPValue::FirstSubvalueThat(pfnSubvalueTest pfn, void* pvUser) {
+    std::int32_t const n = FindIndexOfMatchingSubval(pfn, pvUser);
+    return n < 0 ? nullptr : GetSubvalueByIndex(static_cast<std::uint32_t>(n));
+}
+
+std::int32_t CPValue::FindIndexWhere(bool (*pfnMatch)(CPValue*, void const*), void const* pvProbe) {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr) return -1;
+    std::uint32_t const n = pcl->Length();
+    pcl->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, pcl->Next()) {
+        auto* const pval = static_cast<CPValue*>(pcl->Retrieve());
+        if (pval != nullptr && pfnMatch(pval, pvProbe)) return static_cast<std::int32_t>(i);
+    }
+    return -1;
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(pfnSubvalueTest pfn, void* pvUser) {
+    if (pfn == nullptr) return -1;
+    struct Test {
+        pfnSubvalueTest pfn;
+        void* pvUser;
+    } const test{pfn, pvUser};
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            auto const* ptest = static_cast<Test const*>(pv);
+            return ptest->pfn(pval, ptest->pvUser) != 0;
+        },
+        &test);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(char c) {
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return pval->GetAsChar() == *static_cast<char const*>(pv);
+        },
+        &c);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(short n) {
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return pval->GetAsShort() == *static_cast<short const*>(pv);
+        },
+        &n);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(std::int32_t n) {
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return pval->GetAsLong() == *static_cast<std::int32_t const*>(pv);
+        },
+        &n);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(float f) {
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return pval->GetAsFloat() == *static_cast<float const*>(pv);
+        },
+        &f);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(double d) {
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return pval->GetAsDouble() == *static_cast<double const*>(pv);
+        },
+        &d);
+}
+
+std::int32_t CPValue::FindIndexOfMatchingSubval(char const* sz) {
+    if (sz == nullptr) return -1;
+    return FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            return Text(*pval, 6) == static_cast<char const*>(pv);
+        },
+        sz);
+}
+
+namespace {
+
+// A new value for AddSubvalue, set by the caller's function.
+template <class Setter> CPValue* NewSetValue(Setter set) {
+    auto* const pvalNew = new (std::nothrow) CPValue;
+    SV_FAIL_IF_NIL(pvalNew, "pvalNew");
+    pvalNew->AddRef();
+    try {
+        set(*pvalNew);
+    } catch (...) {
+        pvalNew->Release();
+        throw;
+    }
+    return pvalNew;
+}
+
+// Adds the new value and drops the maker's reference.
+CPValue* AddNew(CPValue& valTo, CPValue* pvalNew, char const* szName, short bKeepBoth) {
+    valTo.AddSubvalue(pvalNew, szName, bKeepBoth);
+    pvalNew->Release();
+    return pvalNew;
+}
+
+} // namespace
+
+CPValue* CPValue::AddSubvalue(short n, char const* szName, short bKeepBoth) {
+    return AddNew(*this, NewSetValue([n](CPValue& val) { val.Set(n); }), szName, bKeepBoth);
+}
+
+CPValue* CPValue::AddSubvalue(std::int32_t n, char const* szName, short bKeepBoth) {
+    return AddNew(*this, NewSetValue([n](CPValue& val) { val.Set(n); }), szName, bKeepBoth);
+}
+
+CPValue* CPValue::AddSubvalue(float f, char const* szName, short bKeepBoth) {
+    return AddNew(*this, NewSetValue([f](CPValue& val) { val.Set(f); }), szName, bKeepBoth);
+}
+
+CPValue* CPValue::AddSubvalue(double d, char const* szName, short bKeepBoth) {
+    return AddNew(*this, NewSetValue([d](CPValue& val) { val.Set(d); }), szName, bKeepBoth);
+}
+
+CPValue* CPValue::AddSubvalue(char const* sz, char const* szName, short bKeepBoth) {
+    return AddNew(*this, NewSetValue([sz](CPValue& val) { val.Set(sz); }), szName, bKeepBoth);
+}
+
+short CPValue::SetSelectedSubvalue(char const* szName) {
+    SV_FAIL_IF_NIL(szName, "szValueName");
+    if (IsCollection() == 0) return 0;
+    std::int32_t const n = FindIndexWhere(
+        [](CPValue* pval, void const* pv) {
+            char const* sz = pval->_get_szName(nullptr);
+            return sz != nullptr && std::strcmp(sz, static_cast<char const*>(pv)) == 0;
+        },
+        szName);
+    if (n < 0) return 0;
+    _set_nSelector(static_cast<short>(n));
+    return 1;
+}
+
+short CPValue::IsSelectedChild() {
+    if (pvalParent == nullptr) return 0;
+    return pvalParent->IsCollection() != 0 && pvalParent->nSelector >= 0 &&
+                   pvalParent->GetSelection() == this
+               ? 1
+               : 0;
+}
+
+void* CPValue::BuildVectorRepresentation(short nType, void* pBuf, short nBytes) {
+    CPCollection* const pcl = _get_pclValues();
+    if (pcl == nullptr) return nullptr;
+    std::size_t nSize = 0;
+    switch (nType) {
+    case TY_BOOL:
+    case TY_SHORT:
+        nSize = 2;
+        break;
+    case TY_LONG:
+    case TY_FLOAT:
+        nSize = 4;
+        break;
+    case TY_DOUBLE:
+        nSize = 8;
+        break;
+    default:
+        return nullptr;
+    }
+    std::uint32_t const n = pcl->Length();
+    std::size_t const nTotal = nSize * n;
+    auto* pbOut = static_cast<unsigned char*>(pBuf);
+    if (pbOut != nullptr) {
+        if (nBytes != -1 && (nBytes < 0 || static_cast<std::size_t>(nBytes) < nTotal))
+            return nullptr;
+    } else {
+        if (pvVector != nullptr) return pvVector;
+        pbOut = static_cast<unsigned char*>(std::malloc(nTotal != 0 ? nTotal : 1));
+        SV_FAIL_IF_NIL(pbOut, "pvVector");
+        pvVector = pbOut;
+    }
+    pcl->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, pcl->Next(), pbOut += nSize) {
+        auto* const pval = static_cast<CPValue*>(pcl->Retrieve());
+        if (nSize == 2) {
+            short const v = pval->GetAsShort();
+            std::memcpy(pbOut, &v, nSize);
+        } else if (nType == TY_LONG) {
+            std::int32_t const v = pval->GetAsLong();
+            std::memcpy(pbOut, &v, nSize);
+        } else if (nType == TY_FLOAT) {
+            float const v = pval->GetAsFloat();
+            std::memcpy(pbOut, &v, nSize);
+        } else {
+            double const v = pval->GetAsDouble();
+            std::memcpy(pbOut, &v, nSize);
+        }
+    }
+    return pBuf != nullptr ? pBuf : pvVector;
+}
+
+void CPValue::ClearVectorRepresentation() {
+    std::free(pvVector);
+    pvVector = nullptr;
+}
+
+// Attributes
+// -------------------------------------------------------------------------------------------------
+
+namespace {
+
+// The fixed names, in the order they are tested; any other is free.
+enum class Attr {
+    UnitString,
+    UpperBound,
+    LowerBound,
+    Vector,
+    Parent,
+    DefinitionStatus,
+    DefinitionStatusReason,
+    LockStatus,
+    LockStatusReason,
+    DataType,
+    RelationEncoder,
+    PreserveUnitsOnAssignment,
+    CannotAssumeUndefinedState,
+    Purpose,
+    Selector,
+    ValueParameter,
+    ValCount,
+    Tolerance,
+    Free,
+};
+
+constexpr std::array<std::string_view, static_cast<std::size_t>(Attr::Free)> kFixedAttributes{
+    "UnitString",
+    "UpperBound",
+    "LowerBound",
+    "Vector",
+    "Parent",
+    "DefinitionStatus",
+    "DefinitionStatusReason",
+    "LockStatus",
+    "LockStatusReason",
+    "DataType",
+    "RelationEncoder",
+    "PreserveUnitsOnAssignment",
+    "CannotAssumeUndefinedState",
+    "Purpose",
+    "Selector",
+    "ValueParameter",
+    "ValCount",
+    "Tolerance",
+};
+
+Attr AttributeOf(char const* szName) {
+    for (std::size_t i = 0; i < kFixedAttributes.size(); ++i)
+        if (kFixedAttributes[i] == szName) return static_cast<Attr>(i);
+    return Attr::Free;
+}
+
+CPValue* NewAttributeValue() {
+    auto* const pvalNew = new (std::nothrow) CPValue;
+    SV_FAIL_IF_NIL(pvalNew, "pvalNew");
+    pvalNew->AddRef();
+    return pvalNew;
+}
+
+template <class T> CPValue* NewAttributeValue(std::uint16_t nType, T v) {
+    CPValue* const pvalNew = NewAttributeValue();
+    pvalNew->_set_nDataType(nType);
+    pvalNew->SetValue(v);
+    return pvalNew;
+}
+
+CPValue* NewAttributeText(char const* sz) {
+    CPValue* const pvalNew = NewAttributeValue();
+    pvalNew->_set_nDataType(TY_STRING);
+    try {
+        pvalNew->SetFromString(sz);
+    } catch (...) {
+        pvalNew->Release();
+        throw;
+    }
+    return pvalNew;
+}
+
+} // namespace
+
+short CPValue::SetAttribute(char const* szName, CPValue* pval) {
+    if (szName == nullptr || pval == nullptr) return 0;
+    switch (AttributeOf(szName)) {
+    case Attr::UnitString:
+        _set_punstrUnits(Text(*pval, 6).c_str());
+        break;
+    case Attr::UpperBound:
+        _set_pvalUpperBound(pval);
+        break;
+    case Attr::LowerBound:
+        _set_pvalLowerBound(pval);
+        break;
+    case Attr::Vector:
+        // An address does not fit the 32-bit number: 0 lets the kept
+        // array go, any other number leaves it.
+        if (pval->GetAsLong() == 0) ClearVectorRepresentation();
+        break;
+    case Attr::Parent:
+        _set_pvalParent(pval);
+        break;
+    case Attr::DefinitionStatus:
+        SetDefineStatus(pval->GetAsChar());
+        break;
+    case Attr::DefinitionStatusReason:
+        SetDefineReason(pval->GetAsChar());
+        break;
+    case Attr::LockStatus:
+        SetLockedStatus(pval->GetAsChar());
+        break;
+    case Attr::LockStatusReason:
+        SetLockedReason(pval->GetAsChar());
+        break;
+    case Attr::DataType:
+        SetType(static_cast<std::uint16_t>(pval->GetAsShort()));
+        break;
+    case Attr::RelationEncoder:
+        _set_bRelationEncoder(static_cast<char>(pval->GetAsBool()));
+        break;
+    case Attr::PreserveUnitsOnAssignment:
+        _set_bPreserveUnitsOnAssignment(static_cast<char>(pval->GetAsBool()));
+        break;
+    case Attr::CannotAssumeUndefinedState:
+        _set_bCannotAssumeUndefinedState(static_cast<char>(pval->GetAsBool()));
+        break;
+    case Attr::Purpose:
+        _set_pstrPurpose(Text(*pval, 6).c_str());
+        break;
+    case Attr::Selector:
+        _set_nSelector(pval->GetAsShort());
+        break;
+    case Attr::ValueParameter:
+        _set_bValueParameter(static_cast<char>(pval->GetAsBool()));
+        break;
+    case Attr::ValCount:
+        break;
+    case Attr::Tolerance:
+        _set_dbTolerance(pval->GetAsDouble());
+        break;
+    case Attr::Free:
+        if (pdctAttributes == nullptr) {
+            pdctAttributes = new (std::nothrow) CPDictionary;
+            SV_FAIL_IF_NIL(pdctAttributes, "pdctAttributes");
+            pdctAttributes->AddRef();
+        }
+        // The new one is held before the old goes: they may be the same.
+        pval->AddRef();
+        if (pdctAttributes->ExistsKeyString(szName) != 0)
+            pdctAttributes->DestroyKeyString(szName, itReleaseValue);
+        pdctAttributes->AddKeyString(szName, pval);
+        break;
+    }
+    return 1;
+}
+
+CPValue* CPValue::GetAttribute(char const* szName) {
+    if (szName == nullptr) return nullptr;
+    switch (AttributeOf(szName)) {
+    case Attr::UnitString:
+        return NewAttributeText(UnitText(punstrUnits).c_str());
+    case Attr::UpperBound:
+        return pvalUpperBound;
+    case Attr::LowerBound:
+        return pvalLowerBound;
+    case Attr::Vector:
+        return NewAttributeValue(TY_LONG, static_cast<std::int32_t>(pvVector != nullptr ? 1 : 0));
+    case Attr::Parent:
+        return pvalParent;
+    case Attr::DefinitionStatus:
+        return NewAttributeValue(TY_SHORT, IsDefined());
+    case Attr::DefinitionStatusReason:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(WhyNotDefined() | WhoDefinedMe()));
+    case Attr::LockStatus:
+        return NewAttributeValue(TY_SHORT, IsLocked());
+    case Attr::LockStatusReason:
+        return NewAttributeValue(TY_SHORT, WhyLocked());
+    case Attr::DataType:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(GetType()));
+    case Attr::RelationEncoder:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(_get_bRelationEncoder()));
+    case Attr::PreserveUnitsOnAssignment:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(_get_bPreserveUnitsOnAssignment()));
+    case Attr::CannotAssumeUndefinedState:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(_get_bCannotAssumeUndefinedState()));
+    case Attr::Purpose:
+        return NewAttributeText(_get_pstrPurpose_As_sz());
+    case Attr::Selector:
+        return NewAttributeValue(TY_SHORT, nSelector);
+    case Attr::ValueParameter:
+        return NewAttributeValue(TY_CHAR, _get_bValueParameter());
+    case Attr::ValCount:
+        return NewAttributeValue(TY_SHORT, static_cast<short>(GetSubvalueCount()));
+    case Attr::Tolerance:
+        return NewAttributeValue(TY_DOUBLE, _get_dbTolerance());
+    case Attr::Free:
+        break;
+    }
+    if (pdctAttributes == nullptr) return nullptr;
+    return static_cast<CPValue*>(pdctAttributes->FindKeyString(szName));
+}
+
+short CPValue::DeleteAttribute(char const* szName) {
+    if (szName == nullptr) return 0;
+    switch (AttributeOf(szName)) {
+    case Attr::UnitString:
+        _set_punstrUnits(static_cast<UnitString*>(nullptr));
+        break;
+    case Attr::UpperBound:
+        _set_pvalUpperBound(nullptr);
+        break;
+    case Attr::LowerBound:
+        _set_pvalLowerBound(nullptr);
+        break;
+    case Attr::Vector:
+        ClearVectorRepresentation();
+        break;
+    case Attr::Parent:
+        pvalParent = nullptr;
+        break;
+    case Attr::DefinitionStatus:
+        SetDefineStatus(0);
+        break;
+    case Attr::DefinitionStatusReason:
+        SetDefineReason(0);
+        break;
+    case Attr::LockStatus:
+        SetLockedStatus(0);
+        break;
+    case Attr::LockStatusReason:
+        SetLockedReason(0);
+        break;
+    case Attr::DataType: {
+        // The number or text goes with the type; a collection keeps both.
+        CPValue* const pvalAt = GetApplicableValue();
+        if (pvalAt->IsCollection() != 0) return 0;
+        if (pvalAt->_get_bBoundToProxy() == 0) {
+            pvalAt->Token::UnInitialize();
+            pvalAt->Put<double>(0, 0.0);
+        }
+        pvalAt->_set_nDataType(TY_UNDEFINED);
+        break;
+    }
+    case Attr::RelationEncoder:
+        _set_bRelationEncoder(0);
+        break;
+    case Attr::PreserveUnitsOnAssignment:
+        _set_bPreserveUnitsOnAssignment(0);
+        break;
+    case Attr::CannotAssumeUndefinedState:
+        _set_bCannotAssumeUndefinedState(0);
+        break;
+    case Attr::Purpose:
+        _set_pstrPurpose(static_cast<CPString*>(nullptr));
+        break;
+    case Attr::Selector:
+        nSelector = -1;
+        break;
+    case Attr::ValueParameter:
+        _set_bValueParameter(0);
+        break;
+    case Attr::ValCount:
+    case Attr::Tolerance:
+        return 0;
+    case Attr::Free:
+        if (pdctAttributes == nullptr || pdctAttributes->ExistsKeyString(szName) == 0) return 0;
+        pdctAttributes->DestroyKeyString(szName, itReleaseValue);
+        break;
+    }
+    return 1;
+}
+
+void CPValue::CopyExtraAttributes(CPValue* pval) {
+    if (pval == nullptr || pval == this || pval->pdctAttributes == nullptr) return;
+    CPDictionary* const pdct = pval->pdctAttributes;
+    pdct->RefreshParallelVector();
+    std::uint32_t const n = pdct->Length();
+    for (std::uint32_t i = 0; i < n; ++i) {
+        CPDictionaryAssociation* const pda = pdct->RetrieveDAIDX(static_cast<std::int32_t>(i));
+        if (pda == nullptr || pda->_get_pstrKey() == nullptr) continue;
+        SetAttribute(pda->GetKeyString(static_cast<char*>(nullptr)),
+                     static_cast<CPValue*>(pda->GetValue()));
+    }
+}
+
+void CPValue::ReleaseAttributes() {
+    if (pdctAttributes == nullptr) return;
+    pdctAttributes->DestroyAll(itReleaseValue);
+    Replace<CPDictionary>(pdctAttributes, nullptr);
+}
+
+// Places in the graph
+// -------------------------------------------------------------------------------------------------
+
+std::int32_t CPValue::NodeIndexOf(Navigable* pnav) {
+    auto* const pval = dynamic_cast<CPValue*>(pnav);
+    return pval != nullptr ? pval->GetAsLong() : 0;
+}
+
+namespace {
+
+void AppendIndent(std::string& out, int nIndent) {
+    if (nIndent > 0) out.append(static_cast<std::size_t>(nIndent), ' ');
+}
+
+} // namespace
+
+void CPValue::AppendRelationRecord(std::string& out, int nIndent, char const* szRelType,
+                                   char const* szTarget, char const* szSupplemental) {
+    if (szTarget == nullptr || std::strcmp(szTarget, "<empty>") == 0) return;
+    AppendIndent(out, nIndent);
+    out += "<Relation ";
+    out += "RelType=\"";
+    out += szRelType != nullptr ? szRelType : "";
+    out += "\" Target=\"";
+    out += szTarget;
+    out += "\"";
+    if (szSupplemental != nullptr && *szSupplemental != '\0') {
+        out += " Supplemental=\"";
+        out += szSupplemental;
+        out += "\"";
+    }
+    out += "/>\n";
+}
+
+CPValue* CPValue::InternSubvalue(char const* szName) {
+    if (szName == nullptr) return nullptr;
+    CPValue* const pval = GetSubvalueByName(szName);
+    if (pval != nullptr) return pval;
+    auto* const pvalNew = NewAttributeValue();
+    return AddNew(*this, pvalNew, szName, 0);
+}
+
+namespace {
+
+// The subvalue steps of the moniker walked from pval: 0 finds, 1 creates,
+// -1 finds and then cuts the last link. The previous node comes back too.
+CPValue* WalkSubvalues(CPValue* pval, SorvaneMoniker* pmk, short nCreate, CPValue** ppvalPrevious) {
+    if (pval == nullptr || pmk == nullptr) return nullptr;
+    CPValue* pvalPrevious = nullptr;
+    for (EdgeSpec* pes = pmk->GetFirstSubval(); pes != nullptr && pval != nullptr;
+         pes = pmk->GetNextSubval()) {
+        auto* pvalNext = static_cast<CPValue*>(pval->TraverseStep(pval, pes));
+        if (pvalNext == nullptr && nCreate == PMoniker::kCreate)
+            pvalNext = static_cast<CPValue*>(pval->CreateNode(pval, pes));
+        pvalPrevious = pval;
+        pval = pvalNext;
+    }
+    if (ppvalPrevious != nullptr) *ppvalPrevious = pvalPrevious;
+    return pval;
+}
+
+} // namespace
+
+CPValue* CPValue::InternSubvalue(SorvaneMoniker* pmk) {
+    return WalkSubvalues(this, pmk, PMoniker::kCreate, nullptr);
+}
+
+CPValue* CPValue::GetSubvalue(SorvaneMoniker* pmk) {
+    return WalkSubvalues(this, pmk, PMoniker::kFind, nullptr);
+}
+
+short CPValue::DeleteSubvalue(SorvaneMoniker* pmk) {
+    CPValue* pvalPrevious = nullptr;
+    CPValue* const pval = WalkSubvalues(this, pmk, PMoniker::kFind, &pvalPrevious);
+    if (pval == nullptr || pvalPrevious == nullptr || pval == this) return 0;
+    return pvalPrevious->DeleteValue(pval);
+}
+
+short CPValue::AddPseudoRelation(char const* szPath, EdgeSpec* pes) {
+    if (szPath == nullptr || pes == nullptr) return 0;
+    if (Kind(pes->_get_nRelationType()) != RT_REFERENCE) return 0;
+    if (plstReferences == nullptr) {
+        auto* const plst = new (std::nothrow) CPList;
+        SV_FAIL_IF_NIL(plst, "plstMyReferences");
+        _set_plstReferences(plst);
+    }
+    auto* const pstr = new (std::nothrow) CPString(szPath);
+    SV_FAIL_IF_NIL(pstr, "pstrPath");
+    pstr->AddRef();
+    plstReferences->Add(pstr);
+    return 1;
+}
+
+CPString* CPValue::FindReference(char const* szPath) {
+    if (plstReferences == nullptr || szPath == nullptr) return nullptr;
+    std::uint32_t const n = plstReferences->Length();
+    plstReferences->GotoTop();
+    for (std::uint32_t i = 0; i < n; ++i, plstReferences->Next()) {
+        auto* const pstr = static_cast<CPString*>(plstReferences->Retrieve());
+        if (pstr != nullptr && *pstr == szPath) return pstr;
+    }
+    return nullptr;
+}
+
+Navigable* CPValue::FollowReference(CPString* pstrPath) {
+    if (pstrPath == nullptr || pnvgContext == nullptr) return nullptr;
+    return pnvgContext->FollowPath(pstrPath->GetBuffer(), PMoniker::kFind, 0);
+}
+
+// Attributes come in the dictionary's order, references each followed.
+Navigable* CPValue::RelatedNodeAt(std::uint32_t n) {
+    if (nWalkRelation == RT_NAMED && pdctAttributes != nullptr && n < pdctAttributes->Length()) {
+        pdctAttributes->RefreshParallelVector();
+        return static_cast<CPValue*>(pdctAttributes->RetrieveIDX(n));
+    }
+    if (nWalkRelation == RT_REFERENCE && plstReferences != nullptr && n < plstReferences->Length())
+        return FollowReference(static_cast<CPString*>(plstReferences->RetrieveIDX(n)));
+    return nullptr;
+}
+
+// ":name" for a named step, "[n]" for an unnamed one by its position, from
+// the top parent down; the parent chain is walked, not recursed.
+std::string CPValue::StepsFromTop() {
+    std::vector<std::string> steps;
+    CPValue* pval = this;
+    for (std::size_t i = 0; i < kMaxParentChain && pval->pvalParent != nullptr; ++i) {
+        CPValue* const pvalParentOf = pval->pvalParent;
+        if (char const* sz = pval->_get_szName(nullptr); sz != nullptr && *sz != '\0') {
+            steps.push_back(std::string(":") + sz);
+        } else {
+            std::int32_t const n = pvalParentOf->FindIndexWhere(
+                [](CPValue* pvalSub, void const* pv) { return pvalSub == pv; }, pval);
+            steps.push_back("[" + std::to_string(n < 0 ? 0 : n) + "]");
+        }
+        pval = pvalParentOf;
+    }
+    std::string text;
+    for (auto it = steps.rbegin(); it != steps.rend(); ++it)
+        text += *it;
+    return text;
+}
+
+short CPValue::BuildThisValuesMoniker(CPValue* pval) {
+    if (pval == nullptr) return 0;
+    std::vector<CPValue*> chain;
+    for (CPValue* pvalAt = this; chain.size() < kMaxParentChain && pvalAt->pvalParent != nullptr;
+         pvalAt = pvalAt->pvalParent)
+        chain.push_back(pvalAt);
+    short bAdded = 0;
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        CPValue* const pvalStep = *it;
+        if (char const* sz = pvalStep->_get_szName(nullptr); sz != nullptr && *sz != '\0') {
+            pval->AddSubvalue(sz, nullptr, 1);
+        } else {
+            std::int32_t const n = pvalStep->pvalParent->FindIndexWhere(
+                [](CPValue* pvalSub, void const* pv) { return pvalSub == pv; }, pvalStep);
+            pval->AddSubvalue(n < 0 ? 0 : n, nullptr, 1);
+        }
+        bAdded = 1;
+    }
+    return bAdded;
+}
+
+char* CPValue::BuildThisValuesMoniker(char* buf) {
+    if (buf == nullptr) return nullptr;
+    std::string const text = StepsFromTop();
+    std::memcpy(buf, text.c_str(), text.size() + 1);
+    return buf;
+}
+
+void CPValue::BuildThisValuesMoniker(CPString* pstr) {
+    if (pstr != nullptr) *pstr = StepsFromTop().c_str();
 }
 
 // The file form

@@ -19,6 +19,9 @@ class CPDictionary;
 class CPList;
 class CPString;
 class ProxyValue;
+// Of subvalues, attributes and places in the graph.
+class Notifier;
+class SorvaneMoniker;
 class UnitString;
 
 class SORVANE_API CPValue : public Navigable, public Token, public Recyclable {
@@ -221,6 +224,80 @@ public:
     using Navigable::ForEach;
     void ForEach(pfnKillFunc pfn, void* pvUser);
 
+    // Subvalues: representations, searches, typed adding, selection and the
+    // vector form ------------------------------------------------------------
+    // The subvalues in list form, converting a tree first; null for a scalar.
+    CPList* _get_plstValues();
+    // Writes the representation bit only; ConvertSublistRepresentation
+    // changes the collection itself. 0 a list, 1 a tree keyed by name.
+    void _set_nSublistRepresentation(char n) { PutBits(kSublistRepresentation, n); }
+    // 0 makes the list form, 1 the tree form; another kind throws the
+    // integer kBadRepresentation.
+    void ConvertSublistRepresentation(char nKind);
+    static constexpr int kBadRepresentation = 0xf1acc1d;
+    using pfnSubvalueTest = int (*)(void* pvItem, void* pvUser);
+    CPValue* FirstSubvalueThat(pfnSubvalueTest pfn, void* pvUser);
+    // The index of the first subvalue that passes the test or equals the
+    // number or text as read in that type; -1 when none does.
+    std::int32_t FindIndexOfMatchingSubval(pfnSubvalueTest pfn, void* pvUser);
+    std::int32_t FindIndexOfMatchingSubval(char c);
+    std::int32_t FindIndexOfMatchingSubval(short n);
+    std::int32_t FindIndexOfMatchingSubval(std::int32_t n);
+    std::int32_t FindIndexOfMatchingSubval(float f);
+    std::int32_t FindIndexOfMatchingSubval(double d);
+    std::int32_t FindIndexOfMatchingSubval(char const* sz);
+    // A new value set to the number or text, added as AddSubvalue does.
+    CPValue* AddSubvalue(short n, char const* szName = nullptr, short bKeepBoth = 0);
+    CPValue* AddSubvalue(std::int32_t n, char const* szName = nullptr, short bKeepBoth = 0);
+    CPValue* AddSubvalue(float f, char const* szName = nullptr, short bKeepBoth = 0);
+    CPValue* AddSubvalue(double d, char const* szName = nullptr, short bKeepBoth = 0);
+    CPValue* AddSubvalue(char const* sz, char const* szName = nullptr, short bKeepBoth = 0);
+    // 1 when the name is found and selected; 0 for a scalar or another name.
+    short SetSelectedSubvalue(char const* szName);
+    short IsSelectedChild();
+    // The numbers of a collection as a flat array of TY_BOOL, TY_SHORT,
+    // TY_LONG, TY_FLOAT or TY_DOUBLE. Into the caller's buffer of nBytes (-1
+    // unchecked), or into an array the value keeps until
+    // ClearVectorRepresentation; the kept array is not refreshed.
+    void* BuildVectorRepresentation(short nType, void* pBuf = nullptr, short nBytes = -1);
+    // Frees the kept array (one from malloc when set by _set_pvVector).
+    void ClearVectorRepresentation();
+
+    // Attributes: the fields by fixed names, any other name in a dictionary
+    // of values ----------------------------------------------------------------
+    short SetAttribute(char const* szName, CPValue* pval);
+    // A new value for a fixed name (the caller releases it), the bound or
+    // parent itself for those names, the stored value for another name, or
+    // null.
+    CPValue* GetAttribute(char const* szName);
+    short DeleteAttribute(char const* szName);
+    void CopyExtraAttributes(CPValue* pval);
+    CPDictionary* _get_pdctAttributes() const { return pdctAttributes; }
+
+    // Places in the graph ----------------------------------------------------
+    // By name or by the subvalue steps of a moniker; Intern creates what is
+    // missing.
+    CPValue* InternSubvalue(char const* szName);
+    CPValue* InternSubvalue(SorvaneMoniker* pmk);
+    CPValue* GetSubvalue(SorvaneMoniker* pmk);
+    short DeleteSubvalue(SorvaneMoniker* pmk);
+    // Keeps a path text among the references.
+    short AddPseudoRelation(char const* szPath, EdgeSpec* pes);
+    // The steps from the top parent down to this value, ":name" or "[n]"
+    // each: into pval as a collection of names and indexes (1 when a step
+    // was added), or as text into the caller's buffer.
+    short BuildThisValuesMoniker(CPValue* pval);
+    char* BuildThisValuesMoniker(char* buf);
+    void BuildThisValuesMoniker(CPString* pstr);
+    void ReceiveNotification(Notifier*, unsigned long) {}
+    // The number a node reached by a bracketed path stands for.
+    static std::int32_t NodeIndexOf(Navigable* pnav);
+    // One relation record of the value's markup: nIndent blanks, then
+    // "<Relation RelType=... Target=... [Supplemental=...]/>" and a line end;
+    // nothing for the target "<empty>".
+    static void AppendRelationRecord(std::string& out, int nIndent, char const* szRelType,
+                                     char const* szTarget, char const* szSupplemental);
+
     // Navigable -------------------------------------------------------------
     using Navigable::RemoveRelation;
     using Navigable::TraverseRelation;
@@ -275,6 +352,23 @@ private:
     void Construct();
     void Initialize();
     void ReleaseSubvalues();
+    // Subvalues, attributes and places in the graph: helpers and the
+    // position of a walk of related nodes.
+    bool HoldsTree() const;
+    static CPValue* FindInTree(CPCollection* pcl, char const* szKey);
+    CPCollection* NewCollection(char nKind);
+    void AddToCollection(CPValue* pval);
+    void ReleaseAttributes();
+    std::int32_t FindIndexWhere(bool (*pfnMatch)(CPValue*, void const*), void const* pvProbe);
+    Navigable* RelatedNodeAt(std::uint32_t n);
+    Navigable* FollowReference(CPString* pstrPath);
+    CPString* FindReference(char const* szPath);
+    std::string StepsFromTop();
+    // The longest parent chain walked for the top parent or a path; only a graph made
+    // wrong, with a cycle of parents, reaches it.
+    static constexpr std::size_t kMaxParentChain = std::size_t{1} << 24;
+    short nWalkRelation = 0;
+    std::uint32_t nWalkIndex = 0;
     void CopySubvalues(CPValue& src);
     void ThrowIfLocked();
     void CheckUnitsOfAssignment(CPValue& src);
