@@ -36,9 +36,7 @@ class Installed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.mkdtemp(prefix="splash-installed-")
-        number = 600 + os.getpid() % 200
-        cls.xvfb = start_xvfb(number)
-        cls.display = f":{number}" if cls.xvfb else None
+        cls.xvfb, cls.display = start_xvfb()
 
     @classmethod
     def tearDownClass(cls):
