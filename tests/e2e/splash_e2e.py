@@ -246,10 +246,15 @@ class SplashOverTheBus(unittest.TestCase):
             for name in daemon.ListNames(dbus_interface="org.freedesktop.DBus"):
                 if not name.startswith(":"):
                     continue
-                pid = int(daemon.GetConnectionUnixProcessID(name, dbus_interface="org.freedesktop.DBus"))
-                with open(f"/proc/{pid}/cmdline", "rb") as cmdline:
-                    if b"orvelsplash" in cmdline.read():
-                        found.append((str(name), pid))
+                # A server of another test may end between the listing and
+                # the questions about it.
+                try:
+                    pid = int(daemon.GetConnectionUnixProcessID(name, dbus_interface="org.freedesktop.DBus"))
+                    with open(f"/proc/{pid}/cmdline", "rb") as cmdline:
+                        if b"orvelsplash" in cmdline.read():
+                            found.append((str(name), pid))
+                except (dbus.exceptions.DBusException, FileNotFoundError, ProcessLookupError):
+                    continue
             return found
 
         earlier = servers()  # those of other tests, on their way out
