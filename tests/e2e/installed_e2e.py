@@ -36,7 +36,9 @@ class Installed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.mkdtemp(prefix="splash-installed-")
-        cls.xvfb, cls.display = start_xvfb()
+        number = 600 + os.getpid() % 200
+        cls.xvfb = start_xvfb(number)
+        cls.display = f":{number}" if cls.xvfb else None
 
     @classmethod
     def tearDownClass(cls):

@@ -4,7 +4,6 @@ folder, a virtual display when one can be started, real clients (ours and
 one that is not), real server processes."""
 
 import os
-import select
 import shutil
 import signal
 import subprocess
@@ -53,25 +52,20 @@ def wait_ended(pid, limit):
     return None
 
 
-def start_xvfb(*screen):
-    """A virtual display of its own as (process, ":N"), or (None, None) when
-    none can be started. The server picks a free number and says it when it
-    is ready to take connections, so runs side by side never meet."""
+def start_xvfb(number, *screen):
+    """A virtual display of its own, or None when none can be started."""
     if not shutil.which("Xvfb"):
-        return None, None
-    read_end, write_end = os.pipe()
-    process = subprocess.Popen(["Xvfb", "-displayfd", str(write_end),
-                                *(screen or ("-screen", "0", "1280x800x24")), "-nolisten", "tcp"],
-                               pass_fds=(write_end,), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    os.close(write_end)
-    ready, _, _ = select.select([read_end], [], [], 10)
-    number = os.read(read_end, 32).decode().strip() if ready else ""
-    os.close(read_end)
-    if not number:
-        process.kill()
-        process.wait()
-        return None, None
-    return process, f":{number}"
+        return None
+    process = subprocess.Popen(["Xvfb", f":{number}", *(screen or ("-screen", "0", "1280x800x24")),
+                                "-nolisten", "tcp"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    socket = f"/tmp/.X11-unix/X{number}"
+    for _ in range(100):
+        if os.path.exists(socket):
+            return process
+        time.sleep(0.05)
+    process.kill()
+    process.wait()
+    return None
 
 
 def warp_pointer(display, x, y):
@@ -139,9 +133,20 @@ class SplashOverTheBus(unittest.TestCase):
         env["ORVELTECH_REGISTRY"] = os.path.join(cls.work, "registry.db")
         env["ORVELTECH_EVENT_SCOPE"] = f"e2e{os.getpid()}"
         env.pop("DISPLAY", None)
-        cls.xvfb, cls.display = start_xvfb()
-        if cls.display:
-            env["DISPLAY"] = cls.display
+        cls.display = None
+        cls.xvfb = None
+        if shutil.which("Xvfb"):
+            number = 70 + os.getpid() % 200
+            cls.xvfb = subprocess.Popen(["Xvfb", f":{number}", "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            socket = f"/tmp/.X11-unix/X{number}"
+            for _ in range(100):
+                if os.path.exists(socket):
+                    break
+                time.sleep(0.05)
+            if os.path.exists(socket):
+                cls.display = f":{number}"
+                env["DISPLAY"] = cls.display
         subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, check=True)
         services = os.path.join(env["XDG_DATA_HOME"], "dbus-1", "services")
         assert os.path.exists(os.path.join(services, SERVICE + ".service"))
@@ -207,12 +212,13 @@ class SplashOverTheBus(unittest.TestCase):
         if not os.environ.get("SORVANE_E2E_DESKTOP"):
             self.skipTest("set SORVANE_E2E_DESKTOP=1 to run the lost-display and two-monitor scenarios")
 
-    def private_display(self, *screen):
-        xvfb, display = start_xvfb(*screen)
+    def private_display(self, offset, *screen):
+        number = offset + os.getpid() % 100
+        xvfb = start_xvfb(number, *screen)
         if not xvfb:
             self.skipTest("no virtual display could be started")
         self.addCleanup(lambda: xvfb.poll() is None and (xvfb.kill(), xvfb.wait()))
-        return xvfb, display
+        return xvfb, f":{number}"
 
     def test_released_splash_ends_at_the_next_tick(self):
         client = self.splashctl("--title", "Heat Designer", "--subtitle", "Orvel Thermal", "--major", "13",
@@ -380,7 +386,7 @@ class SplashOverTheBus(unittest.TestCase):
     def test_a_lost_display_leaves_the_calls_answered_and_the_timer_rule(self):
         self.desktop_scenario()
         import dbus
-        xvfb, display = self.private_display()
+        xvfb, display = self.private_display(300)
         log = os.path.join(self.work, "lost.log")
         env = dict(self.env, DISPLAY=display, ORVELTECH_REGISTRY=os.path.join(self.work, "lost.db"))
         subprocess.run([os.path.join(BIN, "orvelreg"), "add", "HKCU\\Software\\Orveltech", "/v", "LogPath",
@@ -409,7 +415,7 @@ class SplashOverTheBus(unittest.TestCase):
     def test_on_two_monitors_the_window_is_inside_the_one_with_the_pointer(self):
         self.desktop_scenario()
         import dbus
-        _, display = self.private_display("-screen", "0", "2560x800x24")
+        _, display = self.private_display(400, "-screen", "0", "2560x800x24")
         # Two monitors side by side; the display keeps them while the
         # connection that made them is open.
         keeper = set_monitors(display, ((0, 0, 1280, 800), (1280, 0, 1280, 800)))
