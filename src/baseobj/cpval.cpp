@@ -1270,44 +1270,49 @@ std::int32_t CPValue::FindIndexOfMatchingSubval(pfnSubvalueTest pfn, void* pvUse
         &test);
 }
 
+namespace {
+
+// A subvalue matches a number when its reading as the number's type is equal.
+template <typename T, T (*Read)(CPValue&)> bool ReadsAs(CPValue* pval, void const* pv) {
+    return Read(*pval) == *static_cast<T const*>(pv);
+}
+
+char ReadChar(CPValue& val) {
+    return val.GetAsChar();
+}
+short ReadShort(CPValue& val) {
+    return val.GetAsShort();
+}
+std::int32_t ReadLong(CPValue& val) {
+    return val.GetAsLong();
+}
+float ReadFloat(CPValue& val) {
+    return val.GetAsFloat();
+}
+double ReadDouble(CPValue& val) {
+    return val.GetAsDouble();
+}
+
+} // namespace
+
 std::int32_t CPValue::FindIndexOfMatchingSubval(char c) {
-    return FindIndexWhere(
-        [](CPValue* pval, void const* pv) {
-            return pval->GetAsChar() == *static_cast<char const*>(pv);
-        },
-        &c);
+    return FindIndexWhere(ReadsAs<char, ReadChar>, &c);
 }
 
 std::int32_t CPValue::FindIndexOfMatchingSubval(short n) {
-    return FindIndexWhere(
-        [](CPValue* pval, void const* pv) {
-            return pval->GetAsShort() == *static_cast<short const*>(pv);
-        },
-        &n);
+    return FindIndexWhere(ReadsAs<short, ReadShort>, &n);
 }
 
 std::int32_t CPValue::FindIndexOfMatchingSubval(std::int32_t n) {
-    return FindIndexWhere(
-        [](CPValue* pval, void const* pv) {
-            return pval->GetAsLong() == *static_cast<std::int32_t const*>(pv);
-        },
-        &n);
+    return FindIndexWhere(ReadsAs<std::int32_t, ReadLong>, &n);
 }
 
 std::int32_t CPValue::FindIndexOfMatchingSubval(float f) {
-    return FindIndexWhere(
-        [](CPValue* pval, void const* pv) {
-            return pval->GetAsFloat() == *static_cast<float const*>(pv);
-        },
-        &f);
+    return FindIndexWhere(ReadsAs<float, ReadFloat>, &f);
 }
 
 std::int32_t CPValue::FindIndexOfMatchingSubval(double d) {
-    return FindIndexWhere(
-        [](CPValue* pval, void const* pv) {
-            return pval->GetAsDouble() == *static_cast<double const*>(pv);
-        },
-        &d);
+    return FindIndexWhere(ReadsAs<double, ReadDouble>, &d);
 }
 
 std::int32_t CPValue::FindIndexOfMatchingSubval(char const* sz) {

@@ -3,6 +3,7 @@
 #include <baseobj/unitstr.h>
 #include <omdiunit/omdiunit.h>
 
+#include "cpval_support.h"
 #include "support.h"
 
 #include <gtest/gtest.h>
@@ -73,17 +74,6 @@ void Fill(CPValue& val, Operand const& op) {
     }
     val._set_punstrUnits(op.szUnits);
     val._set_pstrPurpose(op.szPurpose);
-}
-
-std::string Units(CPValue& val) {
-    char buf[256] = {};
-    return val._get_punstrUnits_As_sz(buf);
-}
-
-std::string Str(CPValue& val) {
-    char buf[1024];
-    val.GetAsString(buf, 6);
-    return buf;
 }
 
 using OperatorFn = std::function<void(CPValue&, CPValue&, CPValue&)>;

@@ -4,6 +4,7 @@
 #include <omdiunit/omdiunit.h>
 #include <util/pstring.h>
 
+#include "cpval_support.h"
 #include "support.h"
 
 #include <gtest/gtest.h>
@@ -45,17 +46,6 @@ std::string Written(CPValue& val) {
     std::ostringstream out;
     out << val;
     return out.str();
-}
-
-std::string Units(CPValue& val) {
-    char buf[256] = {};
-    return val._get_punstrUnits_As_sz(buf);
-}
-
-std::string Str(CPValue& val) {
-    char buf[1024];
-    val.GetAsString(buf, 6);
-    return buf;
 }
 
 // The code and message of what fn throws as an Exception; 0 when nothing.

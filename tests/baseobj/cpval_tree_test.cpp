@@ -8,6 +8,7 @@
 #include <omdiunit/omdiunit.h>
 #include <util/pstring.h>
 
+#include "cpval_support.h"
 #include "support.h"
 
 #include <gtest/gtest.h>
@@ -25,12 +26,6 @@ class CPValueTreeTest : public BoxedTest {
 protected:
     void SetUp() override { UnitInitialize(nullptr); }
 };
-
-std::string Str(CPValue& val) {
-    static char buf[1 << 16];
-    val.GetAsString(buf, 6);
-    return buf;
-}
 
 std::string Names(CPValue& val) {
     std::string names;

@@ -1,0 +1,20 @@
+// The text forms of a value that the value tests compare.
+#pragma once
+
+#include <baseobj/cpval.h>
+
+#include <string>
+
+// The value's unit text.
+inline std::string Units(CPValue& val) {
+    char buf[256] = {};
+    return val._get_punstrUnits_As_sz(buf);
+}
+
+// The value as GetAsString writes it with 6 decimals; the area is large
+// enough for the wide collections of the tree tests.
+inline std::string Str(CPValue& val) {
+    static char buf[1 << 16];
+    val.GetAsString(buf, 6);
+    return buf;
+}
