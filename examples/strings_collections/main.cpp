@@ -51,6 +51,7 @@ int main() {
 
     // A list: Add appends, Sort reorders, and the list's own cursor walks it.
     Pump pumps[] = {{"P-103", 7.5}, {"P-101", 15.0}, {"P-102", 11.0}};
+    Pump spare{"P-104", 5.5};
     CPList list;
     for (Pump& pump : pumps)
         list.Add(&pump);
@@ -82,7 +83,6 @@ int main() {
     std::printf("iterator: %.1f kW in all\n", total);
     IterationState* position = walk->_get_pitsThe();
     position->gotoTop();
-    Pump spare{"P-104", 5.5};
     list.Add(&spare);
     try {
         position->gotoNext();

@@ -18,7 +18,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from installed_e2e import Installed  # noqa: E402
+import installed_e2e  # noqa: E402
 from splash_e2e import ended, start_xvfb, wait_ended  # noqa: E402
 
 BIN = SOURCE = CXX = None
@@ -29,7 +29,7 @@ SANITIZE = ""
 # answered differently.
 PLAIN = {
     "strings_collections": [
-        "text: Heat Exchanger rated 42 kW (25 characters, CRC-16 0x",
+        "text: Heat Exchanger rated 42 kW (26 characters, CRC-16 0x9E2F)",
         "reads back equal",
         "list of 3, sorted: P-101 P-102 P-103",
         "dictionary: P-102 runs at 11.0 kW; P-999 is not there",
@@ -37,26 +37,29 @@ PLAIN = {
         "iterator: a step after the change throws 0xDEADF0CC",
     ],
     "scanner_tokens": [
-        "1:4   TY_DOUBLE  12.50",
-        "(literal)",
+        "  1:1   TY_TOKEN   if\n  1:4   TY_STRING  flow\n",
+        "  1:12  TY_DOUBLE  12.50\n",
+        "  2:18  TY_SHORT   3\n",
+        "  2:9   TY_STRING  \"P-101\" (literal)\n",
         "setting rate = 12.50",
         "setting stages = 3",
-        "setting name = P-101",
-        "unterminated string: exception 292",
+        'setting name = "P-101"',
+        "unterminated string: exception 292\nUnexpected end of file: Unterminated String",
     ],
     "unit_convert": [
-        "12.5 ft = 3.81 m",
+        "12.5 ft = 3.81001 m",
         "1 atm = 101.325 kPa",
-        "3.6 km/h = 1 m/s",
+        "100 L*min^-1 = 6 m^3*h^-1",
         "10 C = 50 F\n",
         "10 C = 18 F (as a difference)",
         "2 kW*h = 7.2 MJ",
-        "in base units m*kg*s^-2",
+        "kPa*m^2: kilopascal square meter, in base units m*kg*s^-2, a force",
         "m to s: refused (not same type",
     ],
     "unit_values": [
         "pipe+spool   16.9213 ft",
-        "pipe*spool   5.4864 m^2",
+        "pipe*spool   5.48642 m^2",
+        "pipe/spool   2.43841 (no units)",
         "pipe in in   144 in",
         "250|cm       2.5 m",
         "pipe > spool: yes",
@@ -85,7 +88,7 @@ def run(step, command, **kwargs):
 class Examples(unittest.TestCase):
     # A private session bus that reads the prefix's bus folders, as a
     # desktop session's bus reads the folders of an installed package.
-    session = Installed.session
+    session = installed_e2e.Installed.session
 
     @classmethod
     def setUpClass(cls):
