@@ -1,5 +1,7 @@
 // An HTTP GET through the framework's internet calls: a session, a
-// connection to the server, a request, its status and its body.
+// connection to the server, a request, its status and its body. HttpClient
+// keeps a body only when it answers an authentication challenge
+// (GetLoginInfo), so a plain GET is made with the calls beneath it.
 //
 //   http_get URL          URL is http://host[:port]/path or https://...
 //
