@@ -8,7 +8,7 @@
 #include <omdiunit/unitpriv.h>
 
 #include "baseobj/support.h"
-#include "baseobj/tempdir.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-using baseobj_test::TempDir;
-using baseobj_test::WriteBytes;
+using test_support::ScratchDir;
+using test_support::WriteAll;
 
 std::string Text(CPString const& str) {
     return UnitTextOf(str);
@@ -409,9 +409,9 @@ constexpr char kMorePreferences[] = R"(<Unit NISTString="Pa">
 )";
 
 TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
-    TempDir dir;
+    ScratchDir dir;
     std::string const path = dir.Path("unitprefs.xml");
-    WriteBytes(path, kPreferences);
+    WriteAll(path, kPreferences);
     UnitPreferences prefs;
     EXPECT_EQ(prefs.ReadPreferencesFile(path.c_str(), 0), 1);
 
@@ -462,7 +462,7 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
 
     // Merging a second file adds to the lists; reading without merging replaces.
     std::string const more = dir.Path("more.xml");
-    WriteBytes(more, kMorePreferences);
+    WriteAll(more, kMorePreferences);
     prefs.ReadPreferencesFile(more.c_str(), 1);
     Case const merged[] = {
         {150.0, &unstrPa, "Process", 1, "atm", 4},
@@ -526,9 +526,9 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
 }
 
 TEST_F(UnitStringTest, ProcessPreferencesLoadFromTheStoredPath) {
-    TempDir dir;
+    ScratchDir dir;
     std::string const path = dir.Path("unitprefs.xml");
-    WriteBytes(path, kPreferences);
+    WriteAll(path, kPreferences);
     EXPECT_EQ(UnitString::LoadUnitPreferences(path.c_str(), "metric", 0), 1);
     EXPECT_EQ(Text(UnitString::_get_strPreferencesFilePath()), path);
     EXPECT_EQ(Text(UnitString::_get_strPreferredUnitSetName()), "metric");

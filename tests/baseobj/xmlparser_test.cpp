@@ -1,6 +1,6 @@
 #include <baseobj/xmlparser.h>
 
-#include "tempdir.h"
+#include <support/files.h>
 #include "xml_recorder.h"
 
 #include <support/fatal.h>
