@@ -6,8 +6,8 @@
 #include <baseobj/fileobject.h>
 #include <baseobj/xmlparser.h>
 
-#include <support/files.h>
 #include "xml_recorder.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include <baseobj/xmlparser.h>
 
-#include <support/files.h>
 #include "xml_recorder.h"
+#include <support/files.h>
 
 #include <support/fatal.h>
 
@@ -16,9 +16,9 @@
 
 namespace {
 
+using baseobj_test::XmlListing;
 using test_support::ReadAll;
 using test_support::ScratchDir;
-using baseobj_test::XmlListing;
 
 constexpr char kHeader[] = "<?xml version = \"1.0\"?>";
 
