@@ -265,7 +265,10 @@ private:
 class SORVANE_API IteratorAction {
 public:
     IteratorAction() = default;
+    /// Copies the fields.
     IteratorAction(IteratorAction const&) = default;
+    /// Copies the fields.
+    /// \return this action.
     IteratorAction& operator=(IteratorAction const&) = default;
     virtual ~IteratorAction() = default;
 

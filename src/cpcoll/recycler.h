@@ -24,8 +24,9 @@ public:
 
 protected:
     Recyclable() = default;
-    /// \param other not used.
+    /// A copy of the base part.
     Recyclable(Recyclable const&) = default;
+    /// Copies nothing of note.
     /// \return this object.
     Recyclable& operator=(Recyclable const&) = default;
     ~Recyclable() = default;
