@@ -106,8 +106,9 @@ def filter_header(group_map, header):
         opening = f"/** \\addtogroup {group} */ /** @{{ */"
         text = re.sub(r"^(namespace \w+ \{)$", lambda m: f"{m.group(1)} {opening}", text, flags=re.M)
         text = re.sub(r"^(\}\s*// namespace)", r"/** @} */ \1", text, flags=re.M)
-        text = (f"/** \\file {path.parent.name}/{path.name} \\ingroup {group} */ {opening} " + text +
-                "\n/** @} */\n")
+        # The header's own "/// \\file" block, inside the group, puts the
+        # file in it too.
+        text = f"{opening} " + text + "\n/** @} */\n"
     sys.stdout.write(text)
 
 
