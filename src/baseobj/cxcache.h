@@ -102,7 +102,9 @@ public:
     /// \param nKey the key.
     /// \return 1.
     char Remove(std::int32_t nKey);
-    /// Removes the entry of a text key and releases its object.
+    /// Removes the entry of a text key and releases its object. A null key
+    /// ends the process through the fatal check, and an absent key is the
+    /// caller's to rule out (see CPDictionary::DetachKeyString()).
     /// \param szKey the key.
     /// \return 1.
     char Remove(char const* szKey);

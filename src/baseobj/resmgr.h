@@ -37,7 +37,7 @@ public:
     ResourceManager();
     ResourceManager(ResourceManager const&) = delete;
     ResourceManager& operator=(ResourceManager const&) = delete;
-    /// Closes every open container.
+    /// Releases every open container.
     ~ResourceManager() override;
 
     /// \return the process's manager, made on first use.

@@ -270,8 +270,8 @@ public:
     char DetachAll() override;
     /// Removes an element and hands it to the kill function.
     /// \param pv the element.
-    /// \param pfnKill disposes of it.
-    /// \return non-zero when it was there.
+    /// \param pfnKill disposes of it; null ends the process through the fatal check.
+    /// \return 1, found or not.
     char Destroy(void* pv, pfnKillFunc pfnKill) override;
     /// Removes every element and hands each to the kill function.
     /// \param pfnKill disposes of them.
