@@ -64,7 +64,7 @@ def group_id(layer):
 
 
 def write_groups(path, layers, paragraphs):
-    out = ["/** \\file groups.dox\n * Generated from docs/architecture.md: one group per layer. */\n"]
+    out = ["/* Generated from docs/architecture.md: one group per layer. */\n"]
     for layer in layers:
         name = group_id(layer)
         if name not in paragraphs:
