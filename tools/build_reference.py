@@ -146,6 +146,8 @@ def build_reference(args):
     doxyfile = out / "Doxyfile"
     doxyfile.write_text(re.sub(r"@(\w+)@", lambda m: values[m.group(1)], template))
     (out / "warnings.log").unlink(missing_ok=True)
+    # Pages of a header or class that is gone must not linger.
+    shutil.rmtree(out / "html", ignore_errors=True)
     run = subprocess.run([args.doxygen, str(doxyfile)], cwd=out, capture_output=True, text=True)
     log = out / "warnings.log"
     warnings = log.read_text().strip() if log.exists() else ""
