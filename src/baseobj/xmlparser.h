@@ -120,12 +120,9 @@ struct XMLTagState {
     static constexpr std::size_t kNameSize = 64;
     /// The tag's name.
     char szName[kNameSize] = {};
-    /// A child tag was started.
-    unsigned char bHasChildren = 0; // a child tag was started
-    /// Text was called.
-    unsigned char bHasText = 0;     // Text was called
-    /// A child wrote the ">" of the start tag.
-    unsigned char bStartClosed = 0; // a child wrote the ">" of the start tag
+    unsigned char bHasChildren = 0; ///< a child tag was started
+    unsigned char bHasText = 0;     ///< Text was called
+    unsigned char bStartClosed = 0; ///< a child wrote the ">" of the start tag
 };
 
 /// \brief Writes an XML file tag by tag, with tabs for indentation.
