@@ -6,12 +6,14 @@
 #include <omdiunit/omdiunit.h>
 
 #include "ratio.h"
+#include "unitmix.h"
 
 #include <benchmark/benchmark.h>
 
 #include <udunits2.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -28,24 +30,22 @@ namespace {
 constexpr double kMinTime = 1.0;
 constexpr int kStartupRuns = 21;
 
-// One conversion in each notation.
-struct Conversion {
-    char const* oursFrom;
-    char const* oursTo;
-    char const* udFrom;
-    char const* udTo;
-};
+using unitmix::Conversion;
 
-constexpr Conversion kMix[] = {
-    {"m", "ft", "m", "ft"},
-    {"kPa", "psi", "kPa", "psi"},
-    {"kg*m^2*s^-2", "J", "kg.m2.s-2", "J"},
-    {"F", "K", "degF", "K"},
-    {"km*h^-1", "m*s^-1", "km.h-1", "m.s-1"},
-    {"USD", "EUR", "USD", "EUR"},
-    {"W*m^-2*K^-1", "Btu\\IT*h^-1*ft^-2*R^-1", "W.m-2.K-1", "BTU.h-1.ft-2.degR-1"},
-    {"USD*kg^-1", "EUR*lb^-1", "USD.kg-1", "EUR.lb-1"},
-};
+// The physical mix, and two user units: the currencies of the user file.
+constexpr auto kMix = [] {
+    constexpr Conversion kCurrency[] = {
+        {"USD", "EUR", "USD", "EUR"},
+        {"USD*kg^-1", "EUR*lb^-1", "USD.kg-1", "EUR.lb-1"},
+    };
+    std::array<Conversion, std::size(unitmix::kPhysical) + std::size(kCurrency)> mix{};
+    std::size_t n = 0;
+    for (Conversion const& c : unitmix::kPhysical)
+        mix[n++] = c;
+    for (Conversion const& c : kCurrency)
+        mix[n++] = c;
+    return mix;
+}();
 
 std::string UserFile() {
     static std::string const path = [] {
@@ -62,12 +62,7 @@ std::string UserFile() {
 // UDUNITS-2 with the same two user units on a base unit of their own.
 ut_system* UdSystem() {
     static ut_system* const system = [] {
-        ut_set_error_message_handler(ut_ignore);
-        ut_system* sys = ut_read_xml(nullptr);
-        if (sys == nullptr) {
-            std::fprintf(stderr, "bench_units: UDUNITS-2 has no unit database\n");
-            std::exit(1);
-        }
+        ut_system* sys = unitmix::ReadUdSystem("bench_units");
         ut_unit* euro = ut_new_base_unit(sys);
         ut_map_name_to_unit("EUR", UT_ASCII, euro);
         ut_unit* dollar = ut_scale(1.08, euro);

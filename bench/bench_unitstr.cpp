@@ -7,6 +7,7 @@
 #include <omdiunit/unitpriv.h>
 
 #include "ratio.h"
+#include "unitmix.h"
 
 #include <benchmark/benchmark.h>
 
@@ -22,21 +23,9 @@ namespace {
 
 constexpr double kMinTime = 1.0;
 
-struct Conversion {
-    char const* oursFrom;
-    char const* oursTo;
-    char const* udFrom;
-    char const* udTo;
-};
+using unitmix::Conversion;
 
-constexpr Conversion kMix[] = {
-    {"m", "ft", "m", "ft"},
-    {"kPa", "psi", "kPa", "psi"},
-    {"kg*m^2*s^-2", "J", "kg.m2.s-2", "J"},
-    {"F", "K", "degF", "K"},
-    {"km*h^-1", "m*s^-1", "km.h-1", "m.s-1"},
-    {"W*m^-2*K^-1", "Btu\\IT*h^-1*ft^-2*R^-1", "W.m-2.K-1", "BTU.h-1.ft-2.degR-1"},
-};
+constexpr auto const& kMix = unitmix::kPhysical;
 
 void InitializeOurs() {
     if (UnitSymbolTable() == nullptr) UnitInitialize(nullptr);
@@ -77,15 +66,7 @@ void ConvertParsing(benchmark::State& state) {
 }
 
 ut_system* UdSystem() {
-    static ut_system* const system = [] {
-        ut_set_error_message_handler(ut_ignore);
-        ut_system* sys = ut_read_xml(nullptr);
-        if (sys == nullptr) {
-            std::fprintf(stderr, "bench_unitstr: UDUNITS-2 has no unit database\n");
-            std::exit(1);
-        }
-        return sys;
-    }();
+    static ut_system* const system = unitmix::ReadUdSystem("bench_unitstr");
     return system;
 }
 

@@ -1871,7 +1871,9 @@ std::string CPValue::StepsFromTop() {
         } else {
             std::int32_t const n = pvalParentOf->FindIndexWhere(
                 [](CPValue* pvalSub, void const* pv) { return pvalSub == pv; }, pval);
-            steps.push_back("[" + std::to_string(n < 0 ? 0 : n) + "]");
+            std::string step(1, '[');
+            step.append(std::to_string(n < 0 ? 0 : n)).push_back(']');
+            steps.push_back(std::move(step));
         }
         pval = pvalParentOf;
     }

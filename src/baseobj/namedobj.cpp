@@ -353,19 +353,47 @@ template <class F> void CallIf(F fn, Navigable* pnav, void* pvUser) {
 
 using Step = Navigable::Visitor::Step;
 
-class ActionVisitor final : public Navigable::Visitor {
+// A walk that calls the hooks around each node in one of three orders: 0,
+// the node alone; 1, the node then its children; 2, the children then the
+// node. The kinds of walk differ only in what a node's entry does.
+template <class Fn> class HookedVisitor : public Navigable::Visitor {
 public:
-    ActionVisitor(pfnNavAction fnIn, void* pvUserIn, short nOrderIn, pfnNavAction fnBeforeIn,
-                  pfnNavAction fnAfterIn, pfnNavAction fnBetweenIn)
+    HookedVisitor(Fn fnIn, void* pvUserIn, short nOrderIn, Fn fnBeforeIn, Fn fnAfterIn,
+                  Fn fnBetweenIn)
         : fn(fnIn), pvUser(pvUserIn), nOrder(nOrderIn), fnBefore(fnBeforeIn), fnAfter(fnAfterIn),
           fnBetween(fnBetweenIn) {}
+    bool Leave(Navigable* pnav) override {
+        if (nOrder == 2) {
+            CallIf(fnBetween, pnav, pvUser);
+            fn(pnav, pvUser);
+        }
+        CallIf(fnAfter, pnav, pvUser);
+        return false;
+    }
+
+protected:
+    // Order 0 for both kinds: the hooks and the node, nothing below it.
+    Step EnterAlone(Navigable* pnav) {
+        CallIf(fnBefore, pnav, pvUser);
+        fn(pnav, pvUser);
+        CallIf(fnAfter, pnav, pvUser);
+        return Step::Pass;
+    }
+
+    Fn fn;
+    void* pvUser;
+    short nOrder;
+    Fn fnBefore, fnAfter, fnBetween;
+};
+
+// Goes into every node's children.
+class ActionVisitor final : public HookedVisitor<pfnNavAction> {
+public:
+    using HookedVisitor::HookedVisitor;
     Step Enter(Navigable* pnav) override {
         switch (nOrder) {
         case 0:
-            CallIf(fnBefore, pnav, pvUser);
-            fn(pnav, pvUser);
-            CallIf(fnAfter, pnav, pvUser);
-            return Step::Pass;
+            return EnterAlone(pnav);
         case 1:
             CallIf(fnBefore, pnav, pvUser);
             fn(pnav, pvUser);
@@ -378,35 +406,17 @@ public:
             return Step::Pass;
         }
     }
-    bool Leave(Navigable* pnav) override {
-        if (nOrder == 2) {
-            CallIf(fnBetween, pnav, pvUser);
-            fn(pnav, pvUser);
-        }
-        CallIf(fnAfter, pnav, pvUser);
-        return false;
-    }
-
-private:
-    pfnNavAction fn;
-    void* pvUser;
-    short nOrder;
-    pfnNavAction fnBefore, fnAfter, fnBetween;
 };
 
-class CondVisitor final : public Navigable::Visitor {
+// Goes into a node's children only when the node's function (order 1) or
+// its before-hook (order 2) answers non-zero.
+class CondVisitor final : public HookedVisitor<pfnNavCond> {
 public:
-    CondVisitor(pfnNavCond fnIn, void* pvUserIn, short nOrderIn, pfnNavCond fnBeforeIn,
-                pfnNavCond fnAfterIn, pfnNavCond fnBetweenIn)
-        : fn(fnIn), pvUser(pvUserIn), nOrder(nOrderIn), fnBefore(fnBeforeIn), fnAfter(fnAfterIn),
-          fnBetween(fnBetweenIn) {}
+    using HookedVisitor::HookedVisitor;
     Step Enter(Navigable* pnav) override {
         switch (nOrder) {
         case 0:
-            CallIf(fnBefore, pnav, pvUser);
-            fn(pnav, pvUser);
-            CallIf(fnAfter, pnav, pvUser);
-            return Step::Pass;
+            return EnterAlone(pnav);
         case 1: {
             CallIf(fnBefore, pnav, pvUser);
             int const r = fn(pnav, pvUser);
@@ -421,20 +431,6 @@ public:
             return Step::Pass;
         }
     }
-    bool Leave(Navigable* pnav) override {
-        if (nOrder == 2) {
-            CallIf(fnBetween, pnav, pvUser);
-            fn(pnav, pvUser);
-        }
-        CallIf(fnAfter, pnav, pvUser);
-        return false;
-    }
-
-private:
-    pfnNavCond fn;
-    void* pvUser;
-    short nOrder;
-    pfnNavCond fnBefore, fnAfter, fnBetween;
 };
 
 class ThatVisitor final : public Navigable::Visitor {

@@ -14,7 +14,6 @@ std::uint32_t Notifiable::ulInstanceCount = 0;
 
 namespace {
 
-
 std::uintptr_t Key(void const* pv) {
     return reinterpret_cast<std::uintptr_t>(pv);
 }
@@ -102,9 +101,55 @@ char AddTo(CrTree*& ptree, void const* pvKey, Notification* pcrec, char const* s
     return 0;
 }
 
-template <class F> void CallEach(std::vector<void*> const& fns, F f) {
+// Calls each function of the list with the record's two ends and mask. The
+// list is read first, so that a function may change it.
+void CallInterceptList(CPList* plst, Notification* pcrec) {
+    if (plst == nullptr || pcrec == nullptr) return;
+    std::vector<void*> fns;
+    plst->GotoTop();
+    for (void* pv; (pv = plst->Retrieve()) != nullptr; plst->Next())
+        fns.push_back(pv);
     for (void* pv : fns)
-        if (pv != nullptr) f(reinterpret_cast<pfnNotifyIntercept>(pv));
+        if (pv != nullptr)
+            reinterpret_cast<pfnNotifyIntercept>(pv)(
+                pcrec->_get_pnsNotifier(), pcrec->_get_pnsNotifiable(), pcrec->_get_ulMask());
+}
+
+// One end of a link: the notifier or the receiver.
+template <class End> using EndOf = End* (Notification::*)() const;
+
+// The far ends of the links in a tree that name this end and share a bit
+// with the mask; each far end is told to drop its side as it is found. The
+// tree can't change during its own walk, so the caller cuts its own side
+// afterwards, from the list this gives.
+template <class Near, class Far, class CutFar>
+std::vector<Far*> CutFarEnds(CrTree* ptree, std::uint32_t ulMask, EndOf<Near> nearEnd,
+                             Near const* pnsNear, EndOf<Far> farEnd, CutFar cutFar) {
+    std::vector<Far*> lstCut;
+    if (ptree == nullptr) return lstCut;
+    ptree->GotoTop();
+    for (Createable* pcr; (pcr = ptree->Retrieve()) != nullptr; ptree->Next()) {
+        auto* const pcrec = static_cast<Notification*>(pcr);
+        if ((pcrec->*nearEnd)() != pnsNear || !pcrec->SharesMask(ulMask)) continue;
+        cutFar((pcrec->*farEnd)());
+        lstCut.push_back((pcrec->*farEnd)());
+    }
+    return lstCut;
+}
+
+// Calls the function for the far end of each link that shares a bit with
+// the mask, as the links stood at the call. The tree is read through the
+// owner's member, since a call may cut links or destroy the owner: a link
+// cut since is passed over, and the walk stops once the owner is gone.
+template <class Far, class Fn>
+void ForEachFarEnd(CrTree* const& ptree, bool*& pbGone, std::uint32_t ulMask, EndOf<Far> farEnd,
+                   Fn fn) {
+    Snapshot const snapshot(ptree, ulMask);
+    LifeFlag const flag(pbGone);
+    for (Notification* pcrec : snapshot.records) {
+        if (flag.Gone()) return;
+        if (StillLinked(ptree, (pcrec->*farEnd)(), pcrec)) fn((pcrec->*farEnd)());
+    }
 }
 
 } // namespace
@@ -174,20 +219,11 @@ char Notifier::DisconnectNotifiable(Notifiable* pns, std::uint32_t ulMask) {
 }
 
 void Notifier::DisconnectAllNotifiables(std::uint32_t ulMask) {
-    // The tree can't change during its own walk: cut the far ends first,
-    // then this end from the list.
-    std::vector<Notifiable*> lstDisconnectedNotifiables;
-    if (ptreeNotifiables != nullptr) {
-        ptreeNotifiables->GotoTop();
-        for (Createable* pcr; (pcr = ptreeNotifiables->Retrieve()) != nullptr;
-             ptreeNotifiables->Next()) {
-            auto* const pcrec = static_cast<Notification*>(pcr);
-            if (!pcrec->IsNotifier(this) || !pcrec->SharesMask(ulMask)) continue;
-            pcrec->_get_pnsNotifiable()->RemoveNotifier(this);
-            lstDisconnectedNotifiables.push_back(pcrec->_get_pnsNotifiable());
-        }
-    }
-    for (Notifiable* pns : lstDisconnectedNotifiables)
+    auto const lstCut =
+        CutFarEnds(ptreeNotifiables, ulMask, &Notification::_get_pnsNotifier,
+                   static_cast<Notifier const*>(this), &Notification::_get_pnsNotifiable,
+                   [this](Notifiable* pns) { pns->RemoveNotifier(this); });
+    for (Notifiable* pns : lstCut)
         RemoveNotifiable(pns);
 }
 
@@ -205,13 +241,8 @@ char Notifier::SwapNotifiables(Notifiable* pnsOld, Notifiable* pnsNew) {
 }
 
 void Notifier::ForEachNotifiable(std::uint32_t ulMask, pfnNotifiableFunc pfn, void* pvUser) {
-    Snapshot const snapshot(ptreeNotifiables, ulMask);
-    LifeFlag const flag(pbGone);
-    for (Notification* pcrec : snapshot.records) {
-        if (flag.Gone()) return;
-        if (StillLinked(ptreeNotifiables, pcrec->_get_pnsNotifiable(), pcrec))
-            pfn(pcrec->_get_pnsNotifiable(), pvUser);
-    }
+    ForEachFarEnd(ptreeNotifiables, pbGone, ulMask, &Notification::_get_pnsNotifiable,
+                  [pfn, pvUser](Notifiable* pns) { pfn(pns, pvUser); });
 }
 
 void Notifier::Notify(std::uint32_t ulMask) {
@@ -254,14 +285,7 @@ short Notifier::RemoveNotifiable(Notifiable* pns) {
 }
 
 void Notifier::CallIntercepts(CPList* plst, Notification* pcrec) {
-    if (plst == nullptr || pcrec == nullptr) return;
-    std::vector<void*> fns;
-    plst->GotoTop();
-    for (void* pv; (pv = plst->Retrieve()) != nullptr; plst->Next())
-        fns.push_back(pv);
-    CallEach(fns, [pcrec](pfnNotifyIntercept pfn) {
-        pfn(pcrec->_get_pnsNotifier(), pcrec->_get_pnsNotifiable(), pcrec->_get_ulMask());
-    });
+    CallInterceptList(plst, pcrec);
 }
 
 // ---- Notifiable -----------------------------------------------------------
@@ -311,18 +335,11 @@ char Notifiable::DisconnectNotifier(Notifier* pns, std::uint32_t ulMask) {
 }
 
 void Notifiable::DisconnectAllNotifiers(std::uint32_t ulMask) {
-    std::vector<Notifier*> lstDisconnectedNotifiers;
-    if (ptreeNotifiers != nullptr) {
-        ptreeNotifiers->GotoTop();
-        for (Createable* pcr; (pcr = ptreeNotifiers->Retrieve()) != nullptr;
-             ptreeNotifiers->Next()) {
-            auto* const pcrec = static_cast<Notification*>(pcr);
-            if (!pcrec->IsNotifiable(this) || !pcrec->SharesMask(ulMask)) continue;
-            pcrec->_get_pnsNotifier()->RemoveNotifiable(this);
-            lstDisconnectedNotifiers.push_back(pcrec->_get_pnsNotifier());
-        }
-    }
-    for (Notifier* pns : lstDisconnectedNotifiers)
+    auto const lstCut =
+        CutFarEnds(ptreeNotifiers, ulMask, &Notification::_get_pnsNotifiable,
+                   static_cast<Notifiable const*>(this), &Notification::_get_pnsNotifier,
+                   [this](Notifier* pns) { pns->RemoveNotifiable(this); });
+    for (Notifier* pns : lstCut)
         RemoveNotifier(pns);
 }
 
@@ -340,13 +357,8 @@ char Notifiable::SwapNotifiers(Notifier* pnsOld, Notifier* pnsNew) {
 }
 
 void Notifiable::ForEachNotifier(std::uint32_t ulMask, pfnNotifierFunc pfn, void* pvUser) {
-    Snapshot const snapshot(ptreeNotifiers, ulMask);
-    LifeFlag const flag(pbGone);
-    for (Notification* pcrec : snapshot.records) {
-        if (flag.Gone()) return;
-        if (StillLinked(ptreeNotifiers, pcrec->_get_pnsNotifier(), pcrec))
-            pfn(pcrec->_get_pnsNotifier(), pvUser);
-    }
+    ForEachFarEnd(ptreeNotifiers, pbGone, ulMask, &Notification::_get_pnsNotifier,
+                  [pfn, pvUser](Notifier* pns) { pfn(pns, pvUser); });
 }
 
 char Notifiable::IsNotifier(Notifier* pns, std::uint32_t ulMask) {
@@ -373,12 +385,5 @@ short Notifiable::RemoveNotifier(Notifier* pns) {
 }
 
 void Notifiable::CallIntercepts(CPList* plst, Notification* pcrec) {
-    if (plst == nullptr || pcrec == nullptr) return;
-    std::vector<void*> fns;
-    plst->GotoTop();
-    for (void* pv; (pv = plst->Retrieve()) != nullptr; plst->Next())
-        fns.push_back(pv);
-    CallEach(fns, [pcrec](pfnNotifyIntercept pfn) {
-        pfn(pcrec->_get_pnsNotifier(), pcrec->_get_pnsNotifiable(), pcrec->_get_ulMask());
-    });
+    CallInterceptList(plst, pcrec);
 }

@@ -150,9 +150,7 @@ TEST_F(CPValueArithTest, OperatorsAgreeWithTheIndependentTable) {
         Fill(a, c.a);
         Fill(b, c.b);
         // A result that held a number with units of its own before.
-        CPValue r;
-        r.Set(7.0);
-        r._set_punstrUnits("s");
+        ValueOf r(7.0, "s");
         OperatorFn const& run = Operators().at(c.szOp);
         if (c.cResult == '!') {
             try {
@@ -200,18 +198,12 @@ CPValue* Collection(std::initializer_list<double> values) {
 
 TEST_F(CPValueArithTest, OperandsOfOtherKinds) {
     CPValue undefined;
-    CPValue text;
-    text.Set("ab");
-    CPValue one;
-    one.Set(std::int32_t{1});
-    CPValue seven;
-    seven.Set(short{7});
-    CPValue two;
-    two.Set(short{2});
-    CPValue sevenHalf;
-    sevenHalf.Set(7.5);
-    CPValue zero;
-    zero.Set(0.0);
+    ValueOf text("ab");
+    ValueOf one(std::int32_t{1});
+    ValueOf seven(short{7});
+    ValueOf two(short{2});
+    ValueOf sevenHalf(7.5);
+    ValueOf zero(0.0);
     CPValue truth;
     truth.SetBool(1);
     CPValue* const pcoll = Collection({1.0, 2.0});
@@ -262,16 +254,12 @@ TEST_F(CPValueArithTest, OperandsOfOtherKinds) {
 }
 
 TEST_F(CPValueArithTest, FailuresOfDivisionAndCollections) {
-    CPValue one;
-    one.Set(1.0);
+    ValueOf one(1.0);
     CPValue r;
     // A zero divisor by its own type: a floating zero, or an integer one.
-    CPValue zeroDouble;
-    zeroDouble.Set(0.0);
-    CPValue zeroLong;
-    zeroLong.Set(std::int32_t{0});
-    CPValue smallFloat;
-    smallFloat.Set(0.25f);
+    ValueOf zeroDouble(0.0);
+    ValueOf zeroLong(std::int32_t{0});
+    ValueOf smallFloat(0.25f);
     for (CPValue* pdivisor : {&zeroDouble, &zeroLong}) {
         try {
             r.DivOperator(one, *pdivisor, r);
@@ -357,11 +345,8 @@ TEST_F(CPValueArithTest, EveryReadAndWriteOfABoundValuePassesThroughTheProxy) {
     CPValue val;
     ASSERT_EQ(val.BindToProxy(&proxy), 1);
     EXPECT_EQ(val._get_bBoundToProxy(), 1);
-    CPValue metres;
-    metres.Set(2.0);
-    metres._set_punstrUnits("m");
-    CPValue three;
-    three.Set(3.0);
+    ValueOf metres(2.0, "m");
+    ValueOf three(3.0);
     ProxyStep const steps[] = {
         {"Set(double)", [](CPValue& v) { v.Set(2.5); }, "Set", "2.500000"},
         {"GetAsDouble", [](CPValue& v) { EXPECT_EQ(v.GetAsDouble(), 2.5); }, "Fetch", "2.500000"},

@@ -18,3 +18,12 @@ inline std::string Str(CPValue& val) {
     val.GetAsString(buf, 6);
     return buf;
 }
+
+// A value that holds x, with units when given: a test's operand in one line.
+struct ValueOf : CPValue {
+    using CPValue::operator=;
+    template <class T> explicit ValueOf(T x, char const* szUnits = nullptr) {
+        Set(x);
+        if (szUnits != nullptr) _set_punstrUnits(szUnits);
+    }
+};

@@ -58,67 +58,45 @@ std::pair<short, std::string> Thrown(std::function<void()> const& fn) {
     return {0, ""};
 }
 
-// Each case builds the value that its golden file holds.
+// Each case builds the value that its golden file holds: set, then given
+// units and a name where it has them.
 struct GoldenCase {
     char const* szFile;
-    std::function<void(CPValue&)> build;
+    std::function<void(CPValue&)> set;
+    char const* szUnits;
+    char const* szName;
 };
 
 TEST_F(CPValueTest, FileFormsMatchTheGoldenBytesBothWays) {
+    auto const collection = [](CPValue& v) {
+        auto* x = new CPValue;
+        x->Set(1.5);
+        x->_set_punstrUnits("m");
+        v.AddSubvalue(x, "x");
+        auto* y = new CPValue;
+        y->Set("a");
+        v.AddSubvalue(y, "y");
+        v._set_nSelector(1);
+    };
     GoldenCase const cases[] = {
-        {"cpval_undefined.hex", [](CPValue&) {}},
-        {"cpval_char_named.hex",
-         [](CPValue& v) {
-             v.Set('A');
-             v._set_szName("c");
-         }},
-        {"cpval_bool.hex", [](CPValue& v) { v.SetBool(1); }},
-        {"cpval_short.hex",
-         [](CPValue& v) {
-             v.Set(static_cast<short>(-2));
-             v._set_szName("n");
-         }},
-        {"cpval_long_units_named.hex",
-         [](CPValue& v) {
-             v.Set(std::int32_t{100000});
-             v._set_punstrUnits("m");
-             v._set_szName("len");
-         }},
-        {"cpval_float_units.hex",
-         [](CPValue& v) {
-             v.Set(1.5f);
-             v._set_punstrUnits("kPa");
-         }},
-        {"cpval_double_units_named.hex",
-         [](CPValue& v) {
-             v.Set(3.28);
-             v._set_punstrUnits("ft");
-             v._set_szName("d");
-         }},
-        {"cpval_string_named.hex",
-         [](CPValue& v) {
-             v.Set("hi");
-             v._set_szName("s");
-         }},
-        {"cpval_collection.hex",
-         [](CPValue& v) {
-             auto* x = new CPValue;
-             x->Set(1.5);
-             x->_set_punstrUnits("m");
-             v.AddSubvalue(x, "x");
-             auto* y = new CPValue;
-             y->Set("a");
-             v.AddSubvalue(y, "y");
-             v._set_szName("coll");
-             v._set_nSelector(1);
-         }},
+        {"cpval_undefined.hex", [](CPValue&) {}, nullptr, nullptr},
+        {"cpval_char_named.hex", [](CPValue& v) { v.Set('A'); }, nullptr, "c"},
+        {"cpval_bool.hex", [](CPValue& v) { v.SetBool(1); }, nullptr, nullptr},
+        {"cpval_short.hex", [](CPValue& v) { v.Set(short{-2}); }, nullptr, "n"},
+        {"cpval_long_units_named.hex", [](CPValue& v) { v.Set(std::int32_t{100000}); }, "m", "len"},
+        {"cpval_float_units.hex", [](CPValue& v) { v.Set(1.5f); }, "kPa", nullptr},
+        {"cpval_double_units_named.hex", [](CPValue& v) { v.Set(3.28); }, "ft", "d"},
+        {"cpval_string_named.hex", [](CPValue& v) { v.Set("hi"); }, nullptr, "s"},
+        {"cpval_collection.hex", collection, nullptr, "coll"},
     };
     for (GoldenCase const& c : cases) {
         SCOPED_TRACE(c.szFile);
         std::string const golden = Golden(c.szFile);
         ASSERT_FALSE(golden.empty());
         CPValue built;
-        c.build(built);
+        c.set(built);
+        if (c.szUnits != nullptr) built._set_punstrUnits(c.szUnits);
+        if (c.szName != nullptr) built._set_szName(c.szName);
         EXPECT_EQ(Written(built), golden);
 
         std::istringstream in(golden);
@@ -183,12 +161,8 @@ TEST_F(CPValueTest, AssignmentAcrossUnitsMatchesConvert) {
     };
     for (Pair const& p : pairs) {
         SCOPED_TRACE(std::string(p.szFrom) + " -> " + p.szTo);
-        CPValue source;
-        source.Set(p.d);
-        source._set_punstrUnits(p.szFrom);
-        CPValue target;
-        target.Set(0.0);
-        target._set_punstrUnits(p.szTo);
+        ValueOf source(p.d, p.szFrom);
+        ValueOf target(0.0, p.szTo);
         target = source;
         EXPECT_EQ(target.GetAsDouble(), Convert(p.d, CPString(p.szFrom), CPString(p.szTo), 0));
         UnitString expected(p.szTo);
@@ -202,12 +176,8 @@ TEST_F(CPValueTest, UnitsOfOtherDimensionsAreRefused) {
         char const* szTo;
     };
     for (Pair const p : {Pair{"s", "m"}, Pair{"kg", "Pa"}, Pair{"m^2", "m^3"}}) {
-        CPValue source;
-        source.Set(2.0);
-        source._set_punstrUnits(p.szFrom);
-        CPValue target;
-        target.Set(5.0);
-        target._set_punstrUnits(p.szTo);
+        ValueOf source(2.0, p.szFrom);
+        ValueOf target(5.0, p.szTo);
         auto const [nCode, message] = Thrown([&] { target.Set(&source); });
         EXPECT_EQ(nCode, 1344);
         EXPECT_EQ(message,
@@ -219,20 +189,15 @@ TEST_F(CPValueTest, UnitsOfOtherDimensionsAreRefused) {
 }
 
 TEST_F(CPValueTest, UnitsOnAssignmentFollowTheFlag) {
-    CPValue metres;
-    metres.Set(4.0);
-    metres._set_punstrUnits("m");
+    ValueOf metres(4.0, "m");
     // A number without units keeps the target's units as they are.
-    CPValue plain;
-    plain.Set(static_cast<short>(3));
+    ValueOf plain(static_cast<short>(3));
     metres = plain;
     EXPECT_EQ(Units(metres), "m");
     EXPECT_EQ(metres.GetAsDouble(), 3.0);
     // A unitless target loses the source's units.
     CPValue bare;
-    CPValue feet;
-    feet.Set(1.0);
-    feet._set_punstrUnits("ft");
+    ValueOf feet(1.0, "ft");
     bare = feet;
     EXPECT_EQ(Units(bare), "");
     EXPECT_EQ(bare.GetAsDouble(), 1.0);
@@ -265,8 +230,7 @@ TEST_F(CPValueTest, ChecksOfSet) {
     auto* child = new CPValue;
     child->_set_szName("kid");
     parent.AddSubvalue(child, "kid");
-    CPValue two;
-    two.Set(2.0);
+    ValueOf two(2.0);
     child->SetLockedStatus(1);
     child->Set(&two);
     EXPECT_EQ(child->GetAsDouble(), 2.0);
@@ -318,17 +282,13 @@ TEST_F(CPValueTest, StateFlagsAndPromotion) {
 }
 
 TEST_F(CPValueTest, TypesAndTextForms) {
-    CPValue val;
-    val.Set(3.75);
-    val._set_punstrUnits("m");
+    ValueOf val(3.75, "m");
     val.SetType(TY_LONG);
     EXPECT_EQ(val.GetType(), TY_LONG);
     EXPECT_EQ(val.GetAsLong(), 3);
     EXPECT_EQ(Units(val), "m");
 
-    CPValue read;
-    read.Set(std::int32_t{0});
-    read._set_punstrUnits("m");
+    ValueOf read(std::int32_t{0}, "m");
     read.SetFromString("2.5|m(DeltaTemp)", 1);
     EXPECT_EQ(read.GetAsDouble(), 2.5);
     EXPECT_STREQ(read._get_pstrPurpose_As_sz(), "DeltaTemp");
@@ -336,9 +296,7 @@ TEST_F(CPValueTest, TypesAndTextForms) {
     EXPECT_EQ(read.GetAsDouble(), 1.0);
     EXPECT_EQ(Units(read), "m");
 
-    CPValue shown;
-    shown.Set(2.0);
-    shown._set_punstrUnits("m");
+    ValueOf shown(2.0, "m");
     shown._set_pstrPurpose("Length");
     CPString strWho;
     shown.WhoAmI(&strWho);
@@ -402,9 +360,7 @@ TEST_F(CPValueTest, DisplayUsesThePreferredUnits) {
     UnitPreferences& prefs = UnitString::_get_prefsThe();
     UnitString const metres("m");
     prefs.AddRange(metres._get_nUnitID(), 0.0, "cm", 2, nullptr);
-    CPValue val;
-    val.Set(1.5);
-    val._set_punstrUnits("m");
+    ValueOf val(1.5, "m");
     char buf[256];
     val.GetDisplayString(buf, nullptr);
     double d = 0.0;

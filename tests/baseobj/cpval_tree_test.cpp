@@ -189,8 +189,7 @@ std::string AttrText(CPValue& val, char const* szName) {
 }
 
 TEST_F(CPValueTreeTest, AttributesWrittenAndReadBack) {
-    CPValue val;
-    val.Set(std::int32_t{5});
+    ValueOf val(std::int32_t{5});
     val.AddSubvalue(1.0);
     val.AddSubvalue(2.0);
     CPValue text;

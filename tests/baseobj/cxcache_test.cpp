@@ -13,9 +13,9 @@ namespace {
 
 using namespace cpcoll_test;
 
-struct Counted : Createable {
-    Counted() { ++nLive; }
-    ~Counted() override { --nLive; }
+struct Live : Createable {
+    Live() { ++nLive; }
+    ~Live() override { --nLive; }
     static inline int nLive = 0;
 };
 
@@ -25,7 +25,7 @@ void Pause() {
 }
 
 Createable* itMake(std::uint32_t) {
-    return new Counted;
+    return new Live;
 }
 
 Createable* itMakeNothing(char const*) {
@@ -40,39 +40,39 @@ TEST(CreateableCacheTest, EvictionByMode) {
     {
         CreateableCache cache(3, CreateableCache::cacheLRU);
         for (std::int32_t n = 1; n <= 3; ++n) {
-            cache.Add(n, new Counted);
+            cache.Add(n, new Live);
             Pause();
         }
         EXPECT_NE(cache.Find(1), nullptr);
         Pause();
-        cache.Add(4, new Counted);
+        cache.Add(4, new Live);
         EXPECT_EQ(cache.Length(), 3u);
         EXPECT_EQ(cache.Find(2), nullptr);
         EXPECT_NE(cache.Find(1), nullptr);
         EXPECT_NE(cache.Find(3), nullptr);
-        EXPECT_EQ(Counted::nLive, 3);
+        EXPECT_EQ(Live::nLive, 3);
     }
-    EXPECT_EQ(Counted::nLive, 0);
+    EXPECT_EQ(Live::nLive, 0);
 
     // At a limit of 2 a third is nothing: the cache grows past its limit.
     CreateableCache two(2, CreateableCache::cacheLRU);
-    two.Add(1, new Counted);
-    two.Add(2, new Counted);
-    two.Add(3, new Counted);
+    two.Add(1, new Live);
+    two.Add(2, new Live);
+    two.Add(3, new Live);
     EXPECT_EQ(two.Length(), 3u);
 
     // Mode 1 empties the cache, even for a key already there.
     CreateableCache clearing(2);
-    Counted kept;
+    Live kept;
     kept.AddRef();
     clearing.Add("a", &kept);
-    clearing.Add(7, new Counted);
+    clearing.Add(7, new Live);
     EXPECT_EQ(kept._get_nRefCount(), 2);
     clearing.Add("a", &kept);
     EXPECT_EQ(clearing.Length(), 1u);
     EXPECT_EQ(kept._get_nRefCount(), 2);
     // Below the limit an existing key changes its object.
-    clearing.Add("a", new Counted);
+    clearing.Add("a", new Live);
     EXPECT_EQ(kept._get_nRefCount(), 1);
     EXPECT_EQ(clearing.Remove("a"), 1);
     EXPECT_EQ(clearing.Length(), 0u);
@@ -81,7 +81,7 @@ TEST(CreateableCacheTest, EvictionByMode) {
 TEST(CreateableCacheTest, HitsAndMissesAreCountedAsWholeNumbers) {
     CreateableCache cache;
     EXPECT_EQ(cache._get_HitRatio(), 0.0);
-    cache.Add(5, new Counted);
+    cache.Add(5, new Live);
     // Number and text keys never meet.
     EXPECT_EQ(cache.Find("5"), nullptr);
     EXPECT_NE(cache.Find(5), nullptr);
@@ -93,7 +93,7 @@ TEST(CreateableCacheTest, HitsAndMissesAreCountedAsWholeNumbers) {
     EXPECT_EQ(cache.Length(), 2u);
 
     CreateableCache hits;
-    hits.Add(1, new Counted);
+    hits.Add(1, new Live);
     for (int i = 0; i < 1000; ++i)
         hits.Find(1);
     EXPECT_EQ(hits._get_HitRatio(), 1.0);
@@ -107,7 +107,7 @@ TEST(CreateableCacheTest, StatisticsGoToTheReportLog) {
         [] {
             CreateableCache::_set_bLogStatistics(1);
             CreateableCache cache;
-            cache.Add("k", new Counted);
+            cache.Add("k", new Live);
             cache.Find("k");
             cache.Find("x");
         },

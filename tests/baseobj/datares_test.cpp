@@ -2,8 +2,8 @@
 
 #include <util/exceptions.h>
 
-#include "checklog.h"
-#include "tempdir.h"
+#include <support/fatal.h>
+#include <support/files.h>
 
 #include <textresource.h>
 
@@ -138,7 +138,7 @@ TEST(DataResourceAttributesTest, TypesCutShortByOlderWritersAreMended) {
 }
 
 TEST(DataResourceAttributesDeathTest, MendingIsNotedInTheReportLog) {
-    std::string const path = baseobj_test::FixedPath("report.log");
+    std::string const path = test_support::TestFileName("report.log");
     std::remove(path.c_str());
     EXPECT_EXIT(
         {
@@ -149,7 +149,7 @@ TEST(DataResourceAttributesDeathTest, MendingIsNotedInTheReportLog) {
             std::exit(0);
         },
         ExitedWithCode(0), "");
-    std::string const log = baseobj_test::ReadBytes(path);
+    std::string const log = test_support::ReadAll(path);
     EXPECT_NE(log.find("Comment: \"pump :Bad Class Type in Attributes detected\" in DataResource "
                        "Problem in Insteam Operator at line "),
               std::string::npos)
@@ -175,7 +175,7 @@ TEST(DataResourceDeathTest, AttributesWithoutTypeOrVersionsCannotBeSet) {
         {[](DataResourceAttributes& d) { d.SetResourceName(nullptr); }, "szFrom != 0"},
     };
     for (Case const& c : cases) {
-        baseobj_test::ExpectCheckFails(
+        test_support::ExpectFatalReport(
             [&] {
                 DataResourceAttributes from = Sample();
                 c.spoil(from);

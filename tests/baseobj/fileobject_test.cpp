@@ -1,6 +1,6 @@
 #include <baseobj/fileobject.h>
 
-#include "tempdir.h"
+#include <support/files.h>
 
 #include <support/fatal.h>
 
@@ -13,9 +13,9 @@
 
 namespace {
 
-using baseobj_test::ReadBytes;
-using baseobj_test::TempDir;
-using baseobj_test::WriteBytes;
+using test_support::ReadAll;
+using test_support::ScratchDir;
+using test_support::WriteAll;
 
 std::filesystem::path DataDir() {
     return std::filesystem::path(__FILE__).parent_path() / "fileobject_data";
@@ -41,7 +41,7 @@ std::uint32_t HeaderLength(std::string const& bytes) {
 }
 
 TEST(FileObjectTest, WrittenFilesReadBackPlainAndCompressed) {
-    TempDir tmp;
+    ScratchDir tmp;
     std::string const path = tmp.Path("f");
     std::string big;
     for (int i = 0; i < 20'000; ++i)
@@ -51,11 +51,11 @@ TEST(FileObjectTest, WrittenFilesReadBackPlainAndCompressed) {
         for (char const bTextMode : {0, 1}) {
             FileObject::_set_bTextMode(bTextMode);
             ASSERT_EQ(FileObject::WriteBuffer(path.c_str(), text.data(), 0), 1);
-            EXPECT_EQ(ReadBytes(path), text);
+            EXPECT_EQ(ReadAll(path), text);
             EXPECT_EQ(Read(path, 0), text);
 
             ASSERT_EQ(FileObject::WriteBuffer(path.c_str(), text.data(), 1), 1);
-            std::string const bytes = ReadBytes(path);
+            std::string const bytes = ReadAll(path);
             EXPECT_EQ(HeaderLength(bytes), text.size());
             EXPECT_EQ(bytes[4], '\x78'); // a zlib stream follows the length
             EXPECT_EQ(Read(path, 1), text);
@@ -69,12 +69,12 @@ TEST(FileObjectTest, WrittenFilesReadBackPlainAndCompressed) {
 TEST(FileObjectTest, AFileMadeByAnotherProgramReads) {
     // The length, then the stream of Python's zlib.compress at level 9.
     EXPECT_EQ(Read((DataDir() / "python_zlib.bin").string(), 1),
-              ReadBytes((DataDir() / "python_zlib.txt").string()));
+              ReadAll((DataDir() / "python_zlib.txt").string()));
 }
 
 TEST(FileObjectTest, UnreadableEmptyTruncatedOrDamagedFilesGiveNull) {
-    TempDir tmp;
-    std::string const good = ReadBytes((DataDir() / "python_zlib.bin").string());
+    ScratchDir tmp;
+    std::string const good = ReadAll((DataDir() / "python_zlib.bin").string());
     std::string damaged = good;
     damaged[20] = static_cast<char>(damaged[20] ^ 0x55);
     std::string lying = good; // claims a length far above the stream's
@@ -96,12 +96,12 @@ TEST(FileObjectTest, UnreadableEmptyTruncatedOrDamagedFilesGiveNull) {
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
-        WriteBytes(tmp.Path("f"), c.bytes);
+        WriteAll(tmp.Path("f"), c.bytes);
         EXPECT_EQ(Read(tmp.Path("f"), 1), std::nullopt);
     }
     // A header that overstates the length still expands what is there.
-    WriteBytes(tmp.Path("f"), lying);
-    EXPECT_EQ(Read(tmp.Path("f"), 1), ReadBytes((DataDir() / "python_zlib.txt").string()));
+    WriteAll(tmp.Path("f"), lying);
+    EXPECT_EQ(Read(tmp.Path("f"), 1), ReadAll((DataDir() / "python_zlib.txt").string()));
     EXPECT_EQ(Read(tmp.Path("missing"), 0), std::nullopt);
     EXPECT_EQ(Read(tmp.Path("missing"), 1), std::nullopt);
     char text[] = "t";
@@ -109,9 +109,9 @@ TEST(FileObjectTest, UnreadableEmptyTruncatedOrDamagedFilesGiveNull) {
 }
 
 TEST(FileObjectTest, FailuresAreReportedToTheLogWithTheName) {
-    std::string const bad = baseobj_test::FixedPath("bad");
-    std::string const unmade = baseobj_test::FixedPath("no/dir");
-    WriteBytes(bad, std::string("\x10\0\0\0garbage garbage", 19));
+    std::string const bad = test_support::TestFileName("bad");
+    std::string const unmade = test_support::TestFileName("no/dir");
+    WriteAll(bad, std::string("\x10\0\0\0garbage garbage", 19));
     std::string const body = test_support::ChildReport(
         [&] {
             std::int32_t n = 0;

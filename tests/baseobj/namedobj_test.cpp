@@ -4,6 +4,8 @@
 
 #include <support/fatal.h>
 
+#include "navgraph.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,117 +19,10 @@ namespace {
 
 using ::testing::ExitedWithCode;
 
-// The deepest and shallowest stack addresses seen by the graph's cursors.
-struct StackSpan {
-    std::uintptr_t lo = UINTPTR_MAX, hi = 0;
-    void Note() {
-        char here = 0;
-        auto const a = reinterpret_cast<std::uintptr_t>(&here);
-        lo = std::min(lo, a);
-        hi = std::max(hi, a);
-    }
-};
-StackSpan gSpan;
-
-class Graph;
-
-// A node of an in-memory graph: its edges in order, a cursor over those of
-// one relation, and a log of the steps asked of it.
-class Node final : public Navigable {
-public:
-    using Navigable::RemoveRelation;
-    using Navigable::TraverseRelation;
-    struct Edge {
-        Navigable* pnav;
-        short nRelation;
-        std::string name;
-        std::int32_t nIndex;
-        std::int32_t nType;
-    };
-    explicit Node(Graph* g, std::string label) : graph(g), tag(std::move(label)) {}
-
-    short AddRelation(Navigable* pnav, EdgeSpec* pes) override {
-        edges.push_back({pnav, pes->_get_nRelationType(), pes->_get_szName(nullptr),
-                         pes->_get_nDX(), pes->_get_nType()});
-        return 1;
-    }
-    short RemoveRelation(Navigable* pnav, EdgeSpec* pes) override {
-        auto it = std::find_if(edges.begin(), edges.end(), [&](Edge const& e) {
-            return e.pnav == pnav && e.nRelation == pes->_get_nRelationType();
-        });
-        if (it == edges.end()) return 0;
-        edges.erase(it);
-        return 1;
-    }
-    short RemoveRelation(EdgeSpec*) override { return 0; }
-    Navigable* TraverseRelation(EdgeSpec* pes) override {
-        steps.push_back(pes->_get_nType() == EdgeSpec::kSelectByName
-                            ? std::string(pes->_get_szName(nullptr))
-                            : "#" + std::to_string(pes->_get_nDX()));
-        std::int32_t n = 0;
-        for (Edge const& e : edges) {
-            if (e.nRelation != pes->_get_nRelationType()) continue;
-            if (pes->_get_nType() == EdgeSpec::kSelectByName ? e.name == pes->_get_szName(nullptr)
-                                                             : n == pes->_get_nDX())
-                return e.pnav;
-            ++n;
-        }
-        return nullptr;
-    }
-    short GetRelatedNodeCount(short nRelation, char*) override {
-        return static_cast<short>(std::count_if(
-            edges.begin(), edges.end(), [&](Edge const& e) { return e.nRelation == nRelation; }));
-    }
-    Navigable* GetFirstRelatedNode(short nRelation, char*) override {
-        gSpan.Note();
-        nCursorRelation = nRelation;
-        nCursor = 0;
-        return GetNextRelatedNode();
-    }
-    Navigable* GetNextRelatedNode() override {
-        while (nCursor < edges.size()) {
-            Edge const& e = edges[nCursor++];
-            if (e.nRelation == nCursorRelation) return e.pnav;
-        }
-        return nullptr;
-    }
-    Navigable* CreateInstance() override;
-    void* GetRoot() override { return this; }
-    void* TraverseStep(void*, EdgeSpec*) override { return nullptr; }
-    void* CreateNode(void*, EdgeSpec*) override { return nullptr; }
-    void ReleaseNode(void*) override {}
-
-    Graph* graph;
-    std::string tag;
-    std::vector<Edge> edges;
-    std::vector<std::string> steps;
-
-private:
-    std::size_t nCursor = 0;
-    short nCursorRelation = 0;
-};
-
-class Graph {
-public:
-    Node* Make(std::string tag) {
-        nodes.push_back(std::make_unique<Node>(this, std::move(tag)));
-        return nodes.back().get();
-    }
-    static void Link(Node* from, Node* to) {
-        EdgeSpec es;
-        es.SetName(to->tag.c_str());
-        from->AddRelation(to, &es);
-    }
-    std::vector<std::unique_ptr<Node>> nodes;
-};
-
-Navigable* Node::CreateInstance() {
-    return graph->Make("new" + std::to_string(graph->nodes.size()));
-}
-
-std::string Tag(Navigable* pnav) {
-    return pnav != nullptr ? static_cast<Node*>(pnav)->tag : "null";
-}
+using navgraph::Graph;
+using navgraph::gSpan;
+using navgraph::Node;
+using navgraph::Tag;
 
 // Walk functions that write the node's tag after a prefix into a string.
 template <char P> void Log(Navigable* pnav, void* pv) {
@@ -165,13 +60,9 @@ char* TextAt(char const* text) {
 // root -> a -> (a1, a2), root -> b -> b1
 struct SmallTree {
     SmallTree() {
-        for (char const* t : {"root", "a", "b", "a1", "a2", "b1"})
-            n.push_back(g.Make(t));
-        Graph::Link(n[0], n[1]);
-        Graph::Link(n[0], n[2]);
-        Graph::Link(n[1], n[3]);
-        Graph::Link(n[1], n[4]);
-        Graph::Link(n[2], n[5]);
+        n.push_back(g.Make("root"));
+        for (auto [nParent, tag] : {std::pair{0, "a"}, {0, "b"}, {1, "a1"}, {1, "a2"}, {2, "b1"}})
+            n.push_back(g.Add(n[nParent], tag));
     }
     Graph g;
     std::vector<Node*> n;

@@ -1,6 +1,7 @@
-// A small in-memory graph for the moniker tests: each node holds its
-// contained nodes in order, by name, and a number that a bracketed index
-// reads. Its internal nodes are the nodes themselves.
+// A small in-memory graph for the navigation and moniker tests: each node
+// holds its edges in order, each of one relation, by name, and a number that
+// a bracketed index reads. Its internal nodes are the nodes themselves; it
+// logs the steps asked of it and the stack depth its cursors open at.
 #pragma once
 
 #include <baseobj/namedobj.h>
@@ -15,6 +16,18 @@ namespace navgraph {
 
 class Graph;
 
+// The deepest and shallowest stack addresses at which cursors were opened.
+struct StackSpan {
+    std::uintptr_t lo = UINTPTR_MAX, hi = 0;
+    void Note() {
+        char here = 0;
+        auto const a = reinterpret_cast<std::uintptr_t>(&here);
+        lo = std::min(lo, a);
+        hi = std::max(hi, a);
+    }
+};
+inline StackSpan gSpan;
+
 class Node final : public Navigable {
 public:
     using Navigable::RemoveRelation;
@@ -22,6 +35,8 @@ public:
     struct Edge {
         std::string name;
         Node* pnode;
+        short nRelation = RT_CONTAINMENT;
+        std::int32_t nType = EdgeSpec::kSelectByName;
     };
     Node(Graph* g, std::string label, std::int32_t n) : graph(g), tag(std::move(label)), value(n) {}
 
@@ -29,12 +44,13 @@ public:
         auto* const pnode = static_cast<Node*>(pnav);
         std::string const name =
             pes->_get_nType() == EdgeSpec::kSelectByName ? pes->_get_szName(nullptr) : pnode->tag;
-        edges.push_back({name, pnode});
+        edges.push_back({name, pnode, pes->_get_nRelationType(), pes->_get_nType()});
         return 1;
     }
-    short RemoveRelation(Navigable* pnav, EdgeSpec*) override {
-        auto const it = std::find_if(edges.begin(), edges.end(),
-                                     [&](Edge const& e) { return e.pnode == pnav; });
+    short RemoveRelation(Navigable* pnav, EdgeSpec* pes) override {
+        auto const it = std::find_if(edges.begin(), edges.end(), [&](Edge const& e) {
+            return e.pnode == pnav && e.nRelation == pes->_get_nRelationType();
+        });
         if (it == edges.end()) return 0;
         edges.erase(it);
         return 1;
@@ -46,16 +62,28 @@ public:
         return 1;
     }
     Navigable* TraverseRelation(EdgeSpec* pes) override {
+        steps.push_back(pes->_get_nType() == EdgeSpec::kSelectByName
+                            ? std::string(pes->_get_szName(nullptr))
+                            : "#" + std::to_string(pes->_get_nDX()));
         auto const it = Find(pes);
         return it != edges.end() ? it->pnode : nullptr;
     }
-    short GetRelatedNodeCount(short, char*) override { return static_cast<short>(edges.size()); }
-    Navigable* GetFirstRelatedNode(short, char*) override {
+    short GetRelatedNodeCount(short nRelation, char*) override {
+        return static_cast<short>(std::count_if(
+            edges.begin(), edges.end(), [&](Edge const& e) { return e.nRelation == nRelation; }));
+    }
+    Navigable* GetFirstRelatedNode(short nRelation, char*) override {
+        gSpan.Note();
+        nCursorRelation = nRelation;
         nCursor = 0;
         return GetNextRelatedNode();
     }
     Navigable* GetNextRelatedNode() override {
-        return nCursor < edges.size() ? edges[nCursor++].pnode : nullptr;
+        while (nCursor < edges.size()) {
+            Edge const& e = edges[nCursor++];
+            if (e.nRelation == nCursorRelation) return e.pnode;
+        }
+        return nullptr;
     }
     Navigable* CreateInstance() override;
     void* GetRoot() override { return static_cast<Navigable*>(this); }
@@ -74,20 +102,25 @@ public:
     std::int32_t value;
     std::vector<Edge> edges;
     std::vector<std::string> released;
+    std::vector<std::string> steps;
     // A node that refuses to make new ones.
     bool bBarren = false;
 
 private:
+    // The edge of the step's relation that its name or index selects.
     std::vector<Edge>::iterator Find(EdgeSpec* pes) {
-        if (pes->_get_nType() == EdgeSpec::kSelectByName)
-            return std::find_if(edges.begin(), edges.end(),
-                                [&](Edge const& e) { return e.name == pes->_get_szName(nullptr); });
-        if (pes->_get_nType() == EdgeSpec::kSelectByIndex && pes->_get_nDX() >= 0 &&
-            static_cast<std::size_t>(pes->_get_nDX()) < edges.size())
-            return edges.begin() + pes->_get_nDX();
+        std::int32_t n = 0;
+        for (auto it = edges.begin(); it != edges.end(); ++it) {
+            if (it->nRelation != pes->_get_nRelationType()) continue;
+            if (pes->_get_nType() == EdgeSpec::kSelectByName ? it->name == pes->_get_szName(nullptr)
+                                                             : n == pes->_get_nDX())
+                return it;
+            ++n;
+        }
         return edges.end();
     }
     std::size_t nCursor = 0;
+    short nCursorRelation = 0;
 };
 
 class Graph {
@@ -101,6 +134,12 @@ public:
         Node* const child = Make(std::move(tag), value);
         parent->edges.push_back({child->tag, child});
         return child;
+    }
+    // An edge named by the target's tag, as a caller's AddRelation makes it.
+    static void Link(Node* from, Node* to) {
+        EdgeSpec es;
+        es.SetName(to->tag.c_str());
+        from->AddRelation(to, &es);
     }
     std::vector<std::unique_ptr<Node>> nodes;
 };

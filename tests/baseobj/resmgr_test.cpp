@@ -44,7 +44,7 @@ TEST_F(ResourceManagerTest, WriteReadOverwriteAndWhatTheCacheHolds) {
     // One file, headed by the attributes in their stream form.
     std::ostringstream head;
     head << written->_get_draAttributes();
-    std::string const file = ReadBytes(Folder() + "/" + FolderContainer::FileName("notes\\monday"));
+    std::string const file = ReadAll(Folder() + "/" + FolderContainer::FileName("notes\\monday"));
     EXPECT_EQ(file.rfind(head.str(), 0), 0u);
 
     // Read-only: the shared copy, the same object each time, held by the cache.
@@ -196,7 +196,7 @@ TEST_F(ResourceManagerTest, DamagedFilesAreRefusedAndNotCached) {
     TextResource* text = Text("whole");
     ASSERT_NE(prm->WriteResource(Named("r").c_str(), text), nullptr);
     std::string const path = Folder() + "/" + FolderContainer::FileName("r");
-    std::string const whole = ReadBytes(path);
+    std::string const whole = ReadAll(path);
     std::ostringstream head;
     head << text->_get_draAttributes();
     struct Case {
@@ -208,7 +208,7 @@ TEST_F(ResourceManagerTest, DamagedFilesAreRefusedAndNotCached) {
                           {head.str().size() + 2, "Damaged resource content in "},
                           {whole.size() - 1, "Damaged resource content in "}};
     for (Case const& c : cases) {
-        WriteBytes(path, whole.substr(0, c.keep));
+        WriteAll(path, whole.substr(0, c.keep));
         EXPECT_EQ(prm->ReadResource(Named("r").c_str(), 1, nullptr), nullptr) << c.keep;
         EXPECT_EQ(Error(), c.error + path) << c.keep;
         EXPECT_EQ(CacheLength(), 0u);
@@ -217,7 +217,7 @@ TEST_F(ResourceManagerTest, DamagedFilesAreRefusedAndNotCached) {
 }
 
 TEST_F(ResourceManagerTest, LoadsAndSavesAreLoggedWhenAsked) {
-    std::string const path = FixedPath("resources.log");
+    std::string const path = TestFileName("resources.log");
     std::remove(path.c_str());
     EXPECT_EXIT(
         {
@@ -229,7 +229,7 @@ TEST_F(ResourceManagerTest, LoadsAndSavesAreLoggedWhenAsked) {
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "");
-    std::string const log = ReadBytes(path);
+    std::string const log = ReadAll(path);
     // The child's folder is its own: a death test may run the test afresh.
     for (char const* line :
          {"Comment: \"Resource Save Call:[folder@/", "/store]r\" in baseobj/resmgr at line ",

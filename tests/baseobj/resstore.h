@@ -13,7 +13,7 @@
 #include <foldercontainer.h>
 #include <textresource.h>
 
-#include "tempdir.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +21,11 @@
 #include <vector>
 
 namespace baseobj_test {
+
+using test_support::ReadAll;
+using test_support::ScratchDir;
+using test_support::TestFileName;
+using test_support::WriteAll;
 
 using resource_store::FolderContainer;
 using resource_store::TextResource;
@@ -85,7 +90,7 @@ protected:
         return names;
     }
 
-    TempDir dir;
+    ScratchDir dir;
     ResourceManager* prm = nullptr;
 };
 

@@ -7,7 +7,9 @@
 #include <baseobj/lex.h>
 #include <baseobj/token.h>
 
-#include "tempdir.h"
+#include <support/files.h>
+
+#include "xml_recorder.h"
 
 #include <gtest/gtest.h>
 
@@ -22,29 +24,12 @@
 namespace {
 
 namespace fs = std::filesystem;
-using baseobj_test::ReadBytes;
-using baseobj_test::WriteBytes;
+using baseobj_test::Quote;
+using test_support::ReadAll;
+using test_support::WriteAll;
 
 fs::path CorpusDir() {
     return fs::path(__FILE__).parent_path() / "scanner_corpus";
-}
-
-std::string Quoted(char const* sz, char cQuote) {
-    std::string out(1, cQuote);
-    for (; sz != nullptr && *sz != '\0'; ++sz) {
-        auto const c = static_cast<unsigned char>(*sz);
-        if (c == '\\' || c == static_cast<unsigned char>(cQuote)) {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c < 0x20 || c >= 0x7F) {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02x", c);
-            out += hex;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out + cQuote;
 }
 
 std::string Describe(Token const& tok) {
@@ -55,7 +40,7 @@ std::string Describe(Token const& tok) {
     switch (tok._get_nDataType()) {
     case TY_CHAR: {
         char const c[2] = {tok.FetchChar(0), '\0'};
-        value = c[0] == '\0' ? "'\\x00'" : Quoted(c, '\'');
+        value = c[0] == '\0' ? "'\\x00'" : Quote(c, std::string::npos, '\'');
         break;
     }
     case TY_SHORT:
@@ -70,13 +55,13 @@ std::string Describe(Token const& tok) {
     }
     case TY_STRING:
     case TY_COMMENT:
-        value = Quoted(tok.FetchStringPointer(), '"');
+        value = Quote(tok.FetchStringPointer());
         break;
     case TY_TOKEN: {
         auto const nCode = static_cast<std::int32_t>(tok.FetchDouble());
         char word[64];
         Token::MapSymbolID2String(nCode, word);
-        value = std::to_string(nCode) + " " + Quoted(word, '"');
+        value = std::to_string(nCode) + " " + Quote(word);
         break;
     }
     default:
@@ -96,8 +81,8 @@ std::string Listing(Scanner& scn) {
             out += Describe(*ptok);
         out += "end " + std::to_string(scn.Row()) + ":" + std::to_string(scn.Col()) + "\n";
     } catch (Exception const& e) {
-        out += "error " + std::to_string(e._get_nException()) + " " + Quoted(e.szMessage, '"') +
-               " at " + std::to_string(scn.Row()) + ":" + std::to_string(scn.Col()) + "\n";
+        out += "error " + std::to_string(e._get_nException()) + " " + Quote(e.szMessage) + " at " +
+               std::to_string(scn.Row()) + ":" + std::to_string(scn.Col()) + "\n";
     }
     return out;
 }
@@ -124,22 +109,22 @@ TEST(ScannerCorpusTest, EachInputScansAsItsListingFromBothSources) {
     ASSERT_GE(inputs.size(), 10u);
     for (fs::path const& input : inputs) {
         SCOPED_TRACE(input.filename().string());
-        std::string const text = ReadBytes(input);
+        std::string const text = ReadAll(input);
         fs::path expected = input, streamExpected = input;
         expected.replace_extension(".expected");
         streamExpected.replace_extension(".stream.expected");
         std::string const buffer = ScanBuffer(text), stream = ScanStream(text);
         if (std::getenv("SORVANE_UPDATE_CORPUS") != nullptr) {
-            WriteBytes(expected, buffer);
+            WriteAll(expected, buffer);
             if (stream != buffer)
-                WriteBytes(streamExpected, stream);
+                WriteAll(streamExpected, stream);
             else
                 fs::remove(streamExpected);
             continue;
         }
         ASSERT_TRUE(fs::exists(expected));
-        EXPECT_EQ(ReadBytes(expected), buffer) << "the buffer";
-        EXPECT_EQ(ReadBytes(fs::exists(streamExpected) ? streamExpected : expected), stream)
+        EXPECT_EQ(ReadAll(expected), buffer) << "the buffer";
+        EXPECT_EQ(ReadAll(fs::exists(streamExpected) ? streamExpected : expected), stream)
             << "the stream";
     }
     Exception::_set_bDisableMessageBoxes(0);

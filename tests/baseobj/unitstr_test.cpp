@@ -8,7 +8,7 @@
 #include <omdiunit/unitpriv.h>
 
 #include "baseobj/support.h"
-#include "baseobj/tempdir.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-using baseobj_test::TempDir;
-using baseobj_test::WriteBytes;
+using test_support::ScratchDir;
+using test_support::WriteAll;
 
 std::string Text(CPString const& str) {
     return UnitTextOf(str);
@@ -250,15 +250,10 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
     // The operands live on the heap and are held, as values hold their
     // units, so that an answer that is an operand can be released.
     Held const m("m"), ft("ft"), s("s"), perM("m^-1"), empty("");
-    UnitString& unstrM = *m.p;
-    UnitString& unstrFt = *ft.p;
-    UnitString& unstrS = *s.p;
-    UnitString& unstrPerM = *perM.p;
-    UnitString& unstrEmpty = *empty.p;
     using U = UnitString;
 
     EXPECT_EQ(U::PerformOperation(nullptr, nullptr, U::opMultiply), nullptr);
-    EXPECT_EQ(U::PerformOperation(&unstrEmpty, nullptr, U::opAdd), nullptr);
+    EXPECT_EQ(U::PerformOperation(empty.p, nullptr, U::opAdd), nullptr);
     struct Case {
         UnitString* pLeft;
         UnitString* pRight;
@@ -267,13 +262,13 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
         char const* szText;
     };
     Case const cases[] = {
-        {nullptr, &unstrS, U::opDivide, &unstrS, "s"},
-        {&unstrM, &unstrEmpty, U::opDivide, &unstrM, "m"},
-        {&unstrM, &unstrFt, U::opAdd, &unstrM, "m"},
-        {&unstrFt, &unstrM, U::opSubtract, &unstrFt, "ft"},
-        {&unstrM, &unstrFt, U::opMultiply, nullptr, "m^2"},
-        {&unstrM, &unstrS, U::opDivide, nullptr, "m*s^-1"},
-        {&unstrM, &unstrPerM, U::opMultiply, nullptr, ""},
+        {nullptr, s.p, U::opDivide, s.p, "s"},
+        {m.p, empty.p, U::opDivide, m.p, "m"},
+        {m.p, ft.p, U::opAdd, m.p, "m"},
+        {ft.p, m.p, U::opSubtract, ft.p, "ft"},
+        {m.p, ft.p, U::opMultiply, nullptr, "m^2"},
+        {m.p, s.p, U::opDivide, nullptr, "m*s^-1"},
+        {m.p, perM.p, U::opMultiply, nullptr, ""},
     };
     for (Case const& c : cases) {
         UnitString* const presult = U::PerformOperation(c.pLeft, c.pRight, c.nOperation);
@@ -285,13 +280,12 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
         EXPECT_EQ(presult->_get_bBaseUnits() != 0, c.pSame == nullptr && c.szText[0] != '\0');
         presult->Release();
     }
-    EXPECT_EQ(U::PerformOperation(&unstrM, &unstrFt, U::opDivide), nullptr);
-    std::string const add = Thrown([&] { U::PerformOperation(&unstrM, &unstrS, U::opAdd); }, 1344);
+    EXPECT_EQ(U::PerformOperation(m.p, ft.p, U::opDivide), nullptr);
+    std::string const add = Thrown([&] { U::PerformOperation(m.p, s.p, U::opAdd); }, 1344);
     EXPECT_NE(add.find("Cannot perform add: Unit dimensions inequivalent |s| , |m|"),
               std::string::npos)
         << add;
-    std::string const sub =
-        Thrown([&] { U::PerformOperation(&unstrM, &unstrS, U::opSubtract); }, 1344);
+    std::string const sub = Thrown([&] { U::PerformOperation(m.p, s.p, U::opSubtract); }, 1344);
     EXPECT_NE(sub.find("Cannot perform subtraction"), std::string::npos) << sub;
 }
 
@@ -409,9 +403,9 @@ constexpr char kMorePreferences[] = R"(<Unit NISTString="Pa">
 )";
 
 TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
-    TempDir dir;
+    ScratchDir dir;
     std::string const path = dir.Path("unitprefs.xml");
-    WriteBytes(path, kPreferences);
+    WriteAll(path, kPreferences);
     UnitPreferences prefs;
     EXPECT_EQ(prefs.ReadPreferencesFile(path.c_str(), 0), 1);
 
@@ -462,7 +456,7 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
 
     // Merging a second file adds to the lists; reading without merging replaces.
     std::string const more = dir.Path("more.xml");
-    WriteBytes(more, kMorePreferences);
+    WriteAll(more, kMorePreferences);
     prefs.ReadPreferencesFile(more.c_str(), 1);
     Case const merged[] = {
         {150.0, &unstrPa, "Process", 1, "atm", 4},
@@ -526,9 +520,9 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
 }
 
 TEST_F(UnitStringTest, ProcessPreferencesLoadFromTheStoredPath) {
-    TempDir dir;
+    ScratchDir dir;
     std::string const path = dir.Path("unitprefs.xml");
-    WriteBytes(path, kPreferences);
+    WriteAll(path, kPreferences);
     EXPECT_EQ(UnitString::LoadUnitPreferences(path.c_str(), "metric", 0), 1);
     EXPECT_EQ(Text(UnitString::_get_strPreferencesFilePath()), path);
     EXPECT_EQ(Text(UnitString::_get_strPreferredUnitSetName()), "metric");

@@ -6,8 +6,8 @@
 #include <baseobj/fileobject.h>
 #include <baseobj/xmlparser.h>
 
-#include "tempdir.h"
 #include "xml_recorder.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -84,7 +84,7 @@ TEST(XmlCorpusTest, ListingsMatch) {
             std::ofstream(expectedPath, std::ios::binary) << got;
             continue;
         }
-        EXPECT_EQ(got, baseobj_test::ReadBytes(expectedPath.string()));
+        EXPECT_EQ(got, test_support::ReadAll(expectedPath.string()));
     }
 }
 

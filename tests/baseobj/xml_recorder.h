@@ -15,11 +15,13 @@
 
 namespace baseobj_test {
 
-inline std::string Quote(char const* p, std::size_t nMax = std::string::npos) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < nMax && p[i] != '\0'; ++i) {
+// The text between quotes, with the quote and '\\' escaped; a null text is
+// empty.
+inline std::string Quote(char const* p, std::size_t nMax = std::string::npos, char cQuote = '"') {
+    std::string out(1, cQuote);
+    for (std::size_t i = 0; p != nullptr && i < nMax && p[i] != '\0'; ++i) {
         auto const c = static_cast<unsigned char>(p[i]);
-        if (c == '"' || c == '\\') {
+        if (c == static_cast<unsigned char>(cQuote) || c == '\\') {
             out += '\\';
             out += static_cast<char>(c);
         } else if (c < 0x20 || c >= 0x7F) {
@@ -30,7 +32,7 @@ inline std::string Quote(char const* p, std::size_t nMax = std::string::npos) {
             out += static_cast<char>(c);
         }
     }
-    return out + "\"";
+    return out + cQuote;
 }
 
 struct XmlListing {

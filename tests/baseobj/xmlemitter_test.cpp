@@ -1,7 +1,7 @@
 #include <baseobj/xmlparser.h>
 
-#include "tempdir.h"
 #include "xml_recorder.h"
+#include <support/files.h>
 
 #include <support/fatal.h>
 
@@ -10,105 +10,71 @@
 #include <cstdio>
 #include <functional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-using baseobj_test::ReadBytes;
-using baseobj_test::TempDir;
 using baseobj_test::XmlListing;
+using test_support::ReadAll;
+using test_support::ScratchDir;
 
 constexpr char kHeader[] = "<?xml version = \"1.0\"?>";
 
 // What the emitter writes for a script of calls on a fresh file.
 std::string Emit(std::function<void(XMLEmitter&)> const& script) {
-    TempDir tmp;
+    ScratchDir tmp;
     std::string path = tmp.Path("out.xml");
     XMLEmitter emitter;
     EXPECT_EQ(emitter.OpenFile(path.data()), 1);
     script(emitter);
     emitter.CloseFile();
-    return ReadBytes(path);
+    return ReadAll(path);
 }
 
 char* S(char const* psz) {
     return const_cast<char*>(psz); // the emitter only reads its arguments
 }
 
+// Runs a script of emitter calls, one word each: "<name" starts a tag,
+// "@name=value" writes an attribute, "'text" writes a text that closes the
+// start tag first, "+text" one that goes on from a text, and ">" ends a tag.
+void Play(XMLEmitter& e, std::string const& script) {
+    std::istringstream words(script);
+    for (std::string w; words >> w;) {
+        std::string arg = w.substr(1);
+        std::size_t const eq = arg.find('=');
+        if (w[0] == '<') e.StartTag(arg.data());
+        if (w[0] == '@') e.Attribute(arg.substr(0, eq).data(), arg.substr(eq + 1).data());
+        if (w[0] == '\'' || w[0] == '+') e.Text(arg.data(), w[0] == '+' ? 1 : 0);
+        if (w[0] == '>') e.EndTag();
+    }
+}
+
 TEST(XMLEmitterTest, WritesTagsAsTheirCallsDecide) {
     struct Case {
-        char const* what;
-        std::function<void(XMLEmitter&)> script;
+        char const* script;
         std::string body; // behind the header
     } const cases[] = {
-        {"no tags", [](XMLEmitter&) {}, ""},
-        {"empty element",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.EndTag();
-         },
-         "\n\n<a/>"},
-        {"attribute",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.Attribute(S("x"), S("1"));
-             e.EndTag();
-         },
-         "\n\n<a x=\"1\"/>"},
-        {"text",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.Text(S("t"), 0);
-             e.Text(S("u"), 1);
-             e.EndTag();
-         },
-         "\n\n<a>tu</a>"},
-        {"attribute after text",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.Text(S("t"), 0);
-             e.Attribute(S("x"), S("1"));
-             e.EndTag();
-         },
-         "\n\n<a>t<! ****** XML ERROR: ATTRIBS AFTER TEXT >\n\t\t x=\"1\"</a>"},
-        {"root, attribute and a child with text",
-         [](XMLEmitter& e) {
-             e.StartTag(S("root"));
-             e.Attribute(S("v"), S("2"));
-             e.StartTag(S("child"));
-             e.Text(S("t"), 0);
-             e.EndTag();
-             e.StartTag(S("deep"));
-             e.StartTag(S("er"));
-             e.EndTag();
-             e.EndTag();
-             e.EndTag();
-             e.EndTag(); // nothing left: nothing happens
-         },
+        {"", ""},
+        {"<a >", "\n\n<a/>"},
+        {"<a @x=1 >", "\n\n<a x=\"1\"/>"},
+        {"<a 't +u >", "\n\n<a>tu</a>"},
+        {"<a 't @x=1 >", "\n\n<a>t<! ****** XML ERROR: ATTRIBS AFTER TEXT >\n\t\t x=\"1\"</a>"},
+        // The last end has nothing left to close: nothing happens.
+        {"<root @v=2 <child 't > <deep <er > > > >",
          "\n\n<root v=\"2\">\n\t<child>t</child>\n\t<deep>\n\t\t<er/>\n\t</deep>\n</root>"},
-        {"a second root",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.EndTag();
-             e.StartTag(S("b"));
-             e.EndTag();
-         },
-         "\n\n<a/>\n\n<b/>"},
-        {"tags left open",
-         [](XMLEmitter& e) {
-             e.StartTag(S("a"));
-             e.StartTag(S("b"));
-         },
-         "\n\n<a>\n\t<b"},
+        {"<a > <b >", "\n\n<a/>\n\n<b/>"}, // a second root
+        {"<a <b", "\n\n<a>\n\t<b"},        // tags left open
     };
     for (auto const& c : cases) {
-        EXPECT_EQ(Emit(c.script), kHeader + c.body) << c.what;
+        EXPECT_EQ(Emit([&](XMLEmitter& e) { Play(e, c.script); }), kHeader + c.body) << c.script;
     }
 }
 
 TEST(XMLEmitterTest, NothingIsWrittenWhileClosedAndTheTagBeyond255IsLost) {
-    TempDir tmp;
+    ScratchDir tmp;
     std::string path = tmp.Path("out.xml");
     XMLEmitter emitter;
     emitter.StartTag(S("a"));
@@ -123,7 +89,7 @@ TEST(XMLEmitterTest, NothingIsWrittenWhileClosedAndTheTagBeyond255IsLost) {
     EXPECT_EQ(emitter._get_nDepth(), 255);
     emitter.CloseFile();
     emitter.StartTag(S("after"));
-    std::string const body = ReadBytes(path);
+    std::string const body = ReadAll(path);
     std::string const tail =
         "<t>\n" + std::string(255, '\t') + "<t\n" + std::string(255, '\t') + "</t>";
     ASSERT_GE(body.size(), tail.size());
@@ -131,7 +97,7 @@ TEST(XMLEmitterTest, NothingIsWrittenWhileClosedAndTheTagBeyond255IsLost) {
 }
 
 TEST(XMLEmitterDeathTest, MisuseEndsTheProcessThroughItsCheck) {
-    std::string path = baseobj_test::FixedPath("out.xml");
+    std::string path = test_support::TestFileName("out.xml");
     std::string const longName(64, 'n');
     struct Case {
         std::function<void(XMLEmitter&)> script;
@@ -161,7 +127,7 @@ public:
     explicit RoundTrip(unsigned seed) : rng(seed) {}
 
     std::string Run() {
-        TempDir tmp;
+        ScratchDir tmp;
         std::string path = tmp.Path("doc.xml");
         XMLEmitter emitter;
         EXPECT_EQ(emitter.OpenFile(path.data()), 1);

@@ -1,7 +1,7 @@
 #include <baseobj/xmlparser.h>
 
-#include "tempdir.h"
 #include "xml_recorder.h"
+#include <support/files.h>
 
 #include <support/fatal.h>
 

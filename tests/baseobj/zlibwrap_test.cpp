@@ -1,6 +1,6 @@
 #include <baseobj/zlibwrap.h>
 
-#include "tempdir.h"
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 
 namespace {
 
-using baseobj_test::ReadBytes;
-using baseobj_test::TempDir;
-using baseobj_test::WriteBytes;
+using test_support::ReadAll;
+using test_support::ScratchDir;
+using test_support::WriteAll;
 
 // Records what the engine tells, and aborts at a chosen progress report.
 class RecordingEngine : public ZlibEngine {
@@ -52,7 +52,7 @@ std::string Unwrap(std::string const& stream, std::uint32_t nRoom) {
 }
 
 TEST(ZlibEngineTest, RoundTripsAPlainStreamAtEachLevel) {
-    TempDir tmp;
+    ScratchDir tmp;
     struct Case {
         std::size_t nSize;
         int nLevel;
@@ -60,31 +60,31 @@ TEST(ZlibEngineTest, RoundTripsAPlainStreamAtEachLevel) {
     for (auto const& c : cases) {
         SCOPED_TRACE(c.nSize);
         std::string const text = Text(c.nSize);
-        WriteBytes(tmp.Path("in"), text);
+        WriteAll(tmp.Path("in"), text);
         RecordingEngine engine;
         EXPECT_EQ(engine.compress(tmp.Path("in").c_str(), tmp.Path("z").c_str(), c.nLevel), 0);
         EXPECT_EQ(engine.words, std::vector<std::string>{"Success"});
         // The file holds a zlib stream and nothing else.
-        EXPECT_EQ(Unwrap(ReadBytes(tmp.Path("z")), static_cast<std::uint32_t>(c.nSize + 16)), text);
+        EXPECT_EQ(Unwrap(ReadAll(tmp.Path("z")), static_cast<std::uint32_t>(c.nSize + 16)), text);
         EXPECT_EQ(engine.decompress(tmp.Path("z").c_str(), tmp.Path("out").c_str()), 0);
-        EXPECT_EQ(ReadBytes(tmp.Path("out")), text);
+        EXPECT_EQ(ReadAll(tmp.Path("out")), text);
         EXPECT_EQ(engine.percents.back(), 100);
     }
 }
 
 TEST(ZlibEngineTest, ProgressInWholePerCentsByBothFormulas) {
-    TempDir tmp;
+    ScratchDir tmp;
     RecordingEngine engine;
     // The product first: 4096, 8192 and 10,000 bytes of 10,000 read, then
     // the report after the finish.
-    WriteBytes(tmp.Path("in"), std::string(10'000, 'a'));
+    WriteAll(tmp.Path("in"), std::string(10'000, 'a'));
     ASSERT_EQ(engine.compress(tmp.Path("in").c_str(), tmp.Path("z").c_str(), 1), 0);
     EXPECT_EQ(engine.percents, (std::vector<int>{40, 81, 100, 100}));
 
     // Above 10,000,000 bytes the division first: every whole per cent once
     // or more, in order, never past 100.
     engine.percents.clear();
-    WriteBytes(tmp.Path("in"), Text(20'000'099));
+    WriteAll(tmp.Path("in"), Text(20'000'099));
     ASSERT_EQ(engine.compress(tmp.Path("in").c_str(), tmp.Path("z").c_str(), 1), 0);
     std::vector<int> seen;
     for (int n : engine.percents) {
@@ -97,13 +97,13 @@ TEST(ZlibEngineTest, ProgressInWholePerCentsByBothFormulas) {
 }
 
 TEST(ZlibEngineTest, FailuresEndWithTheirWordAndResult) {
-    TempDir tmp;
+    ScratchDir tmp;
     std::string const text = Text(50'000);
-    WriteBytes(tmp.Path("text"), text);
+    WriteAll(tmp.Path("text"), text);
     RecordingEngine maker;
     ASSERT_EQ(maker.compress(tmp.Path("text").c_str(), tmp.Path("z").c_str(), 6), 0);
-    std::string const stream = ReadBytes(tmp.Path("z"));
-    WriteBytes(tmp.Path("short"), stream.substr(0, stream.size() / 2));
+    std::string const stream = ReadAll(tmp.Path("z"));
+    WriteAll(tmp.Path("short"), stream.substr(0, stream.size() / 2));
 
     struct Case {
         char const* what;
@@ -132,8 +132,8 @@ TEST(ZlibEngineTest, FailuresEndWithTheirWordAndResult) {
 }
 
 TEST(ZlibEngineTest, AbortFromProgressStopsTheRunAndTheNextRunStartsClear) {
-    TempDir tmp;
-    WriteBytes(tmp.Path("in"), Text(100'000));
+    ScratchDir tmp;
+    WriteAll(tmp.Path("in"), Text(100'000));
     RecordingEngine engine;
     engine.nAbortAt = 2;
     int const n = engine.compress(tmp.Path("in").c_str(), tmp.Path("z").c_str(), 6);
@@ -148,8 +148,8 @@ TEST(ZlibEngineTest, AbortFromProgressStopsTheRunAndTheNextRunStartsClear) {
 }
 
 TEST(ZlibEngineTest, ThePumpRunsBetweenStepsOnlyWhenSet) {
-    TempDir tmp;
-    WriteBytes(tmp.Path("in"), Text(20'000));
+    ScratchDir tmp;
+    WriteAll(tmp.Path("in"), Text(20'000));
     RecordingEngine engine;
     ASSERT_EQ(engine.compress(tmp.Path("in").c_str(), tmp.Path("z").c_str(), 6), 0);
     int nPumped = 0;

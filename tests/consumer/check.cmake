@@ -43,16 +43,8 @@ run("building the consumer project" ${CMAKE_COMMAND} --build ${consumer_build})
 # The build tree's rpath points at the prefix's library directory.
 run("running the consumer" ${consumer_build}/consumer)
 run("running the client library's consumer" ${consumer_build}/client_consumer)
-
-# The resource store example is a client project of its own.
-set(example_build ${WORK_DIR}/resource_store)
-run("configuring the resource store example"
-    ${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples/resource_store -B ${example_build} ${generator}
-        -DCMAKE_PREFIX_PATH=${prefix}
-        -DCMAKE_CXX_COMPILER=${CXX}
-        -DSANITIZE=${SANITIZE})
-run("building the resource store example" ${CMAKE_COMMAND} --build ${example_build})
-run("running the resource store example" ${example_build}/resource_store)
+# The examples, resource_store among them, are built and run against an
+# install by the examples_installed test.
 
 file(GLOB_RECURSE pc_files ${prefix}/*/sorvane.pc)
 if(NOT pc_files)

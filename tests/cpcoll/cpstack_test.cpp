@@ -29,13 +29,6 @@ void itCount(void*, void* pvCount) {
     ++*static_cast<int*>(pvCount);
 }
 
-// A counted object that tells when it is gone.
-struct Counted : Createable {
-    explicit Counted(bool* pbGone) : pbGone(pbGone) {}
-    ~Counted() override { *pbGone = true; }
-    bool* pbGone;
-};
-
 std::string Text(CPString& str) {
     return str.GetBuffer();
 }

@@ -13,15 +13,6 @@ namespace {
 
 using namespace cpcoll_test;
 
-// A counted object that tells when it is gone.
-struct Counted : Createable {
-    explicit Counted(bool* pbGoneA = nullptr) : pbGone(pbGoneA) {}
-    ~Counted() override {
-        if (pbGone != nullptr) *pbGone = true;
-    }
-    bool* pbGone;
-};
-
 // What both keyed classes promise: the first entry under a key stays, each
 // entry holds one reference, and removal gives it back.
 template <class Keyed> void CheckKeyed() {

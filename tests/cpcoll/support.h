@@ -1,9 +1,10 @@
-// What the collection tests share: elements to store, walk callbacks, and a
-// check that a statement ends the process through a fatal check with the
-// report expected.
+// What the collection tests share: elements to store, walk callbacks, a
+// counted object that tells when it is gone, and a check that a statement
+// ends the process through a fatal check with the report expected.
 #pragma once
 
 #include <cpcoll/cplist.h>
+#include <util/createable.h>
 #include <util/exceptions.h>
 
 #include <support/fatal.h>
@@ -50,6 +51,15 @@ struct ClearKillsAtTestStart final : ::testing::EmptyTestEventListener {
 };
 inline int const gClearKillsRegistered =
     (::testing::UnitTest::GetInstance()->listeners().Append(new ClearKillsAtTestStart), 0);
+
+// A counted object that tells when it is gone.
+struct Counted : Createable {
+    explicit Counted(bool* pbGoneA = nullptr) : pbGone(pbGoneA) {}
+    ~Counted() override {
+        if (pbGone != nullptr) *pbGone = true;
+    }
+    bool* pbGone;
+};
 
 // A list's elements from head to tail by the links.
 inline std::vector<void*> Forward(CPList const& lst) {

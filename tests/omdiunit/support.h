@@ -15,8 +15,6 @@
 
 namespace omdiunit_test {
 
-inline constexpr int kFatalStatus = kDeadFocc & 0xFF; // all a Linux parent sees
-
 // The text of the FWError that f throws, or "no error".
 template <class F> std::string ThrownText(F f) {
     try {

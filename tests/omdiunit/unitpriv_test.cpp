@@ -3,6 +3,7 @@
 #include <omdiunit/unittables.h>
 
 #include "support.h"
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -62,7 +63,7 @@ TEST(UnitHashTableTest, ArraysGrowInBlocksOfTwelve) {
 TEST(UnitHashTableDeathTest, IndexPastTheCountEndsTheProcess) {
     TDynArray<int> array;
     array.Append(1);
-    EXPECT_EXIT(array[1], ::testing::ExitedWithCode(omdiunit_test::kFatalStatus), "");
+    EXPECT_EXIT(array[1], ::testing::ExitedWithCode(kFatalStatus), "");
 }
 
 TEST(CUnitTest, AbsentTextsAreOneSharedEmptyString) {

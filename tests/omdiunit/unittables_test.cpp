@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <set>
 #include <sstream>
@@ -26,35 +27,20 @@ std::uint32_t IdOfExponents(std::string const& text) {
         if (word == "1") continue;
         std::size_t const caret = word.find('^');
         int const n = caret == std::string::npos ? 1 : std::stoi(word.substr(caret + 1));
-        CUnitId field;
-        switch (word[0]) {
-        case 'L':
-            field.Length_Set(1);
-            break;
-        case 'M':
-            field.Mass_Set(1);
-            break;
-        case 'T':
-            field.Time_Set(1);
-            break;
-        case 'I':
-            field.Current_Set(1);
-            break;
-        case 'K':
-            field.Temperature_Set(1);
-            break;
-        case 'N':
-            field.Substance_Set(1);
-            break;
-        case 'J':
-            field.Intensity_Set(1);
-            break;
-        case 'U':
-            field.User_Set(1);
-            break;
-        default:
+        using Setter = void (CUnitId::*)(char);
+        static constexpr std::pair<char, Setter> kFields[] = {
+            {'L', &CUnitId::Length_Set},      {'M', &CUnitId::Mass_Set},
+            {'T', &CUnitId::Time_Set},        {'I', &CUnitId::Current_Set},
+            {'K', &CUnitId::Temperature_Set}, {'N', &CUnitId::Substance_Set},
+            {'J', &CUnitId::Intensity_Set},   {'U', &CUnitId::User_Set}};
+        auto const* const pfield = std::find_if(std::begin(kFields), std::end(kFields),
+                                                [&](auto const& f) { return f.first == word[0]; });
+        if (pfield == std::end(kFields)) {
             ADD_FAILURE() << "exponent " << word;
+            continue;
         }
+        CUnitId field;
+        (field.*pfield->second)(1);
         id *= field.pow(static_cast<short>(n));
     }
     return static_cast<std::uint32_t>(id);
