@@ -3,6 +3,7 @@
 #   ./do setup            install the Debian packages the project needs
 #   ./do build [PRESET]   configure and build (default, asan, tsan, release, fuzz)
 #   ./do test [PRESET]    build and run the test suites (default preset)
+#   ./do docs             the reference of the installed headers, in build/docs/html
 #   ./do demo             show a splash through the session bus to a real client
 #   ./do package          release build, the Debian package in build/package, checked by lintian
 #   ./do bench [NAME]     release build, run the benchmarks (or bench_NAME), print the ratios
@@ -27,6 +28,8 @@ packages=(
     libcurl4-openssl-dev curl openssl python3-pyftpdlib python3-aiosmtpd
     # The manual pages: made with scdoc, checked with man and groff.
     scdoc man-db groff-base
+    # The reference of the headers (./do docs).
+    doxygen
 )
 
 as_root() {
@@ -116,6 +119,15 @@ demo() {
     echo "The screenshot is at $shot"
 }
 
+# The reference of the installed headers: the default preset's configure
+# says which headers the package installs, layer by layer.
+docs() {
+    setup
+    cmake --preset default >/dev/null
+    /usr/bin/python3 "$root/tools/build_reference.py" --source "$root" \
+        --build "$root/build/default" --out "$root/build/docs"
+}
+
 bench() {
     build release
     local status=0
@@ -175,10 +187,11 @@ case "$cmd" in
     setup) setup ;;
     build) build "$@" ;;
     test) test_suite "$@" ;;
+    docs) docs ;;
     demo) demo ;;
     package) package ;;
     bench) bench "$@" ;;
     fuzz) fuzz "$@" ;;
     format) format ;;
-    *) sed -n '2,11p' "$0"; exit 2 ;;
+    *) sed -n '2,12p' "$0"; exit 2 ;;
 esac

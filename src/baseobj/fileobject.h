@@ -1,27 +1,43 @@
-// Whole files read into buffers and written back, optionally compressed.
-// The compressed form is the uncompressed length as 4 bytes, unsigned and
-// little-endian, then a zlib stream of the text.
+/// \file
+/// Whole files read into buffers and written back, optionally compressed.
+/// The compressed form is the uncompressed length as 4 bytes, unsigned and
+/// little-endian, then a zlib stream of the text.
 #pragma once
 
 #include <platform/export.h>
 
 #include <cstdint>
 
+/// \brief Whole files read into buffers and written back, optionally
+/// compressed: the uncompressed length as 4 bytes, unsigned and
+/// little-endian, then a zlib stream of the text.
 class SORVANE_API FileObject {
 public:
-    // Text mode applies to uncompressed files only.
+    /// \return non-zero when uncompressed files are read and written in text mode.
     static char _get_bTextMode() { return bTextMode; }
+    /// Sets text mode, which applies to uncompressed files only.
+    /// \param b non-zero for text mode.
     static void _set_bTextMode(char b) { bTextMode = b; }
 
-    // The whole file, ended by a zero byte, with its length in *pnLength; the
-    // caller frees it with DeleteBuffer. Null, with the length 0, when the
-    // file can't be read or is empty, or a compressed one doesn't expand.
+    /// Reads a whole file.
+    /// \param name the file.
+    /// \param bCompressed non-zero for the compressed form.
+    /// \param pnLength receives the length; 0 on failure.
+    /// \return the content, ended by a zero byte, which the caller frees with
+    ///         DeleteBuffer(); null when the file can't be read or is empty, or a
+    ///         compressed one doesn't expand.
     static char* CreateBuffer(char const* name, short bCompressed, std::int32_t* pnLength);
+    /// Frees a buffer of CreateBuffer().
+    /// \param pc the buffer, or null.
     static void DeleteBuffer(char* pc);
-    // Writes a zero-terminated text; 1, or 0 when the file can't be made or
-    // the text can't be compressed.
+    /// Writes a 0-terminated text as a whole file.
+    /// \param name the file.
+    /// \param text the text.
+    /// \param bCompress non-zero for the compressed form.
+    /// \return 1, or 0 when the file can't be made or the text can't be compressed.
     static short WriteBuffer(char const* name, char* text, short bCompress);
-    // 1 when the file can be opened for reading.
+    /// \param name a file.
+    /// \return 1 when it can be opened for reading.
     static short Exists(char const* name);
 
 private:

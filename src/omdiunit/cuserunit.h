@@ -1,5 +1,6 @@
-// The client's own dimension: units read from a text file, all of the one
-// user dimension, found by symbol beside the built-in units.
+/// \file
+/// The client's own dimension: units read from a text file, all of the one
+/// user dimension, found by symbol beside the built-in units.
 #pragma once
 
 #include <omdiunit/unitpriv.h>
@@ -9,33 +10,50 @@
 #include <cstdint>
 #include <iosfwd>
 
+/// \brief A unit of the client's own dimension, read from the user unit
+/// file and found by symbol beside the built-in units.
 class SORVANE_API CUserUnit : public CUnit {
 public:
+    /// \param name the name.
+    /// \param symbol the symbol.
+    /// \param factor the factor to the dimension's first unit.
+    /// \param offset the offset.
     CUserUnit(char const* name, char const* symbol, double factor, double offset);
+    /// Counts the unit out.
     ~CUserUnit() override;
 
-    // The name of the user dimension, shared by every user unit.
+    /// \return the name of the user dimension, shared by every user unit.
     CPString& What() override { return DimensionName(); }
     CPString& Name() override { return strName; }
     CPString& Symbol() override { return strSymbol; }
     int IsSI() override { return 0; }
+    /// \return an empty text.
     CPString& DimensionText() override { return EmptyString(); }
     double Factor() override { return dFactor; }
     double Offset() override { return dOffset; }
 
-    // The dimension's name (the file's first line) and its symbol (that of
-    // the file's first unit).
+    /// \return the dimension's name, the file's first line.
     static CPString& DimensionName();
+    /// \return the dimension's symbol, that of the file's first unit.
     static CPString& DimensionSymbol();
 
-    // The units read so far, in the order of reading.
+    /// \return the number of units read so far.
     static std::uint32_t Count() { return nUserUnits; }
+    /// \param nIndex a place in the order of reading.
+    /// \return the unit there, or null.
     static CUserUnit* At(std::uint32_t nIndex);
+    /// Appends a unit to those read; the array does not own it.
+    /// \param puu the unit.
     static void AddToArray(CUserUnit* puu);
+    /// \return the number of live user units.
     static std::int32_t LiveCount() { return nLiveCount; }
 
-    // Reads the user unit file from the stream and hands each new unit to
-    // pfnAdded. A stream in its bad state after a line throws FWError 2.
+    /// Reads the user unit file from the stream and hands each new unit to a
+    /// function.
+    /// \param in the stream.
+    /// \param pfnAdded receives each new unit, which it owns.
+    /// \param pvArg its second argument.
+    /// \throws FWError 2 for a stream in its bad state after a line.
     static void ReadUnits(std::istream& in, void (*pfnAdded)(CUserUnit* puu, void* pvArg),
                           void* pvArg);
 

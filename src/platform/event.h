@@ -1,5 +1,6 @@
-// An auto-reset event: Set wakes one waiter, or the next one to come, and the
-// event clears itself as that waiter leaves.
+/// \file
+/// An auto-reset event: Set wakes one waiter, or the next one to come, and the
+/// event clears itself as that waiter leaves.
 #pragma once
 
 #include <platform/export.h>
@@ -11,15 +12,22 @@
 
 namespace platform {
 
+/// \brief An auto-reset event: Set wakes one waiter, or the next one to come,
+/// and the event clears itself as that waiter leaves.
 class SORVANE_API AutoResetEvent {
 public:
     AutoResetEvent() = default;
     AutoResetEvent(AutoResetEvent const&) = delete;
     AutoResetEvent& operator=(AutoResetEvent const&) = delete;
 
+    /// Signals the event: wakes one waiter, or lets the next one through.
     void Set();
+    /// Waits until the event is signalled, and clears it.
     void Wait();
-    // True when the event was signalled, false when the time ran out.
+    /// Waits until the event is signalled or the time runs out.
+    /// \param timeout the longest wait.
+    /// \return true when the event was signalled (and is now clear), false when
+    ///         the time ran out.
     bool WaitFor(std::chrono::milliseconds timeout);
 
 private:

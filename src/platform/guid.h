@@ -1,5 +1,6 @@
-// The registry form of a GUID: "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}", the
-// first three groups as numbers, the last two as bytes in order.
+/// \file
+/// The registry form of a GUID: "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}", the
+/// first three groups as numbers, the last two as bytes in order.
 #pragma once
 
 #include <platform/oletypes.h>
@@ -7,13 +8,19 @@
 
 namespace platform {
 
-// Upper-case text in a block of the task allocator, for the caller to free
-// with CoTaskMemFree. E_OUTOFMEMORY leaves *text null.
+/// The registry form of a GUID, in upper case.
+/// \param clsid the identifier.
+/// \param text receives the text in a block of the task allocator, which the
+///        caller owns and frees with CoTaskMemFree().
+/// \return S_OK, or E_OUTOFMEMORY with *text null.
 SORVANE_API HRESULT StringFromCLSID(GUID const& clsid, OLECHAR** text);
 
-// Only the braced form of 38 characters, hex digits of either case. Any other
-// text is CO_E_CLASSSTRING with *clsid all zero; a null clsid is
-// E_INVALIDARG.
+/// Reads the registry form of a GUID: only the braced form of 38 characters,
+/// hex digits of either case.
+/// \param text the text.
+/// \param clsid receives the identifier.
+/// \return S_OK; CO_E_CLASSSTRING for any other text, with *clsid all zero;
+///         E_INVALIDARG for a null clsid.
 SORVANE_API HRESULT CLSIDFromString(OLECHAR const* text, GUID* clsid);
 
 } // namespace platform

@@ -1,4 +1,5 @@
-// Where the framework's own shared library was loaded from.
+/// \file
+/// Where the framework's own shared library was loaded from.
 #pragma once
 
 #include <platform/export.h>
@@ -7,13 +8,14 @@
 
 namespace platform {
 
-// The file name of the framework library's shared object.
+/// The file name of the framework library's shared object.
 inline constexpr char kFrameworkLibraryName[] = "libsorvane.so";
 
-// The path of the loaded framework library as the dynamic linker knows it,
-// copied into the buffer with its terminator. Answers the length, or 0 when
-// the code is not running from a library of that name (linked in
-// statically, say) or the path does not fit.
+/// The path of the loaded framework library as the dynamic linker knows it.
+/// \param buffer the caller's buffer; receives the path with its terminator.
+/// \param size its size.
+/// \return the length, or 0 when the code is not running from a library of
+///         that name (linked in statically, say) or the path does not fit.
 SORVANE_API std::uint32_t GetFrameworkLibraryPath(char* buffer, std::uint32_t size);
 
 } // namespace platform

@@ -1,7 +1,8 @@
-// The splash server's interface on the session bus, described once: the
-// names both sides agree on and the methods with their arguments. The
-// server's dispatch and its introspection text, and the client's calls, are
-// all made from this table.
+/// \file
+/// The splash server's interface on the session bus, described once: the
+/// names both sides agree on and the methods with their arguments. The
+/// server's dispatch and its introspection text, and the client's calls, are
+/// all made from this table.
 #pragma once
 
 #include <platform/export.h>
@@ -10,50 +11,78 @@
 #include <string>
 #include <string_view>
 
+/// The splash server's interface on the session bus, described once: the
+/// names both sides agree on and the methods with their arguments. The
+/// server's dispatch and its introspection text, and the client's calls, are
+/// all made from this table.
 namespace splashbus {
 
-// The name a waiting server owns; a create call takes it out of view, so the
-// next client's activation starts a new process.
+/// The name a waiting server owns; a create call takes it out of view, so
+/// the next client's activation starts a new process.
 inline constexpr char kServiceName[] = "com.orveltech.Splash";
+/// The class object's path.
 inline constexpr char kFactoryPath[] = "/com/orveltech/Splash";
+/// The class object's interface.
 inline constexpr char kFactoryInterface[] = "com.orveltech.Splash.ClassFactory";
+/// The class object's method that creates a splash.
 inline constexpr char kCreateMethod[] = "CreateInstance";
+/// The prefix of a splash object's path.
 inline constexpr char kObjectPathPrefix[] = "/com/orveltech/Splash/SplashWindow";
+/// The splash object's interface.
 inline constexpr char kInterface[] = "com.orveltech.Splash.ISplashWindow";
-// The errors a create call can answer.
+/// The error of a create call on a server that already serves its client.
 inline constexpr char kErrorInUse[] = "com.orveltech.Splash.Error.InUse";
+/// The error of a create call whose splash cannot be made.
 inline constexpr char kErrorCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
-// The desktop's control panel, told when a recent list changes.
+/// The desktop's control panel, told when a recent list changes: its name,
 inline constexpr char kControlPanelName[] = "com.orveltech.ControlPanel";
+/// its path,
 inline constexpr char kControlPanelPath[] = "/com/orveltech/ControlPanel";
+/// and its interface.
 inline constexpr char kControlPanelInterface[] = "com.orveltech.ControlPanel";
 
-// The splash object's methods, in the interface's order.
+/// The splash object's methods, in the interface's order.
 enum class Method : std::size_t {
+    /// SplashClient::ShowSplash().
     ShowSplash,
+    /// SplashClient::SetStatusText().
     SetStatusText,
+    /// SplashClient::SetLicenseeText().
     SetLicenseeText,
+    /// SplashClient::AddToRecentAppList().
     AddToRecentAppList,
+    /// SplashClient::AddToRecentDocList().
     AddToRecentDocList,
+    /// SplashClient::TestUserRegistration().
     TestUserRegistration,
+    /// SplashClient::HideSplash().
     HideSplash,
+    /// SplashClient::SetSplashTimeout().
     SetSplashTimeout,
+    /// SplashClient::CheckLicenseExpiration().
     CheckLicenseExpiration,
+    /// SplashClient::ShowSplash2().
     ShowSplash2,
-    // The client's reference goes back with this, or when it leaves the bus.
+    /// The client's reference goes back with this, or when it leaves the bus.
     Release,
 };
+/// The number of methods.
 inline constexpr std::size_t kMethodCount = static_cast<std::size_t>(Method::Release) + 1;
+/// The most arguments a method takes.
 inline constexpr std::size_t kMaxArguments = 7;
 
-// A method takes texts ('s', UTF-8) and 16-bit numbers ('n'), and answers
-// nothing.
+/// \brief A method: it takes texts ('s', UTF-8) and 16-bit numbers ('n'),
+/// and answers nothing.
 struct MethodSpec {
+    /// The method's name.
     char const* name;
+    /// One type character per argument.
     char const* signature; // one type character per argument
+    /// The arguments' names.
     char const* arguments[kMaxArguments];
 };
 
+/// The methods, in the order of Method.
 inline constexpr MethodSpec kMethods[kMethodCount] = {
     {"ShowSplash",
      "ssnnnns",
@@ -74,14 +103,18 @@ inline constexpr MethodSpec kMethods[kMethodCount] = {
     {"Release", "", {}},
 };
 
+/// \param method a method.
+/// \return its description.
 constexpr MethodSpec const& Spec(Method method) {
     return kMethods[static_cast<std::size_t>(method)];
 }
 
-// The method of that name; false when there is none.
+/// \param name a method's name.
+/// \param method receives the method.
+/// \return false when there is none of that name.
 SORVANE_API bool FindMethod(std::string_view name, Method* method);
 
-// The interface's description as the bus's introspection format gives it.
+/// \return the interface's description as the bus's introspection format gives it.
 SORVANE_API std::string IntrospectionXml();
 
 } // namespace splashbus

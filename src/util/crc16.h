@@ -1,5 +1,6 @@
-// CRC-16/ARC (reflected polynomial 0xA001, initial 0, no final xor): the
-// check value on string buffers and the hash of dictionary keys.
+/// \file
+/// CRC-16/ARC (reflected polynomial 0xA001, initial 0, no final xor): the
+/// check value on string buffers and the hash of dictionary keys.
 #pragma once
 
 #include <platform/export.h>
@@ -33,20 +34,38 @@ static_assert(kTable[1] == 0xC0C1 && kTable[2] == 0xC181 && kTable[255] == 0x404
 
 } // namespace crc16_detail
 
+/// \brief CRC-16/ARC (reflected polynomial 0xA001, initial 0, no final xor):
+/// the check value on string buffers and the hash of dictionary keys.
 class SORVANE_API crc16 {
 public:
     crc16() { ++nInstanceCount; }
     ~crc16() { --nInstanceCount; }
+    /// A copy is counted as a new instance.
     crc16(crc16 const&) : crc16() {}
+    /// Assigns nothing of note: a crc16 has no state of its own.
+    /// \return this object.
     crc16& operator=(crc16 const&) = default;
 
-    // CRC of a NUL-terminated text; stores its byte count when asked.
+    /// The CRC of a 0-terminated text.
+    /// \param text the text; null reads as empty.
+    /// \param crc when not null, receives the CRC.
+    /// \param length when not null, receives the text's byte count.
+    /// \return 1.
     char Calc(char const* text, std::uint16_t* crc, std::int32_t* length = nullptr);
-    // CRC of length bytes, NULs included; the form for binary data.
+    /// The CRC of length bytes, NULs included; the form for binary data.
+    /// \param data the bytes.
+    /// \param crc receives the CRC.
+    /// \param length their count.
+    /// \return 1, or 0 for null data (then the CRC is 0).
     char lCalc(char const* data, std::uint16_t* crc, std::int32_t length);
 
+    /// \return the number of live crc16 objects.
     static std::uint16_t _get_nInstanceCount() { return nInstanceCount; }
 
+    /// One step of the CRC.
+    /// \param crc the CRC so far.
+    /// \param byte the next byte.
+    /// \return the CRC with the byte.
     static constexpr std::uint16_t Step(std::uint16_t crc, unsigned char byte) {
         return static_cast<std::uint16_t>((crc >> 8) ^ crc16_detail::kTable[(crc ^ byte) & 0xFF]);
     }
