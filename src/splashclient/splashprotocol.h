@@ -12,6 +12,29 @@
 
 namespace splashbus {
 
+// How a client gets a splash of its own, and what it does on each answer:
+//
+//  1. Call kCreateMethod on kServiceName at kFactoryPath. The bus starts a
+//     server when no one owns the name. The answer is the splash object's
+//     path; its sender (a unique name, ":1.42") is the server, and every
+//     further call goes to that unique name and that path.
+//  2. kErrorInUse: the server that took the call already serves its client.
+//     When the message begins with a unique name (":1.57 waits for this
+//     client"), a fresh server was started for this call and waits there:
+//     call kCreateMethod on that name at once. Otherwise wait a little
+//     (10 ms, doubling to 200 ms) and call kServiceName again.
+//  3. org.freedesktop.DBus.Error.NoReply, .ServiceUnknown, .NameHasNoOwner:
+//     the server ended or was not yet there; wait as in 2 and call
+//     kServiceName again. Give up after kCreateDeadlineMs in all.
+//  4. kErrorCreateFailed, and any other error: the splash cannot be made.
+//
+// A splash answers only the unique name that created it; any other caller
+// gets org.freedesktop.DBus.Error.AccessDenied. Texts are UTF-8 and arrive
+// as sent, noncharacters included; a text the bus cannot carry (an unpaired
+// surrogate, an embedded NUL) is answered with
+// org.freedesktop.DBus.Error.InvalidArgs naming the argument, and the splash
+// is unchanged.
+//
 // The name a waiting server owns; a create call takes it out of view, so the
 // next client's activation starts a new process.
 inline constexpr char kServiceName[] = "com.orveltech.Splash";
@@ -23,6 +46,14 @@ inline constexpr char kInterface[] = "com.orveltech.Splash.ISplashWindow";
 // The errors a create call can answer.
 inline constexpr char kErrorInUse[] = "com.orveltech.Splash.Error.InUse";
 inline constexpr char kErrorCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
+// How long a client goes on asking for a splash before it gives up.
+inline constexpr int kCreateDeadlineMs = 25000;
+// A server started for a waiting client rather than by the bus: it finds
+// the server that started it in this variable ("unique-name/number"),
+// queues for the service name, and tells that server with this method of
+// the factory's interface (one 'u', the number) that it is reachable.
+inline constexpr char kSpareVariable[] = "ORVELSPLASH_STARTED_FOR";
+inline constexpr char kSpareReadyMethod[] = "SpareReady";
 // The desktop's control panel, told when a recent list changes.
 inline constexpr char kControlPanelName[] = "com.orveltech.ControlPanel";
 inline constexpr char kControlPanelPath[] = "/com/orveltech/ControlPanel";

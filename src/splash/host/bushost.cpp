@@ -2,6 +2,8 @@
 
 #include <platform/codepage.h>
 #include <platform/registry.h>
+#include <platform/userhome.h>
+#include <splash/host/sparestart.h>
 #include <splash/module.h>
 #include <splash/textcopy.h>
 #include <splashclient/splashprotocol.h>
@@ -57,8 +59,8 @@ std::string ObjectPath() {
 std::string DataHome() {
     if (char const* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/')
         return data;
-    char const* home = std::getenv("HOME");
-    return std::string(home != nullptr ? home : "/tmp") + "/.local/share";
+    std::string const home = platform::UserHome();
+    return home.empty() ? std::string() : home + "/.local/share";
 }
 
 std::string ProgramPath() {
@@ -66,6 +68,17 @@ std::string ProgramPath() {
     std::filesystem::path const self = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? std::string("orvelsplash") : self.string();
 }
+
+// The host's timers, on its own target.
+constexpr std::uintptr_t kSpareIdleTimer = 1;
+constexpr std::uintptr_t kHeldTimerBase = 0x1000;
+// A held create is answered at the latest after this, server started or not.
+constexpr std::uint32_t kHeldLimitMs = 5000;
+// A started server that no client has come to by then ends.
+constexpr std::uint32_t kSpareIdleMs = 10000;
+// Creates held at once; beyond them a busy server answers at once.
+constexpr std::size_t kHeldLimit = 64;
+constexpr char kAskAgain[] = "this server already serves its client; ask again";
 
 } // namespace
 
@@ -75,6 +88,8 @@ static sd_bus_vtable const kFactoryVtable[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD_WITH_NAMES(splashbus::kCreateMethod, "", , "o", SD_BUS_PARAM(object),
                              BusClassHost::OnCreateInstance, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES(splashbus::kSpareReadyMethod, "u", SD_BUS_PARAM(number), "", ,
+                             BusClassHost::OnSpareReady, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
 
 namespace {
@@ -121,6 +136,8 @@ void BusClassHost::Initialize() {
 
 void BusClassHost::Uninitialize() {
     if (bus_ == nullptr) return;
+    AnswerAllHeld();
+    loop_.Forget(this);
     if (watch_ != -1) loop_.RemoveWatch(watch_);
     watch_ = -1;
     clientWatch_ = sd_bus_slot_unref(clientWatch_);
@@ -151,16 +168,96 @@ void BusClassHost::ScheduleProcess() {
 HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     factory_ = &factory;
     if (bus_ == nullptr) {
-        std::fprintf(stderr, "orvelsplash: no session bus (%s); no client can reach this server\n",
+        std::fprintf(stderr, "orvelsplash: no session bus (%s); this server ends\n",
                      std::strerror(-busError_));
         return platform::E_FAIL;
     }
+    char const* startedFor = std::getenv(splashbus::kSpareVariable);
+    startedFor_ = startedFor != nullptr ? startedFor : "";
     int rc = sd_bus_add_object_vtable(bus_, &factorySlot_, splashbus::kFactoryPath,
                                       splashbus::kFactoryInterface, kFactoryVtable, this);
-    if (rc >= 0) rc = sd_bus_request_name(bus_, splashbus::kServiceName, 0);
-    nameOwned_ = rc >= 0;
+    // A server started for a waiting client queues behind the name's owner;
+    // any other leaves the name to the server that has it.
+    if (rc >= 0)
+        rc = sd_bus_request_name(bus_, splashbus::kServiceName,
+                                 startedFor_.empty() ? 0 : SD_BUS_NAME_QUEUE);
+    if (rc < 0) {
+        std::fprintf(stderr, "orvelsplash: cannot own the bus name %s (%s); this server ends\n",
+                     splashbus::kServiceName,
+                     rc == -EEXIST ? "another server has it" : std::strerror(-rc));
+        return platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
+    }
+    nameOwned_ = true;
+    if (!startedFor_.empty()) ReportSpareReady();
     ScheduleProcess();
-    return rc >= 0 ? platform::S_OK : platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
+    return platform::S_OK;
+}
+
+void BusClassHost::ReportSpareReady() {
+    std::size_t const slash = startedFor_.rfind('/');
+    if (slash == std::string::npos) return;
+    std::string const starter = startedFor_.substr(0, slash);
+    auto const number =
+        static_cast<std::uint32_t>(std::strtoul(startedFor_.c_str() + slash + 1, nullptr, 10));
+    // No answer wanted: the starter may have ended meanwhile.
+    sd_bus_call_method_async(bus_, nullptr, starter.c_str(), splashbus::kFactoryPath,
+                             splashbus::kFactoryInterface, splashbus::kSpareReadyMethod, nullptr,
+                             nullptr, "u", number);
+    loop_.SetTimer(this, kSpareIdleTimer, kSpareIdleMs);
+}
+
+void BusClassHost::HoldForSpare(sd_bus_message* m) {
+    char const* self = nullptr;
+    std::uint32_t const number = nextHeld_++;
+    bool started = held_.size() < kHeldLimit && sd_bus_get_unique_name(bus_, &self) >= 0;
+    if (started) {
+        std::string const program = ProgramPath();
+        started = StartDetached(program, {program, "-Embedding"},
+                                {std::string(splashbus::kSpareVariable) + "=" + self + "/" +
+                                 std::to_string(number)});
+    }
+    if (!started) {
+        sd_bus_reply_method_errorf(m, splashbus::kErrorInUse, "%s", kAskAgain);
+        return;
+    }
+    held_.push_back({sd_bus_message_ref(m), number});
+    loop_.SetTimer(this, kHeldTimerBase + number, kHeldLimitMs);
+}
+
+void BusClassHost::AnswerHeld(std::uint32_t number, std::string const& spare) {
+    for (auto it = held_.begin(); it != held_.end(); ++it) {
+        if (it->number != number) continue;
+        loop_.KillTimer(this, kHeldTimerBase + number);
+        std::string const text = spare.empty() ? kAskAgain : spare + " waits for this client";
+        sd_bus_reply_method_errorf(it->call, splashbus::kErrorInUse, "%s", text.c_str());
+        sd_bus_message_unref(it->call);
+        held_.erase(it);
+        return;
+    }
+}
+
+void BusClassHost::AnswerAllHeld() {
+    while (!held_.empty())
+        AnswerHeld(held_.front().number, "");
+}
+
+int BusClassHost::OnSpareReady(sd_bus_message* m, void* user, sd_bus_error*) {
+    auto* host = static_cast<BusClassHost*>(user);
+    std::uint32_t number = 0;
+    char const* sender = sd_bus_message_get_sender(m);
+    if (sd_bus_message_read_basic(m, 'u', &number) >= 0 && sender != nullptr)
+        host->AnswerHeld(number, sender);
+    return sd_bus_reply_method_return(m, "");
+}
+
+void BusClassHost::Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) {
+    if (message != WM_TIMER) return;
+    loop_.KillTimer(this, wParam);
+    if (wParam == kSpareIdleTimer) {
+        if (!created_) loop_.PostQuit();
+        return;
+    }
+    AnswerHeld(static_cast<std::uint32_t>(wParam - kHeldTimerBase), "");
 }
 
 void BusClassHost::RevokeClassObjects() {
@@ -172,10 +269,13 @@ void BusClassHost::RevokeClassObjects() {
 
 int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* error) {
     auto* host = static_cast<BusClassHost*>(user);
-    // Single use: one process, one splash, one client.
-    if (host->created_ || host->factory_ == nullptr)
-        return sd_bus_error_set(error, splashbus::kErrorInUse,
-                                "this server already serves its client");
+    // Single use: one process, one splash, one client. A client that comes
+    // while this one is taken gets a server started for it.
+    if (host->factory_ == nullptr) return sd_bus_error_set(error, splashbus::kErrorInUse, kAskAgain);
+    if (host->created_) {
+        host->HoldForSpare(m);
+        return 1;
+    }
     ISplashWindow* object = nullptr;
     HRESULT const hr = host->factory_->CreateInstance(&object);
     if (platform::FAILED(hr))
@@ -183,6 +283,7 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
                                  "the splash could not be made (0x%08X)",
                                  static_cast<unsigned>(hr));
     host->created_ = true;
+    host->loop_.KillTimer(host, kSpareIdleTimer);
     host->object_ = object;
     host->client_ = sd_bus_message_get_sender(m) != nullptr ? sd_bus_message_get_sender(m) : "";
     std::string const path = ObjectPath();
@@ -236,8 +337,10 @@ struct CallArguments {
     BSTR Text(std::size_t i) const { return *texts[i]; }
     std::int16_t Number(std::size_t i) const { return numbers[i]; }
 
-    int Read(sd_bus_message* m, char const* signature) {
+    // 0, or the failure with *failed the position of the argument.
+    int Read(sd_bus_message* m, char const* signature, std::size_t* failed) {
         for (char const* type = signature; *type != '\0'; ++type) {
+            *failed = static_cast<std::size_t>(type - signature);
             int rc = 0;
             if (*type == 's') {
                 char const* text = nullptr;
@@ -279,6 +382,12 @@ constexpr Invoke kInvokers[splashbus::kMethodCount] = {
 } // namespace
 
 int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
+    // The splash is its creator's alone; others are refused, and the server
+    // goes on.
+    char const* sender = sd_bus_message_get_sender(m);
+    if (!client_.empty() && (sender == nullptr || client_ != sender))
+        return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED,
+                                "this splash belongs to another client");
     splashbus::Method method{};
     if (!splashbus::FindMethod(sd_bus_message_get_member(m), &method))
         return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "no such method");
@@ -289,8 +398,11 @@ int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
     ISplashWindow* object = object_;
     if (object == nullptr) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_OBJECT, "released");
     CallArguments arguments;
-    int const rc = arguments.Read(m, splashbus::Spec(method).signature);
-    if (rc < 0) return rc;
+    std::size_t failed = 0;
+    if (arguments.Read(m, splashbus::Spec(method).signature, &failed) < 0)
+        return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS,
+                                 "argument %s is not a text the bus can carry; nothing changed",
+                                 splashbus::Spec(method).arguments[failed]);
     kInvokers[static_cast<std::size_t>(method)](*object, arguments);
     return sd_bus_reply_method_return(m, "");
 }
@@ -388,6 +500,7 @@ HRESULT BusClassRegistrar::RemoveFile(std::string const& path) {
 }
 
 std::string BusClassRegistrar::ServiceFilePath() {
+    if (DataHome().empty()) return {};
     return DataHome() + "/dbus-1/services/" + splashbus::kServiceName + ".service";
 }
 
@@ -397,6 +510,7 @@ std::string BusClassRegistrar::ServiceFileText(std::string const& program) {
 }
 
 std::string BusClassRegistrar::InterfaceFilePath() {
+    if (DataHome().empty()) return {};
     return DataHome() + "/dbus-1/interfaces/" + splashbus::kInterface + ".xml";
 }
 

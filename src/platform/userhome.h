@@ -1,0 +1,19 @@
+// The user's home folder, where the per-user places (the store, the bus's
+// files) are made: HOME when it is set, else the folder the user's password
+// entry names, as the desktop's libraries find it. Never a shared folder.
+#pragma once
+
+#include <platform/export.h>
+
+#include <string>
+
+namespace platform {
+
+// Empty when neither HOME nor the password entry gives one.
+SORVANE_API std::string UserHome();
+
+// The one line that says why nothing per-user can be made.
+inline constexpr char kNoHomeText[] =
+    "no home folder: HOME is unset and the user's password entry names none";
+
+} // namespace platform
