@@ -35,7 +35,7 @@ struct BusReply {
     int status = 0;
     std::string error;
     std::string errorName; // the bus's name of the error, when it gave one
-    std::string sender; // the unique name of whoever answered
+    std::string sender;    // the unique name of whoever answered
     std::vector<BusValue> values;
 };
 

@@ -38,10 +38,10 @@ platform::BusReply CreateSplash(platform::BusConnection& bus) {
     std::string destination = splashbus::kServiceName;
     std::minstd_rand jitter(static_cast<unsigned>(Clock::now().time_since_epoch().count()));
     for (;;) {
-        platform::BusReply reply = bus.Call(
-            {destination, splashbus::kFactoryPath, splashbus::kFactoryInterface,
-             splashbus::kCreateMethod},
-            {});
+        platform::BusReply reply =
+            bus.Call({destination, splashbus::kFactoryPath, splashbus::kFactoryInterface,
+                      splashbus::kCreateMethod},
+                     {});
         if (reply.status == 0 || !AskAgain(reply) || Clock::now() + wait > deadline) return reply;
         destination = StartedServer(reply);
         if (!destination.empty()) continue;
@@ -67,8 +67,8 @@ std::unique_ptr<SplashClient> SplashClient::Create(std::string* error) {
     auto client = std::unique_ptr<SplashClient>(
         new SplashClient(std::move(bus), create.sender, create.values[0].text));
     platform::BusReply const pid =
-        client->bus_->Call({"org.freedesktop.DBus", "/org/freedesktop/DBus",
-                            "org.freedesktop.DBus", "GetConnectionUnixProcessID"},
+        client->bus_->Call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                            "GetConnectionUnixProcessID"},
                            {BusValue::Text(create.sender)});
     if (pid.status == 0 && !pid.values.empty())
         client->serverPid_ = static_cast<std::uint32_t>(pid.values[0].number);
@@ -94,8 +94,7 @@ BusValue Arg(std::int16_t number) {
 
 } // namespace
 
-template <class... Args>
-int SplashClient::Call(splashbus::Method method, Args const&... args) {
+template <class... Args> int SplashClient::Call(splashbus::Method method, Args const&... args) {
     platform::BusReply const reply = bus_->Call(
         {server_, path_, splashbus::kInterface, splashbus::Spec(method).name}, {Arg(args)...});
     lastError_ = reply.error;

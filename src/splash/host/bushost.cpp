@@ -212,9 +212,9 @@ void BusClassHost::HoldForSpare(sd_bus_message* m) {
     bool started = held_.size() < kHeldLimit && sd_bus_get_unique_name(bus_, &self) >= 0;
     if (started) {
         std::string const program = ProgramPath();
-        started = StartDetached(program, {program, "-Embedding"},
-                                {std::string(splashbus::kSpareVariable) + "=" + self + "/" +
-                                 std::to_string(number)});
+        started = StartDetached(
+            program, {program, "-Embedding"},
+            {std::string(splashbus::kSpareVariable) + "=" + self + "/" + std::to_string(number)});
     }
     if (!started) {
         sd_bus_reply_method_errorf(m, splashbus::kErrorInUse, "%s", kAskAgain);
@@ -271,7 +271,8 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
     auto* host = static_cast<BusClassHost*>(user);
     // Single use: one process, one splash, one client. A client that comes
     // while this one is taken gets a server started for it.
-    if (host->factory_ == nullptr) return sd_bus_error_set(error, splashbus::kErrorInUse, kAskAgain);
+    if (host->factory_ == nullptr)
+        return sd_bus_error_set(error, splashbus::kErrorInUse, kAskAgain);
     if (host->created_) {
         host->HoldForSpare(m);
         return 1;
