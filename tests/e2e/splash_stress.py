@@ -82,7 +82,7 @@ class Session:
         with open(config, "w") as out:
             out.write(BUS_CONFIG.format(dir=work))
         self.bus = subprocess.Popen(["dbus-daemon", "--config-file", config, "--nofork", "--print-address=1"],
-                                    env=env, stdout=subprocess.PIPE, text=True)
+                                    env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         env["DBUS_SESSION_BUS_ADDRESS"] = self.bus.stdout.readline().strip()
         self.env = env
 
@@ -120,11 +120,16 @@ def activations(session, clients):
 
 
 def read_list(store, name):
+    if not os.path.exists(store):
+        return "ok", [None] * 5  # no server lived to make it
     db = sqlite3.connect(store)
     try:
-        rows = dict(db.execute(
-            "SELECT v.name, v.data FROM vals v JOIN keys k ON v.key = k.id WHERE k.name = 'RecentlyUsed'"))
         ok = db.execute("PRAGMA integrity_check").fetchone()[0]
+        try:
+            rows = dict(db.execute("SELECT v.name, v.data FROM vals v JOIN keys k ON v.key = k.id "
+                                   "WHERE k.name = 'RecentlyUsed'"))
+        except sqlite3.OperationalError:
+            rows = {}  # killed before its tables were made
     finally:
         db.close()
     slots = []

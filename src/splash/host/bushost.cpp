@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -126,7 +127,15 @@ BusClassHost::~BusClassHost() {
 }
 
 void BusClassHost::Initialize() {
-    busError_ = sd_bus_open_user(&bus_);
+    // Through the reading side that keeps texts as sent; where it cannot
+    // reach the bus, the library's own connection is tried.
+    raw_ = std::make_unique<RawBus>();
+    busError_ = raw_->Open(&bus_);
+    if (busError_ < 0) {
+        raw_.reset();
+        bus_ = nullptr;
+        busError_ = sd_bus_open_user(&bus_);
+    }
     if (busError_ < 0) {
         bus_ = nullptr;
         return;
@@ -144,6 +153,7 @@ void BusClassHost::Uninitialize() {
     objectSlot_ = sd_bus_slot_unref(objectSlot_);
     factorySlot_ = sd_bus_slot_unref(factorySlot_);
     bus_ = sd_bus_flush_close_unref(bus_);
+    raw_.reset();
 }
 
 void BusClassHost::Process() {
@@ -336,6 +346,23 @@ struct CallArguments {
     std::vector<std::int16_t> numbers;
 
     BSTR Text(std::size_t i) const { return *texts[i]; }
+
+    // The arguments as they were sent; texts are checked here, as the bus
+    // allows them, noncharacters included.
+    int FromRaw(std::vector<RawArgument> const& raw, char const* signature, std::size_t* failed) {
+        if (raw.size() != std::strlen(signature)) return -EBADMSG;
+        for (std::size_t i = 0; i < raw.size(); ++i) {
+            *failed = i;
+            if (raw[i].type != signature[i]) return -EBADMSG;
+            if (raw[i].type == 's') {
+                if (!BusValidText(raw[i].text)) return -EBADMSG;
+                texts.push_back(std::make_unique<Utf8Bstr>(raw[i].text.c_str()));
+            } else {
+                numbers.push_back(static_cast<std::int16_t>(raw[i].number));
+            }
+        }
+        return 0;
+    }
     std::int16_t Number(std::size_t i) const { return numbers[i]; }
 
     // 0, or the failure with *failed the position of the argument.
@@ -386,6 +413,12 @@ int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
     // The splash is its creator's alone; others are refused, and the server
     // goes on.
     char const* sender = sd_bus_message_get_sender(m);
+    // Taken whatever the answer, so that none is kept for long.
+    std::uint64_t serial = 0;
+    std::optional<std::vector<RawArgument>> const raw =
+        raw_ != nullptr && sender != nullptr && sd_bus_message_get_cookie(m, &serial) >= 0
+            ? raw_->Take(sender, serial)
+            : std::nullopt;
     if (!client_.empty() && (sender == nullptr || client_ != sender))
         return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED,
                                 "this splash belongs to another client");
@@ -400,7 +433,9 @@ int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
     if (object == nullptr) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_OBJECT, "released");
     CallArguments arguments;
     std::size_t failed = 0;
-    if (arguments.Read(m, splashbus::Spec(method).signature, &failed) < 0)
+    char const* signature = splashbus::Spec(method).signature;
+    if ((raw ? arguments.FromRaw(*raw, signature, &failed)
+             : arguments.Read(m, signature, &failed)) < 0)
         return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS,
                                  "argument %s is not a text the bus can carry; nothing changed",
                                  splashbus::Spec(method).arguments[failed]);

@@ -5,10 +5,12 @@
 
 #include <platform/registry.h>
 #include <splash/host/eventloop.h>
+#include <splash/host/rawbus.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,6 +65,8 @@ private:
     void ReleaseClient();
 
     splash::EventLoop& loop_;
+    // Declared first: it outlives the connection that reads through it.
+    std::unique_ptr<RawBus> raw_;
     sd_bus* bus_ = nullptr;
     int busError_ = 0;
     int watch_ = -1;
