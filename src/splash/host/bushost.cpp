@@ -140,7 +140,8 @@ void BusClassHost::Initialize() {
         bus_ = nullptr;
         return;
     }
-    watch_ = loop_.AddWatch(sd_bus_get_fd(bus_), [this] { Process(); });
+    watch_ = loop_.AddWatch(raw_ != nullptr ? raw_->LibraryFd() : sd_bus_get_fd(bus_),
+                            [this] { Process(); });
 }
 
 void BusClassHost::Uninitialize() {

@@ -207,6 +207,7 @@ int RawBus::Open(sd_bus** bus) {
     int pair[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return -errno;
     libraryEnd_ = pair[1];
+    libraryFd_ = pair[0];
     stop_ = ::eventfd(0, EFD_CLOEXEC);
     if (stop_ < 0) {
         ::close(pair[0]);

@@ -38,6 +38,10 @@ public:
     // in *bus. A negative errno when the bus cannot be reached.
     int Open(sd_bus** bus);
 
+    // The descriptor the library reads; watched in its stead, since the
+    // library gives none of its own when it reads and writes apart.
+    int LibraryFd() const { return libraryFd_; }
+
     // The arguments of the call from sender with that serial, taken once;
     // none when the call was not one of interface's.
     std::optional<std::vector<RawArgument>> Take(std::string const& sender, std::uint64_t serial);
@@ -67,6 +71,7 @@ private:
 
     int socket_ = -1;
     int libraryEnd_ = -1; // the library reads its end, we write this one
+    int libraryFd_ = -1;  // the library's end, closed by the library
     int stop_ = -1;       // an eventfd that ends the pump
     std::thread pump_;
     std::mutex mutex_;
