@@ -71,12 +71,12 @@ std::string ProgramPath() {
 }
 
 // The host's timers, on its own target.
-constexpr std::uintptr_t kSpareIdleTimer = 1;
+constexpr std::uintptr_t kIdleTimer = 1;
 constexpr std::uintptr_t kHeldTimerBase = 0x1000;
 // A held create is answered at the latest after this, server started or not.
 constexpr std::uint32_t kHeldLimitMs = 5000;
-// A started server that no client has come to by then ends.
-constexpr std::uint32_t kSpareIdleMs = 10000;
+// A server that no client has come to by then ends.
+constexpr std::uint32_t kIdleMs = 10000;
 // Creates held at once; beyond them a busy server answers at once.
 constexpr std::size_t kHeldLimit = 64;
 constexpr char kAskAgain[] = "this server already serves its client; ask again";
@@ -200,6 +200,9 @@ HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     }
     nameOwned_ = true;
     if (!startedFor_.empty()) ReportSpareReady();
+    // A server whose activation's caller was served elsewhere (or that was
+    // started for a client served by another) would wait for ever: it ends.
+    loop_.SetTimer(this, kIdleTimer, kIdleMs);
     ScheduleProcess();
     return platform::S_OK;
 }
@@ -214,7 +217,6 @@ void BusClassHost::ReportSpareReady() {
     sd_bus_call_method_async(bus_, nullptr, starter.c_str(), splashbus::kFactoryPath,
                              splashbus::kFactoryInterface, splashbus::kSpareReadyMethod, nullptr,
                              nullptr, "u", number);
-    loop_.SetTimer(this, kSpareIdleTimer, kSpareIdleMs);
 }
 
 void BusClassHost::HoldForSpare(sd_bus_message* m) {
@@ -264,7 +266,7 @@ int BusClassHost::OnSpareReady(sd_bus_message* m, void* user, sd_bus_error*) {
 void BusClassHost::Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) {
     if (message != WM_TIMER) return;
     loop_.KillTimer(this, wParam);
-    if (wParam == kSpareIdleTimer) {
+    if (wParam == kIdleTimer) {
         if (!created_) loop_.PostQuit();
         return;
     }
@@ -295,7 +297,7 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
                                  "the splash could not be made (0x%08X)",
                                  static_cast<unsigned>(hr));
     host->created_ = true;
-    host->loop_.KillTimer(host, kSpareIdleTimer);
+    host->loop_.KillTimer(host, kIdleTimer);
     host->object_ = object;
     host->client_ = sd_bus_message_get_sender(m) != nullptr ? sd_bus_message_get_sender(m) : "";
     std::string const path = ObjectPath();
