@@ -18,7 +18,8 @@ using Clock = std::chrono::steady_clock;
 bool AskAgain(platform::BusReply const& reply) {
     static constexpr std::string_view kPassing[] = {
         splashbus::kErrorInUse, "org.freedesktop.DBus.Error.NoReply",
-        "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner"};
+        "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
+        "org.freedesktop.DBus.Error.Spawn.ChildSignaled"};
     return std::find(std::begin(kPassing), std::end(kPassing), reply.errorName) !=
            std::end(kPassing);
 }

@@ -23,8 +23,9 @@ namespace splashbus {
 //     client"), a fresh server was started for this call and waits there:
 //     call kCreateMethod on that name at once. Otherwise wait a little
 //     (10 ms, doubling to 200 ms) and call kServiceName again.
-//  3. org.freedesktop.DBus.Error.NoReply, .ServiceUnknown, .NameHasNoOwner:
-//     the server ended or was not yet there; wait as in 2 and call
+//  3. org.freedesktop.DBus.Error.NoReply, .ServiceUnknown, .NameHasNoOwner,
+//     .Spawn.ChildSignaled: the server ended, was killed, or was not yet
+//     there; wait as in 2 and call
 //     kServiceName again. Give up after kCreateDeadlineMs in all.
 //  4. kErrorCreateFailed, and any other error: the splash cannot be made.
 //

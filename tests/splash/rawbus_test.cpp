@@ -66,31 +66,34 @@ TEST(RawBus, TextsAreValidAsTheBusAllowsThemNoncharactersIncluded) {
         char const* text;
         bool valid;
     };
-    for (Case const& c : {Case{"plain", true}, Case{"\xEF\xBF\xBE", true} /* U+FFFE */,
-                          Case{"\xEF\xB7\x90", true} /* U+FDD0 */, Case{"\xF4\x8F\xBF\xBF", true},
-                          Case{"Θερμότητα 熱交換器", true}, Case{"\xED\xA0\x80", false} /* a surrogate */,
-                          Case{"\xC0\xAF", false} /* overlong */, Case{"\xF4\x90\x80\x80", false},
-                          Case{"\xE2\x82", false} /* cut short */, Case{"\x80", false}}) {
+    for (Case const& c :
+         {Case{"plain", true}, Case{"\xEF\xBF\xBE", true} /* U+FFFE */,
+          Case{"\xEF\xB7\x90", true} /* U+FDD0 */, Case{"\xF4\x8F\xBF\xBF", true},
+          Case{"Θερμότητα 熱交換器", true}, Case{"\xED\xA0\x80", false} /* a surrogate */,
+          Case{"\xC0\xAF", false} /* overlong */, Case{"\xF4\x90\x80\x80", false},
+          Case{"\xE2\x82", false} /* cut short */, Case{"\x80", false}}) {
         EXPECT_EQ(BusValidText(c.text), c.valid) << c.text;
     }
     EXPECT_FALSE(BusValidText(std::string("a\0b", 3)));
 }
 
 TEST(RawBus, TheReaderKeepsTheInterfacesCallsAsSentPieceByPiece) {
-    std::string const stream = "OK 1234abcd\r\nAGREE_UNIX_FD\r\n" +
-                               Message("com.orveltech.Splash.ISplashWindow", "\xEF\xBF\xBE!", -3).bytes +
-                               Message("org.other.Interface", "skipped", 1).bytes;
+    std::string const stream =
+        "OK 1234abcd\r\nAGREE_UNIX_FD\r\n" +
+        Message("com.orveltech.Splash.ISplashWindow", "\xEF\xBF\xBE!", -3).bytes +
+        Message("org.other.Interface", "skipped", 1).bytes;
     RawBus::Reader reader("com.orveltech.Splash.ISplashWindow");
     std::vector<std::vector<RawArgument>> kept;
     std::string sender;
     // A byte at a time: the socket may hand over any piece.
     for (char const byte : stream) {
-        ASSERT_TRUE(reader.Feed(&byte, 1, [&](std::string const& from, std::uint64_t serial,
-                                              std::vector<RawArgument> arguments) {
-            EXPECT_EQ(serial, 77u);
-            sender = from;
-            kept.push_back(std::move(arguments));
-        }));
+        ASSERT_TRUE(reader.Feed(
+            &byte, 1,
+            [&](std::string const& from, std::uint64_t serial, std::vector<RawArgument> arguments) {
+                EXPECT_EQ(serial, 77u);
+                sender = from;
+                kept.push_back(std::move(arguments));
+            }));
     }
     ASSERT_EQ(kept.size(), 1u);
     EXPECT_EQ(sender, ":1.9");

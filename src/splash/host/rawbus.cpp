@@ -4,8 +4,8 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -34,7 +34,8 @@ bool BusAddress(sockaddr_un* address, socklen_t* length) {
             std::size_t const at = first.find(key);
             if (at == std::string::npos) continue;
             std::size_t const end = first.find(',', at);
-            path = first.substr(at + key.size(), end == std::string::npos ? end : end - at - key.size());
+            path = first.substr(at + key.size(),
+                                end == std::string::npos ? end : end - at - key.size());
             abstract = key == "abstract=";
         }
     } else if (char const* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime != nullptr) {
@@ -45,7 +46,8 @@ bool BusAddress(sockaddr_un* address, socklen_t* length) {
         path.size() + 1 >= sizeof address->sun_path)
         return false;
     std::memcpy(address->sun_path + (abstract ? 1 : 0), path.data(), path.size());
-    *length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + (abstract ? 1 : 0));
+    *length =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + (abstract ? 1 : 0));
     return true;
 }
 
@@ -106,7 +108,11 @@ bool BusValidText(std::string const& text) {
     std::size_t const n = text.size();
     for (std::size_t i = 0; i < n;) {
         unsigned const c = p[i];
-        std::size_t length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        std::size_t length = c < 0x80         ? 1
+                             : (c >> 5) == 6  ? 2
+                             : (c >> 4) == 14 ? 3
+                             : (c >> 3) == 30 ? 4
+                                              : 0;
         if (c == 0 || length == 0 || i + length > n) return false;
         std::uint32_t code = length == 1 ? c : c & (0x7F >> length);
         for (std::size_t k = 1; k < length; ++k) {
@@ -160,8 +166,8 @@ bool RawBus::Reader::Feed(char const* data, std::size_t size, Keep const& keep) 
     // follows the line that begins "OK" and any answer to a pipelined
     // request after it.
     // Lines begin with capitals, messages with 'l' or 'B' (their byte order).
-    while (!authenticated_ || (!binary_ && !buffer_.empty() && buffer_[0] != 'l' &&
-                               buffer_[0] != 'B')) {
+    while (!authenticated_ ||
+           (!binary_ && !buffer_.empty() && buffer_[0] != 'l' && buffer_[0] != 'B')) {
         std::size_t const end = buffer_.find("\r\n");
         if (end == std::string::npos) return buffer_.size() < 4096;
         authenticated_ = authenticated_ || buffer_.rfind("OK", 0) == 0;
@@ -182,7 +188,8 @@ bool RawBus::Reader::Feed(char const* data, std::size_t size, Keep const& keep) 
         buffer_.erase(0, total);
         std::string sender;
         std::vector<RawArgument> arguments;
-        if (Message(message, &sender, &serial, &arguments)) keep(sender, serial, std::move(arguments));
+        if (Message(message, &sender, &serial, &arguments))
+            keep(sender, serial, std::move(arguments));
     }
     return true;
 }
