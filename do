@@ -8,6 +8,7 @@
 #   ./do package          release build, the Debian package in build/package, checked by lintian
 #   ./do bench [NAME]     release build, run the benchmarks (or bench_NAME), print the ratios
 #   ./do fuzz [SECONDS]   run every fuzz target (default 60 s each)
+#   ./do stress           the splash service under load from an installed prefix
 #   ./do format           clang-format every source in place
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -176,6 +177,13 @@ fuzz() {
     return $status
 }
 
+# 50 clients at once, then 8 writers through the bus while servers are
+# killed, 20 rounds; README gives what it printed last.
+stress() {
+    build default
+    python3 "$root/tests/e2e/splash_stress.py" "$root/build/default" --clients 50 --rounds 20
+}
+
 format() {
     setup
     git ls-files '*.cpp' '*.h' | xargs clang-format -i
@@ -192,6 +200,7 @@ case "$cmd" in
     package) package ;;
     bench) bench "$@" ;;
     fuzz) fuzz "$@" ;;
+    stress) stress ;;
     format) format ;;
     *) sed -n '2,12p' "$0"; exit 2 ;;
 esac

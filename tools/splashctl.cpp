@@ -14,11 +14,12 @@ namespace {
 constexpr char kUsage[] =
     "usage: splashctl show [--title T] [--subtitle S] [--version TEXT | --major N --minor N]\n"
     "                      [--from YEAR] [--to YEAR] [--licensee L] [--status S]\n"
-    "                      [--timeout MS] [--hold SECONDS]\n"
+    "                      [--timeout MS] [--hold SECONDS] [--updates N]\n"
     "       splashctl recent-app PATH [TITLE]\n"
     "       splashctl recent-doc DOCUMENT [OPENER]\n"
     "show creates a splash (starting a server for it), shows it, sets the status, waits\n"
-    "--hold seconds (default 0) and lets go; the splash stays for its timeout (default 5000 ms).\n";
+    "--hold seconds (default 0) and lets go; the splash stays for its timeout (default 5000 ms).\n"
+    "--updates N sends N numbered status lines after the status.\n";
 
 int Usage(char const* why) {
     std::fprintf(stderr, "splashctl: %s\n%s", why, kUsage);
@@ -69,8 +70,9 @@ int main(int argc, char** argv) {
         if (flag.rfind("--", 0) != 0 || i + 1 >= argc) return Usage(("bad option " + flag).c_str());
         options[flag.substr(2)] = argv[i + 1];
     }
-    static char const* const kKnown[] = {"title", "subtitle", "version", "major",   "minor", "from",
-                                         "to",    "licensee", "status",  "timeout", "hold"};
+    static char const* const kKnown[] = {"title",  "subtitle", "version", "major",
+                                         "minor",  "from",     "to",      "licensee",
+                                         "status", "timeout",  "hold",    "updates"};
     for (auto const& [name, value] : options) {
         bool known = false;
         for (char const* k : kKnown)
@@ -111,6 +113,11 @@ int main(int argc, char** argv) {
     }
     if (options.count("status") != 0)
         failed |= Check(*client, client->SetStatusText(options["status"]), "SetStatusText");
+    int const updates = options.count("updates") != 0 ? std::atoi(options["updates"].c_str()) : 0;
+    for (int i = 1; i <= updates; ++i) {
+        std::string const line = "Step " + std::to_string(i) + " of " + std::to_string(updates);
+        failed |= Check(*client, client->SetStatusText(line), "SetStatusText");
+    }
     if (hold > 0) std::this_thread::sleep_for(std::chrono::duration<double>(hold));
     failed |= Check(*client, client->Release(), "Release");
     return failed;

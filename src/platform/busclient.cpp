@@ -132,6 +132,8 @@ BusReply BusConnection::Call(BusCall const& call, std::vector<BusValue> const& a
     }
     reply.status = rc < 0 ? rc : 0;
     if (rc < 0) reply.error = Describe(exchange.error, rc);
+    if (rc < 0 && exchange.error.name != nullptr) reply.errorName = exchange.error.name;
+    if (rc < 0 && exchange.error.name != nullptr) reply.errorName = exchange.error.name;
     return reply;
 }
 

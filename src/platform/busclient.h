@@ -50,8 +50,10 @@ struct BusReply {
     int status = 0;
     /// The bus's message of a failure.
     std::string error;
+    /// The bus's name of the error, when it gave one.
+    std::string errorName;
     /// The unique name of whoever answered.
-    std::string sender; // the unique name of whoever answered
+    std::string sender;
     /// The answers, in order.
     std::vector<BusValue> values;
 };

@@ -1,4 +1,5 @@
 #include <platform/paths.h>
+#include <platform/userhome.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -22,8 +23,8 @@ std::uint32_t GetLongPathNameA(char const* path, char* longPath, std::uint32_t s
     if (path == nullptr) return 0;
     std::string expanded = path;
     if (expanded.rfind("~/", 0) == 0) {
-        char const* home = std::getenv("HOME");
-        if (home == nullptr) {
+        std::string const home = UserHome();
+        if (home.empty()) {
             Put(path, longPath, size);
             return 0;
         }

@@ -1,4 +1,5 @@
 #include <platform/registry.h>
+#include <platform/userhome.h>
 
 #include <sqlite3.h>
 #include <unistd.h>
@@ -146,7 +147,7 @@ public:
         }
         db_.reset();
         path_ = path;
-        openStatus_ = Connect();
+        openStatus_ = path.empty() ? ERROR_ACCESS_DENIED : Connect();
         *status = openStatus_;
         return openStatus_ == 0 ? db_.get() : nullptr;
     }
@@ -289,10 +290,10 @@ std::string RegistryDatabasePath() {
     std::string base;
     if (char const* config = std::getenv("XDG_CONFIG_HOME"); config != nullptr && *config == '/') {
         base = config;
-    } else if (char const* home = std::getenv("HOME"); home != nullptr) {
-        base = std::string(home) + "/.config";
+    } else if (std::string const home = UserHome(); !home.empty()) {
+        base = home + "/.config";
     } else {
-        base = "/tmp";
+        return {}; // nowhere of the user's own
     }
     return base + "/orveltech/registry.db";
 }

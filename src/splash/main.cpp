@@ -1,4 +1,6 @@
 // orvelsplash: the per-client splash server.
+#include <platform/registry.h>
+#include <platform/userhome.h>
 #include <splash/host/bushost.h>
 #include <splash/host/eventloop.h>
 #include <splash/host/x11window.h>
@@ -30,14 +32,24 @@ std::string CommandLine(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace splash;
-    // The narrow texts are in the user's character set.
+    // The narrow texts the store and the lists keep are UTF-8, the desktop's
+    // one character set, whatever the locale the bus started us in.
     std::setlocale(LC_ALL, "");
+    if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr) std::setlocale(LC_CTYPE, "C.utf8");
     // A display or bus that goes away is an error on its connection, which
     // the server answers; it must not end the process by a signal.
     std::signal(SIGPIPE, SIG_IGN);
 
     std::string const commandLine = CommandLine(argc, argv);
     ServerCommand const command = ReadCommandLine(commandLine.c_str());
+    // Per-user places are never made in a shared folder.
+    if (command != ServerCommand::Refuse &&
+        (platform::RegistryDatabasePath().empty() ||
+         (command != ServerCommand::Serve && BusClassRegistrar::ServiceFilePath().empty()))) {
+        std::fprintf(stderr, "orvelsplash: %s; %s\n", platform::kNoHomeText,
+                     command == ServerCommand::Serve ? "this server ends" : "nothing registered");
+        return 1;
+    }
 
     splash::EventLoop loop;
     // Only a serving process shows anything.
@@ -49,7 +61,7 @@ int main(int argc, char** argv) {
     NullSplashChecks checks;
     BusClassHost host(loop);
     BusControlPanel controlPanel(host);
-    RecentListStore recent(controlPanel);
+    RecentListStore recent(controlPanel, &loop);
     SplashPainter& painter = *screen.painter;
     SplashServices services{windows, module, checks, recent, painter};
     ClassFactory factory(services);

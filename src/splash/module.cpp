@@ -121,13 +121,16 @@ int ServerMain(char const* commandLine, ServerPlatform& server) {
                               platform::MB_OK);
     } else {
         server.module.StartShutdownMonitor();
-        // Not tested: the loop runs even if publishing failed.
-        server.host.RegisterClassObjects(server.factory);
-        splash::EventLoop::Message message;
-        while (server.loop.GetMessage(message))
-            server.loop.DispatchMessage(message);
+        // A server that no client can reach (no bus, or the name is another
+        // server's) ends at once; the host has said why.
+        result = server.host.RegisterClassObjects(server.factory);
+        if (platform::SUCCEEDED(result)) {
+            splash::EventLoop::Message message;
+            while (server.loop.GetMessage(message))
+                server.loop.DispatchMessage(message);
+        }
         server.host.RevokeClassObjects();
-        platform::Sleep(server.module._get_nPostLoopDelayMs());
+        if (platform::SUCCEEDED(result)) platform::Sleep(server.module._get_nPostLoopDelayMs());
     }
 
     server.module.Term();

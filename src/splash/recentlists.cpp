@@ -4,9 +4,12 @@
 #include <platform/namedevent.h>
 #include <platform/paths.h>
 #include <platform/registry.h>
+#include <splash/diagnostics.h>
 #include <splash/textcopy.h>
 
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -66,17 +69,16 @@ void ReadList(char const* listName, CPString (&entries)[RecentListCapacity]) {
     RegCloseKey(key);
 }
 
-void RecordApplication(std::string const& path, std::string const& title) {
-    if (Suppressed(kSuppressApps)) return;
-    if (path.empty()) return;
-    std::string entry = path;
-    if (!title.empty()) entry += RecentEntrySeparator + title;
-    AddToRecentList("RecentApps", CPString(entry.c_str()));
+// The store whose kept updates the end of the process still owes.
+RecentListStore* gOpenStore = nullptr;
+
+void FinishOpenStore() {
+    if (gOpenStore != nullptr) gOpenStore->Finish();
 }
 
 } // namespace
 
-void AddToRecentList(char const* listName, CPString const& entry) {
+bool AddToRecentList(char const* listName, CPString const& entry) {
     // The list's own name counts as seen, so no entry equal to it is written.
     CPDictionary seen(CPDictionary::kSlots);
     CPString name(listName);
@@ -87,7 +89,7 @@ void AddToRecentList(char const* listName, CPString const& entry) {
     HKEY key = nullptr;
     if (transaction.Status() != 0 || RegCreateKeyExA(HKEY_CURRENT_USER, kListKey, 0, nullptr, 0,
                                                      KEY_ALL_ACCESS, nullptr, &key, nullptr) != 0)
-        return;
+        return false;
 
     // A missing slot, or one too long for the limit, reads as empty.
     CPString entries[RecentListCapacity] = {"", "", "", "", ""};
@@ -117,15 +119,67 @@ void AddToRecentList(char const* listName, CPString const& entry) {
         ++writeSlot;
     }
     RegCloseKey(key);
-    transaction.Commit();
+    if (transaction.Commit() != 0) return false;
 
     if (auto panel = NamedEvent::Open(kControlPanelEvent)) panel->Set();
+    return true;
+}
+
+RecentListStore::RecentListStore(ControlPanel& panel, EventLoop* loop)
+    : panel_(panel), loop_(loop) {
+    // The splash's timer may end the process by exit(): the kept updates are
+    // tried once more then too.
+    static bool const registered = std::atexit(FinishOpenStore) == 0;
+    (void)registered;
+    gOpenStore = this;
+}
+
+RecentListStore::~RecentListStore() {
+    Finish();
+    if (loop_ != nullptr) loop_->Forget(this);
+    if (gOpenStore == this) gOpenStore = nullptr;
+}
+
+void RecentListStore::Add(char const* list, std::string entry) {
+    // After what is kept, so that the updates reach the store in order.
+    pending_.push_back({list, std::move(entry)});
+    if (WritePending() || loop_ == nullptr) return;
+    loop_->SetTimer(this, 1, kRetryMs);
+}
+
+bool RecentListStore::WritePending() {
+    std::size_t written = 0;
+    while (written < pending_.size() &&
+           AddToRecentList(pending_[written].list, CPString(pending_[written].entry.c_str())))
+        ++written;
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(written));
+    if (pending_.empty() && loop_ != nullptr) loop_->KillTimer(this, 1);
+    return pending_.empty();
+}
+
+void RecentListStore::Deliver(std::uint32_t message, std::uintptr_t, std::intptr_t) {
+    if (message == WM_TIMER) WritePending();
+}
+
+void RecentListStore::Finish() {
+    if (pending_.empty() || WritePending()) return;
+    for (Update const& update : pending_) {
+        std::string const line = std::string("a recent-list update could not be written: ") +
+                                 update.list + " \"" + update.entry + "\"";
+        SplashLog(CPString(line.c_str()));
+        std::fprintf(stderr, "orvelsplash: %s\n", line.c_str());
+    }
+    pending_.clear();
 }
 
 void RecentListStore::AddToRecentAppList(BSTR bstrAppPath, BSTR bstrAppTitle) {
     std::string const path = Expand(Take(bstrAppPath));
     std::string const title = Take(bstrAppTitle);
-    if (!path.empty()) RecordApplication(path, title);
+    if (!path.empty() && !Suppressed(kSuppressApps)) {
+        std::string entry = path;
+        if (!title.empty()) entry += RecentEntrySeparator + title;
+        Add("RecentApps", entry);
+    }
     // Even when nothing was recorded.
     panel_.SendRefresh(ControlPanelRefreshMessage);
 }
@@ -140,7 +194,7 @@ void RecentListStore::AddToRecentDocList(BSTR bstrDocumentPath, BSTR bstrAppOpen
     std::string entry =
         application.empty() ? document : application + RecentEntrySeparator + document;
     if (Suppressed(kSuppressDocs)) return;
-    if (!entry.empty()) AddToRecentList("RecentDocs", CPString(entry.c_str()));
+    if (!entry.empty()) Add("RecentDocs", entry);
 }
 
 void RecentListStore::RecentApps(CPString (&entries)[RecentListCapacity]) {

@@ -1,17 +1,64 @@
 #include <splashclient/splashclient.h>
 
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <random>
+#include <string_view>
+#include <thread>
 #include <utility>
 
 using platform::BusValue;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The answers after which asking again may find a server free.
+bool AskAgain(platform::BusReply const& reply) {
+    static constexpr std::string_view kPassing[] = {
+        splashbus::kErrorInUse, "org.freedesktop.DBus.Error.NoReply",
+        "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
+        "org.freedesktop.DBus.Error.Spawn.ChildSignaled"};
+    return std::find(std::begin(kPassing), std::end(kPassing), reply.errorName) !=
+           std::end(kPassing);
+}
+
+// The server started for this call, when the busy one named it.
+std::string StartedServer(platform::BusReply const& reply) {
+    if (reply.errorName != splashbus::kErrorInUse || reply.error.rfind(':', 0) != 0) return {};
+    return reply.error.substr(0, reply.error.find(' '));
+}
+
+// The create call, asked again as the interface's steps say until a server
+// takes it or the time is up.
+platform::BusReply CreateSplash(platform::BusConnection& bus) {
+    Clock::time_point const deadline =
+        Clock::now() + std::chrono::milliseconds(splashbus::kCreateDeadlineMs);
+    std::chrono::milliseconds wait(10);
+    std::string destination = splashbus::kServiceName;
+    std::minstd_rand jitter(static_cast<unsigned>(Clock::now().time_since_epoch().count()));
+    for (;;) {
+        platform::BusReply reply =
+            bus.Call({destination, splashbus::kFactoryPath, splashbus::kFactoryInterface,
+                      splashbus::kCreateMethod},
+                     {});
+        if (reply.status == 0 || !AskAgain(reply) || Clock::now() + wait > deadline) return reply;
+        destination = StartedServer(reply);
+        if (!destination.empty()) continue;
+        destination = splashbus::kServiceName;
+        std::this_thread::sleep_for(wait + std::chrono::milliseconds(jitter() % 10));
+        wait = std::min(wait * 2, std::chrono::milliseconds(200));
+    }
+}
+
+} // namespace
 
 std::unique_ptr<SplashClient> SplashClient::Create(std::string* error) {
     std::unique_ptr<platform::BusConnection> bus = platform::BusConnection::OpenUser(error);
     if (bus == nullptr) return nullptr;
     // Activation: the bus starts a server if none is waiting.
-    platform::BusReply const create =
-        bus->Call({splashbus::kServiceName, splashbus::kFactoryPath, splashbus::kFactoryInterface,
-                   splashbus::kCreateMethod},
-                  {});
+    platform::BusReply const create = CreateSplash(*bus);
     if (create.status < 0 || create.values.empty() || create.values[0].type != 'o') {
         if (error != nullptr)
             *error = "cannot create a splash: " +
@@ -21,8 +68,8 @@ std::unique_ptr<SplashClient> SplashClient::Create(std::string* error) {
     auto client = std::unique_ptr<SplashClient>(
         new SplashClient(std::move(bus), create.sender, create.values[0].text));
     platform::BusReply const pid =
-        client->bus_->Call({"org.freedesktop.DBus", "/org/freedesktop/DBus",
-                            "org.freedesktop.DBus", "GetConnectionUnixProcessID"},
+        client->bus_->Call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                            "GetConnectionUnixProcessID"},
                            {BusValue::Text(create.sender)});
     if (pid.status == 0 && !pid.values.empty())
         client->serverPid_ = static_cast<std::uint32_t>(pid.values[0].number);
@@ -48,8 +95,7 @@ BusValue Arg(std::int16_t number) {
 
 } // namespace
 
-template <class... Args>
-int SplashClient::Call(splashbus::Method method, Args const&... args) {
+template <class... Args> int SplashClient::Call(splashbus::Method method, Args const&... args) {
     platform::BusReply const reply = bus_->Call(
         {server_, path_, splashbus::kInterface, splashbus::Spec(method).name}, {Arg(args)...});
     lastError_ = reply.error;

@@ -15,6 +15,30 @@
 /// names both sides agree on and the methods with their arguments. The
 /// server's dispatch and its introspection text, and the client's calls, are
 /// all made from this table.
+///
+/// How a client gets a splash of its own, and what it does on each answer:
+///
+///  1. Call kCreateMethod on kServiceName at kFactoryPath. The bus starts a
+///     server when no one owns the name. The answer is the splash object's
+///     path; its sender (a unique name, ":1.42") is the server, and every
+///     further call goes to that unique name and that path.
+///  2. kErrorInUse: the server that took the call already serves its client.
+///     When the message begins with a unique name (":1.57 waits for this
+///     client"), a fresh server was started for this call and waits there:
+///     call kCreateMethod on that name at once. Otherwise wait a little
+///     (10 ms, doubling to 200 ms) and call kServiceName again.
+///  3. org.freedesktop.DBus.Error.NoReply, .ServiceUnknown, .NameHasNoOwner,
+///     .Spawn.ChildSignaled: the server ended, was killed, or was not yet
+///     there; wait as in 2 and call kServiceName again. Give up after
+///     kCreateDeadlineMs in all.
+///  4. kErrorCreateFailed, and any other error: the splash cannot be made.
+///
+/// A splash answers only the unique name that created it; any other caller
+/// gets org.freedesktop.DBus.Error.AccessDenied. Texts are UTF-8 and arrive
+/// as sent, noncharacters included; a text the bus cannot carry (an unpaired
+/// surrogate, an embedded NUL) is answered with
+/// org.freedesktop.DBus.Error.InvalidArgs naming the argument, and the splash
+/// is unchanged.
 namespace splashbus {
 
 /// The name a waiting server owns; a create call takes it out of view, so
@@ -34,6 +58,16 @@ inline constexpr char kInterface[] = "com.orveltech.Splash.ISplashWindow";
 inline constexpr char kErrorInUse[] = "com.orveltech.Splash.Error.InUse";
 /// The error of a create call whose splash cannot be made.
 inline constexpr char kErrorCreateFailed[] = "com.orveltech.Splash.Error.CreateFailed";
+/// How long a client goes on asking for a splash before it gives up.
+inline constexpr int kCreateDeadlineMs = 25000;
+/// A server started for a waiting client rather than by the bus finds the
+/// server that started it in this variable ("unique-name/number"), queues for
+/// the service name, and tells that server it is reachable with
+/// kSpareReadyMethod.
+inline constexpr char kSpareVariable[] = "ORVELSPLASH_STARTED_FOR";
+/// The factory interface's method (one 'u', the number from kSpareVariable)
+/// by which a spare server says it is reachable.
+inline constexpr char kSpareReadyMethod[] = "SpareReady";
 /// The desktop's control panel, told when a recent list changes: its name,
 inline constexpr char kControlPanelName[] = "com.orveltech.ControlPanel";
 /// its path,

@@ -2,6 +2,8 @@
 
 #include <platform/codepage.h>
 #include <platform/registry.h>
+#include <platform/userhome.h>
+#include <splash/host/sparestart.h>
 #include <splash/module.h>
 #include <splash/textcopy.h>
 #include <splashclient/splashprotocol.h>
@@ -16,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -57,8 +60,8 @@ std::string ObjectPath() {
 std::string DataHome() {
     if (char const* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/')
         return data;
-    char const* home = std::getenv("HOME");
-    return std::string(home != nullptr ? home : "/tmp") + "/.local/share";
+    std::string const home = platform::UserHome();
+    return home.empty() ? std::string() : home + "/.local/share";
 }
 
 std::string ProgramPath() {
@@ -66,6 +69,17 @@ std::string ProgramPath() {
     std::filesystem::path const self = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? std::string("orvelsplash") : self.string();
 }
+
+// The host's timers, on its own target.
+constexpr std::uintptr_t kIdleTimer = 1;
+constexpr std::uintptr_t kHeldTimerBase = 0x1000;
+// A held create is answered at the latest after this, server started or not.
+constexpr std::uint32_t kHeldLimitMs = 5000;
+// A spare server that no client has come to by then ends.
+constexpr std::uint32_t kIdleMs = 10000;
+// Creates held at once; beyond them a busy server answers at once.
+constexpr std::size_t kHeldLimit = 64;
+constexpr char kAskAgain[] = "this server already serves its client; ask again";
 
 } // namespace
 
@@ -75,6 +89,8 @@ static sd_bus_vtable const kFactoryVtable[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD_WITH_NAMES(splashbus::kCreateMethod, "", , "o", SD_BUS_PARAM(object),
                              BusClassHost::OnCreateInstance, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES(splashbus::kSpareReadyMethod, "u", SD_BUS_PARAM(number), "", ,
+                             BusClassHost::OnSpareReady, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
 
 namespace {
@@ -111,22 +127,34 @@ BusClassHost::~BusClassHost() {
 }
 
 void BusClassHost::Initialize() {
-    busError_ = sd_bus_open_user(&bus_);
+    // Through the reading side that keeps texts as sent; where it cannot
+    // reach the bus, the library's own connection is tried.
+    raw_ = std::make_unique<RawBus>();
+    busError_ = raw_->Open(&bus_);
+    if (busError_ < 0) {
+        raw_.reset();
+        bus_ = nullptr;
+        busError_ = sd_bus_open_user(&bus_);
+    }
     if (busError_ < 0) {
         bus_ = nullptr;
         return;
     }
-    watch_ = loop_.AddWatch(sd_bus_get_fd(bus_), [this] { Process(); });
+    watch_ = loop_.AddWatch(raw_ != nullptr ? raw_->LibraryFd() : sd_bus_get_fd(bus_),
+                            [this] { Process(); });
 }
 
 void BusClassHost::Uninitialize() {
     if (bus_ == nullptr) return;
+    AnswerAllHeld();
+    loop_.Forget(this);
     if (watch_ != -1) loop_.RemoveWatch(watch_);
     watch_ = -1;
     clientWatch_ = sd_bus_slot_unref(clientWatch_);
     objectSlot_ = sd_bus_slot_unref(objectSlot_);
     factorySlot_ = sd_bus_slot_unref(factorySlot_);
     bus_ = sd_bus_flush_close_unref(bus_);
+    raw_.reset();
 }
 
 void BusClassHost::Process() {
@@ -151,16 +179,101 @@ void BusClassHost::ScheduleProcess() {
 HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     factory_ = &factory;
     if (bus_ == nullptr) {
-        std::fprintf(stderr, "orvelsplash: no session bus (%s); no client can reach this server\n",
+        std::fprintf(stderr, "orvelsplash: no session bus (%s); this server ends\n",
                      std::strerror(-busError_));
         return platform::E_FAIL;
     }
+    char const* startedFor = std::getenv(splashbus::kSpareVariable);
+    startedFor_ = startedFor != nullptr ? startedFor : "";
     int rc = sd_bus_add_object_vtable(bus_, &factorySlot_, splashbus::kFactoryPath,
                                       splashbus::kFactoryInterface, kFactoryVtable, this);
-    if (rc >= 0) rc = sd_bus_request_name(bus_, splashbus::kServiceName, 0);
-    nameOwned_ = rc >= 0;
+    // A server started for a waiting client queues behind the name's owner;
+    // any other leaves the name to the server that has it.
+    if (rc >= 0)
+        rc = sd_bus_request_name(bus_, splashbus::kServiceName,
+                                 startedFor_.empty() ? 0 : SD_BUS_NAME_QUEUE);
+    if (rc < 0) {
+        std::fprintf(stderr, "orvelsplash: cannot own the bus name %s (%s); this server ends\n",
+                     splashbus::kServiceName,
+                     rc == -EEXIST ? "another server has it" : std::strerror(-rc));
+        return platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
+    }
+    nameOwned_ = true;
+    // A spare whose client was served elsewhere would wait for ever: it ends
+    // when no client has come. A server the bus started stays up until a
+    // client creates its splash, however long that takes.
+    if (!startedFor_.empty()) {
+        ReportSpareReady();
+        loop_.SetTimer(this, kIdleTimer, kIdleMs);
+    }
     ScheduleProcess();
-    return rc >= 0 ? platform::S_OK : platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
+    return platform::S_OK;
+}
+
+void BusClassHost::ReportSpareReady() {
+    std::size_t const slash = startedFor_.rfind('/');
+    if (slash == std::string::npos) return;
+    std::string const starter = startedFor_.substr(0, slash);
+    auto const number =
+        static_cast<std::uint32_t>(std::strtoul(startedFor_.c_str() + slash + 1, nullptr, 10));
+    // No answer wanted: the starter may have ended meanwhile.
+    sd_bus_call_method_async(bus_, nullptr, starter.c_str(), splashbus::kFactoryPath,
+                             splashbus::kFactoryInterface, splashbus::kSpareReadyMethod, nullptr,
+                             nullptr, "u", number);
+}
+
+void BusClassHost::HoldForSpare(sd_bus_message* m) {
+    char const* self = nullptr;
+    std::uint32_t const number = nextHeld_++;
+    bool started = held_.size() < kHeldLimit && sd_bus_get_unique_name(bus_, &self) >= 0;
+    if (started) {
+        std::string const program = ProgramPath();
+        started = StartDetached(
+            program, {program, "-Embedding"},
+            {std::string(splashbus::kSpareVariable) + "=" + self + "/" + std::to_string(number)});
+    }
+    if (!started) {
+        sd_bus_reply_method_errorf(m, splashbus::kErrorInUse, "%s", kAskAgain);
+        return;
+    }
+    held_.push_back({sd_bus_message_ref(m), number});
+    loop_.SetTimer(this, kHeldTimerBase + number, kHeldLimitMs);
+}
+
+void BusClassHost::AnswerHeld(std::uint32_t number, std::string const& spare) {
+    for (auto it = held_.begin(); it != held_.end(); ++it) {
+        if (it->number != number) continue;
+        loop_.KillTimer(this, kHeldTimerBase + number);
+        std::string const text = spare.empty() ? kAskAgain : spare + " waits for this client";
+        sd_bus_reply_method_errorf(it->call, splashbus::kErrorInUse, "%s", text.c_str());
+        sd_bus_message_unref(it->call);
+        held_.erase(it);
+        return;
+    }
+}
+
+void BusClassHost::AnswerAllHeld() {
+    while (!held_.empty())
+        AnswerHeld(held_.front().number, "");
+}
+
+int BusClassHost::OnSpareReady(sd_bus_message* m, void* user, sd_bus_error*) {
+    auto* host = static_cast<BusClassHost*>(user);
+    std::uint32_t number = 0;
+    char const* sender = sd_bus_message_get_sender(m);
+    if (sd_bus_message_read_basic(m, 'u', &number) >= 0 && sender != nullptr)
+        host->AnswerHeld(number, sender);
+    return sd_bus_reply_method_return(m, "");
+}
+
+void BusClassHost::Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) {
+    if (message != WM_TIMER) return;
+    loop_.KillTimer(this, wParam);
+    if (wParam == kIdleTimer) {
+        if (!created_) loop_.PostQuit();
+        return;
+    }
+    AnswerHeld(static_cast<std::uint32_t>(wParam - kHeldTimerBase), "");
 }
 
 void BusClassHost::RevokeClassObjects() {
@@ -172,10 +285,14 @@ void BusClassHost::RevokeClassObjects() {
 
 int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* error) {
     auto* host = static_cast<BusClassHost*>(user);
-    // Single use: one process, one splash, one client.
-    if (host->created_ || host->factory_ == nullptr)
-        return sd_bus_error_set(error, splashbus::kErrorInUse,
-                                "this server already serves its client");
+    // Single use: one process, one splash, one client. A client that comes
+    // while this one is taken gets a server started for it.
+    if (host->factory_ == nullptr)
+        return sd_bus_error_set(error, splashbus::kErrorInUse, kAskAgain);
+    if (host->created_) {
+        host->HoldForSpare(m);
+        return 1;
+    }
     ISplashWindow* object = nullptr;
     HRESULT const hr = host->factory_->CreateInstance(&object);
     if (platform::FAILED(hr))
@@ -183,6 +300,7 @@ int BusClassHost::OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* 
                                  "the splash could not be made (0x%08X)",
                                  static_cast<unsigned>(hr));
     host->created_ = true;
+    host->loop_.KillTimer(host, kIdleTimer);
     host->object_ = object;
     host->client_ = sd_bus_message_get_sender(m) != nullptr ? sd_bus_message_get_sender(m) : "";
     std::string const path = ObjectPath();
@@ -234,10 +352,29 @@ struct CallArguments {
     std::vector<std::int16_t> numbers;
 
     BSTR Text(std::size_t i) const { return *texts[i]; }
+
+    // The arguments as they were sent; texts are checked here, as the bus
+    // allows them, noncharacters included.
+    int FromRaw(std::vector<RawArgument> const& raw, char const* signature, std::size_t* failed) {
+        if (raw.size() != std::strlen(signature)) return -EBADMSG;
+        for (std::size_t i = 0; i < raw.size(); ++i) {
+            *failed = i;
+            if (raw[i].type != signature[i]) return -EBADMSG;
+            if (raw[i].type == 's') {
+                if (!BusValidText(raw[i].text)) return -EBADMSG;
+                texts.push_back(std::make_unique<Utf8Bstr>(raw[i].text.c_str()));
+            } else {
+                numbers.push_back(static_cast<std::int16_t>(raw[i].number));
+            }
+        }
+        return 0;
+    }
     std::int16_t Number(std::size_t i) const { return numbers[i]; }
 
-    int Read(sd_bus_message* m, char const* signature) {
+    // 0, or the failure with *failed the position of the argument.
+    int Read(sd_bus_message* m, char const* signature, std::size_t* failed) {
         for (char const* type = signature; *type != '\0'; ++type) {
+            *failed = static_cast<std::size_t>(type - signature);
             int rc = 0;
             if (*type == 's') {
                 char const* text = nullptr;
@@ -279,6 +416,18 @@ constexpr Invoke kInvokers[splashbus::kMethodCount] = {
 } // namespace
 
 int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
+    // The splash is its creator's alone; others are refused, and the server
+    // goes on.
+    char const* sender = sd_bus_message_get_sender(m);
+    // Taken whatever the answer, so that none is kept for long.
+    std::uint64_t serial = 0;
+    std::optional<std::vector<RawArgument>> const raw =
+        raw_ != nullptr && sender != nullptr && sd_bus_message_get_cookie(m, &serial) >= 0
+            ? raw_->Take(sender, serial)
+            : std::nullopt;
+    if (!client_.empty() && (sender == nullptr || client_ != sender))
+        return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED,
+                                "this splash belongs to another client");
     splashbus::Method method{};
     if (!splashbus::FindMethod(sd_bus_message_get_member(m), &method))
         return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "no such method");
@@ -289,8 +438,13 @@ int BusClassHost::Dispatch(sd_bus_message* m, sd_bus_error* error) {
     ISplashWindow* object = object_;
     if (object == nullptr) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_OBJECT, "released");
     CallArguments arguments;
-    int const rc = arguments.Read(m, splashbus::Spec(method).signature);
-    if (rc < 0) return rc;
+    std::size_t failed = 0;
+    char const* signature = splashbus::Spec(method).signature;
+    if ((raw ? arguments.FromRaw(*raw, signature, &failed)
+             : arguments.Read(m, signature, &failed)) < 0)
+        return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS,
+                                 "argument %s is not a text the bus can carry; nothing changed",
+                                 splashbus::Spec(method).arguments[failed]);
     kInvokers[static_cast<std::size_t>(method)](*object, arguments);
     return sd_bus_reply_method_return(m, "");
 }
@@ -388,6 +542,7 @@ HRESULT BusClassRegistrar::RemoveFile(std::string const& path) {
 }
 
 std::string BusClassRegistrar::ServiceFilePath() {
+    if (DataHome().empty()) return {};
     return DataHome() + "/dbus-1/services/" + splashbus::kServiceName + ".service";
 }
 
@@ -397,6 +552,7 @@ std::string BusClassRegistrar::ServiceFileText(std::string const& program) {
 }
 
 std::string BusClassRegistrar::InterfaceFilePath() {
+    if (DataHome().empty()) return {};
     return DataHome() + "/dbus-1/interfaces/" + splashbus::kInterface + ".xml";
 }
 

@@ -5,10 +5,12 @@
 
 #include <platform/registry.h>
 #include <splash/host/eventloop.h>
+#include <splash/host/rawbus.h>
 #include <splash/recentlists.h>
 #include <splash/seams.h>
 #include <splash/splashwindow.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,7 +18,7 @@
 
 namespace splash {
 
-class BusClassHost final : public ClassObjectHost {
+class BusClassHost final : public ClassObjectHost, public MessageTarget {
 public:
     explicit BusClassHost(splash::EventLoop& loop) : loop_(loop) {}
     ~BusClassHost() override;
@@ -38,13 +40,33 @@ public:
     static int OnCreateInstance(sd_bus_message* m, void* user, sd_bus_error* error);
     static int OnMethod(sd_bus_message* m, void* user, sd_bus_error* error);
     static int OnNameOwnerChanged(sd_bus_message* m, void* user, sd_bus_error* error);
+    static int OnSpareReady(sd_bus_message* m, void* user, sd_bus_error* error);
+
+    // The host's own timers: a held create that waited too long, a started
+    // server that no client came to.
+    void Deliver(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
 
 private:
+    // A create that came while this server serves its client: held until
+    // the server started for it is reachable.
+    struct HeldCreate {
+        sd_bus_message* call;
+        std::uint32_t number;
+    };
+    void HoldForSpare(sd_bus_message* m);
+    void AnswerHeld(std::uint32_t number, std::string const& spare);
+    void AnswerAllHeld();
+    // A started server, not one the bus started: queues for the name and
+    // tells the server that started it.
+    void ReportSpareReady();
+
     int Dispatch(sd_bus_message* m, sd_bus_error* error);
     // Gives back the client's reference, once.
     void ReleaseClient();
 
     splash::EventLoop& loop_;
+    // Declared first: it outlives the connection that reads through it.
+    std::unique_ptr<RawBus> raw_;
     sd_bus* bus_ = nullptr;
     int busError_ = 0;
     int watch_ = -1;
@@ -56,6 +78,9 @@ private:
     bool created_ = false;
     ISplashWindow* object_ = nullptr; // the client's reference
     std::string client_;
+    std::vector<HeldCreate> held_;
+    std::uint32_t nextHeld_ = 1;
+    std::string startedFor_; // "unique-name/number" of the server that started this one
 };
 
 // One value the class's registration writes to the store.
