@@ -1871,7 +1871,12 @@ std::string CPValue::StepsFromTop() {
         } else {
             std::int32_t const n = pvalParentOf->FindIndexWhere(
                 [](CPValue* pvalSub, void const* pv) { return pvalSub == pv; }, pval);
-            steps.push_back("[" + std::to_string(n < 0 ? 0 : n) + "]");
+            // Built by appends: g++ 12 at -O3 misreads "[" + string as an
+            // overlapping copy (-Wrestrict).
+            std::string step = "[";
+            step += std::to_string(n < 0 ? 0 : n);
+            step += ']';
+            steps.push_back(std::move(step));
         }
         pval = pvalParentOf;
     }
