@@ -29,7 +29,7 @@ struct Servers {
         std::string data(kSize, '\0');
         for (std::size_t i = 0; i < kSize; ++i)
             data[i] = static_cast<char>(i % 251 + 1);
-        WriteFile((dir.path() / "root" / "big.bin").string(), data);
+        test_support::WriteAll((dir.path() / "root" / "big.bin").string(), data);
         http = std::make_unique<Server>(std::vector<std::string>{"http", dir.path().string()});
         ftp = std::make_unique<Server>(
             std::vector<std::string>{"ftp", (dir.path() / "root").string()});

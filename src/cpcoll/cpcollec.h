@@ -8,9 +8,10 @@
 #pragma once
 
 #include <cpcoll/iterate.h>
-#include <util/createable.h>
 #include <platform/export.h>
+#include <util/createable.h>
 
+#include <atomic>
 #include <cstdint>
 
 class CPString;
@@ -39,18 +40,53 @@ protected:
 class SORVANE_API CPBucket : public CPInternalContainer {
 public:
     CPBucket() = default;
+    CPBucket(CPBucket const& other) = default;
+    // Takes the other's links too: counted as links set from outside.
+    CPBucket& operator=(CPBucket const& other) {
+        CPInternalContainer::operator=(other);
+        pbktNext = other.pbktNext;
+        pbktPrev = other.pbktPrev;
+        NoteLinksSetFromOutside();
+        return *this;
+    }
     ~CPBucket() override = default;
 
     CPBucket* _get_pbktNext() const { return pbktNext; }
-    void _set_pbktNext(CPBucket* pbkt) { pbktNext = pbkt; }
+    void _set_pbktNext(CPBucket* pbkt) {
+        pbktNext = pbkt;
+        NoteLinksSetFromOutside();
+    }
     CPBucket* _get_pbktPrev() const { return pbktPrev; }
-    void _set_pbktPrev(CPBucket* pbkt) { pbktPrev = pbkt; }
+    void _set_pbktPrev(CPBucket* pbkt) {
+        pbktPrev = pbkt;
+        NoteLinksSetFromOutside();
+    }
     void* _get_pvData() const { return pvTheData; }
     void _set_pvData(void* pv) { pvTheData = pv; }
 
+    // Counts, for the whole process, the links set other than by a list on
+    // buckets of its own: by the setters above, or by a list that shares its
+    // buckets with another. A list trusts what it learnt of its links (the
+    // path of its in-order reads, a dictionary's index of a chain) only while
+    // this and its own count of changes stay as they were.
+    static std::uint32_t _get_nLinksSetFromOutside() {
+        return nLinksSetFromOutside.load(std::memory_order_relaxed);
+    }
+    static void NoteLinksSetFromOutside() {
+        nLinksSetFromOutside.fetch_add(1, std::memory_order_relaxed);
+    }
+
 private:
+    friend class CPList;
+
+    // A list's own linking, counted by the list.
+    void LinkNext(CPBucket* pbkt) { pbktNext = pbkt; }
+    void LinkPrev(CPBucket* pbkt) { pbktPrev = pbkt; }
+
     CPBucket* pbktNext = nullptr;
     CPBucket* pbktPrev = nullptr;
+
+    static std::atomic<std::uint32_t> nLinksSetFromOutside;
 };
 
 class SORVANE_API CPCollection : public Iterable {

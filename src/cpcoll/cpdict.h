@@ -7,12 +7,13 @@
 
 #include <cpcoll/cpcollec.h>
 #include <cpcoll/cplist.h>
+#include <platform/export.h>
 #include <util/crc16.h>
 #include <util/createable.h>
-#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 
 class CPDictionary;
@@ -55,7 +56,7 @@ public:
     void SetValue(void* pv) { pvValue = pv; }
     char _get_bUseString() const { return bUseString; }
     void _set_bUseString(char b) {
-        ++nKeyEdits;
+        NoteKeyEdit();
         bUseString = b;
     }
 
@@ -63,7 +64,7 @@ public:
     // association already in a dictionary: a dictionary's search index is
     // only trusted while this is unchanged. A dictionary keys its own new
     // associations without counting.
-    static std::uint32_t _get_nKeyEdits() { return nKeyEdits; }
+    static std::uint32_t _get_nKeyEdits() { return nKeyEdits.load(std::memory_order_relaxed); }
 
 private:
     friend class CPDictionary;
@@ -81,7 +82,9 @@ private:
     // flag changed by hand never frees a number.
     CPString* pstrKey = nullptr;
 
-    static std::uint32_t nKeyEdits;
+    static void NoteKeyEdit() { nKeyEdits.fetch_add(1, std::memory_order_relaxed); }
+
+    static std::atomic<std::uint32_t> nKeyEdits;
 };
 
 // A position in a dictionary: a slot and a bucket of that slot's chain.
