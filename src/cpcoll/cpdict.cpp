@@ -353,9 +353,15 @@ struct CPDictionary::ChainIndex {
             arEntries.push_back(Entry{pbkt, pda, WordOf(pda)});
             pbkt = pbkt == plstChain->_get_pbktTail() ? nullptr : pbkt->_get_pbktNext();
         }
+        // Links that hold fewer buckets than the count are left to the walk.
+        bWhole = arEntries.size() == plstChain->Length();
         Rehash();
         Stamp(plstChain);
     }
+
+    // Made or taken again for the chain of the slot; null when it is left to
+    // the walk.
+    __attribute__((noinline)) static ChainIndex* Retaken(CPDictionary& dct, std::uint32_t nSlot);
 
     // A number key's word is the key folded to 32 bits; a string key's, a
     // print of its text. A string with no text matches nothing: any word
@@ -480,6 +486,7 @@ struct CPDictionary::ChainIndex {
     std::size_t nMask = 0;
     // Two entries share a word: a search looks on past the first match.
     bool bSharedWords = false;
+    bool bWhole = false;
 };
 
 struct CPDictionary::ChainIndexes {
@@ -488,15 +495,25 @@ struct CPDictionary::ChainIndexes {
 
 // The index of a slot's chain, taken again if the chain changed; null for a
 // short chain.
-CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
+// Inline: every search of a long chain starts here, and the index is most
+// often in step.
+inline CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
     CPList const* const plst = arplstSlots[nSlot];
     if (plst == nullptr || plst->Length() < kIndexFrom) return nullptr;
-    if (pcixIndexes == nullptr) pcixIndexes = new ChainIndexes;
-    std::unique_ptr<ChainIndex>& pcix = pcixIndexes->arpcix[nSlot];
+    if (pcixIndexes != nullptr) {
+        ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
+        if (pcix != nullptr && pcix->Matches(plst)) return pcix->bWhole ? pcix : nullptr;
+    }
+    return ChainIndex::Retaken(*this, nSlot);
+}
+
+CPDictionary::ChainIndex* CPDictionary::ChainIndex::Retaken(CPDictionary& dct,
+                                                            std::uint32_t nSlot) {
+    if (dct.pcixIndexes == nullptr) dct.pcixIndexes = new ChainIndexes;
+    std::unique_ptr<ChainIndex>& pcix = dct.pcixIndexes->arpcix[nSlot];
     if (pcix == nullptr) pcix = std::make_unique<ChainIndex>();
-    if (!pcix->Matches(plst)) pcix->Rebuild(plst);
-    // Links that hold fewer buckets than the count are left to the walk.
-    return pcix->arEntries.size() == plst->Length() ? pcix.get() : nullptr;
+    pcix->Rebuild(dct.arplstSlots[nSlot]);
+    return pcix->bWhole ? pcix.get() : nullptr;
 }
 
 // The index of a slot's chain only if it is up to date, for a change about
@@ -504,7 +521,7 @@ CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
 CPDictionary::ChainIndex* CPDictionary::IndexInStep(std::uint32_t nSlot) {
     if (pcixIndexes == nullptr || arplstSlots[nSlot] == nullptr) return nullptr;
     ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
-    return pcix != nullptr && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
+    return pcix != nullptr && pcix->bWhole && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
 }
 
 void CPDictionary::ForgetIndex(std::uint32_t nSlot) {
