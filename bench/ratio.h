@@ -68,7 +68,7 @@ public:
     }
 
     // Negative when the benchmark did not run, e.g. filtered out.
-    double Nanoseconds(std::string const& name, bool realTime) const {
+    double Nanoseconds(std::string const& name, bool realTime = false) const {
         auto const found = times_.find(name);
         if (found == times_.end()) return -1.0;
         return (realTime ? found->second.real : found->second.cpu) / found->second.count;
