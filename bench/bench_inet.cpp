@@ -99,8 +99,8 @@ int main(int argc, char** argv) {
     ratio::PrintRatios(reporter);
     std::printf("\n%-24s %10s %10s\n", "operation", "ours MB/s", "curl MB/s");
     for (ratio::Pair const& pair : ratio::Pairs()) {
-        double const ours = reporter.Nanoseconds(pair.ours);
-        double const curl = reporter.Nanoseconds(pair.alternative);
+        double const ours = reporter.Nanoseconds(pair.ours, pair.realTime);
+        double const curl = reporter.Nanoseconds(pair.alternative, pair.realTime);
         if (ours <= 0 || curl <= 0) continue;
         std::printf("%-24s %10.1f %10.1f\n", pair.operation.c_str(), kSize / 1e6 / (ours / 1e9),
                     kSize / 1e6 / (curl / 1e9));

@@ -646,25 +646,18 @@ Token* Scanner::BuildToken() {
     }
 }
 
-// The text's buffer is owned, so a throw while reading does not leak it.
+// The text is read into a buffer of the longest size on the stack. Only a
+// text that is not a reserved word gets a block of its own, of the size the
+// text grew to: the short one, or the long one from 31 characters on.
 void Scanner::ReadIdentifier(Token* ptok) {
-    std::unique_ptr<char[]> szIdentifier(new char[kShortIdentifier]);
-    bool bLong = false;
+    char szIdentifier[kLongIdentifier];
     std::size_t nLength = 0;
+    // Text that reaches the long size ends the scan.
     auto store = [&](char c, std::size_t nCutAt) {
         szIdentifier[nLength++] = c;
-        if (bLong) {
-            if (nLength < kLongIdentifier) return;
-            szIdentifier[nCutAt] = '\0';
-            throw Exception(274, szIdentifier.get());
-        }
-        if (nLength < kShortIdentifier - 1) return;
-        szIdentifier[nLength] = '\0';
-        std::unique_ptr<char[]> szLong(new (std::nothrow) char[kLongIdentifier]);
-        SV_FAIL_IF_NIL(szLong.get(), "szIdentifier");
-        std::memcpy(szLong.get(), szIdentifier.get(), kShortIdentifier);
-        szIdentifier = std::move(szLong);
-        bLong = true;
+        if (nLength < kLongIdentifier) return;
+        szIdentifier[nCutAt] = '\0';
+        throw Exception(274, szIdentifier);
     };
 
     // Whether c goes on an unquoted identifier.
@@ -689,17 +682,21 @@ void Scanner::ReadIdentifier(Token* ptok) {
         }
         store(c, kLongIdentifier - 1);
         if (PlainBuffer()) {
-            // The common case, a character that neither ends nor fails the
-            // text, is taken in place.
-            char const cNext = pcBuffer[nBufferPos];
-            bool const bPlain =
-                cNext != '\0' &&
-                (bQuoted ? cNext != '\n' && cNext != '\r' && cNext != '"' : GoesOn(cNext));
-            if (bPlain) {
-                TakeBufferChar(cNext);
-                c = cNext;
-                continue;
+            // The common case: a run of characters that neither end nor fail
+            // the text, escape nothing and move the column by one each, taken
+            // in place. The character after the run goes the long way.
+            char const* const pcRun = pcBuffer + nBufferPos;
+            std::size_t nRun = 0;
+            for (char cNext; nLength < kLongIdentifier - 1; ++nRun) {
+                cNext = pcRun[nRun];
+                bool const bPlain = cNext != '\0' && cNext != '\\' && cNext != '\t' &&
+                                    cNext != '\f' && cNext != '\n' &&
+                                    (bQuoted ? cNext != '\r' && cNext != '"' : GoesOn(cNext));
+                if (!bPlain) break;
+                szIdentifier[nLength++] = cNext;
             }
+            nBufferPos += static_cast<int>(nRun);
+            nCol = Wrapped(static_cast<long long>(nCol) + static_cast<long long>(nRun));
         }
         c = LookChar();
         if (bQuoted) {
@@ -716,11 +713,20 @@ void Scanner::ReadIdentifier(Token* ptok) {
         if (c == '\0') break;
     }
     szIdentifier[nLength] = '\0';
-    std::int32_t const nCode = IsReservedSymbol(szIdentifier.get());
-    if (nCode != 0)
+    std::int32_t const nCode = IsReservedSymbol(szIdentifier);
+    if (nCode != 0) {
         ptok->SetValueToken(nCode);
-    else
-        ptok->AdoptValue(szIdentifier.release(), static_cast<short>(nLength));
+        return;
+    }
+    char* szOwn = nullptr;
+    if (nLength < kShortIdentifier - 1) {
+        szOwn = new char[kShortIdentifier];
+    } else {
+        szOwn = new (std::nothrow) char[kLongIdentifier];
+        SV_FAIL_IF_NIL(szOwn, "szIdentifier");
+    }
+    std::memcpy(szOwn, szIdentifier, nLength + 1);
+    ptok->AdoptValue(szOwn, static_cast<short>(nLength));
 }
 
 void Scanner::ReadNumber(Token* ptok) {

@@ -11,6 +11,8 @@ namespace {
 
 } // namespace
 
+std::atomic<std::uint32_t> CPBucket::nLinksSetFromOutside{0};
+
 // The facade's slots ----------------------------------------------------------
 
 short CPCollection::vadd(void*, void*) {

@@ -9,9 +9,10 @@
 #pragma once
 
 #include <cpcoll/iterate.h>
-#include <util/createable.h>
 #include <platform/export.h>
+#include <util/createable.h>
 
+#include <atomic>
 #include <cstdint>
 
 class CPString;
@@ -46,24 +47,65 @@ protected:
 class SORVANE_API CPBucket : public CPInternalContainer {
 public:
     CPBucket() = default;
+    /// A copy holds the same element and links.
+    /// \param other the bucket copied.
+    CPBucket(CPBucket const& other) = default;
+    /// Takes the other's element and links: counted as links set from outside.
+    /// \param other the bucket copied.
+    /// \return this bucket.
+    CPBucket& operator=(CPBucket const& other) {
+        CPInternalContainer::operator=(other);
+        pbktNext = other.pbktNext;
+        pbktPrev = other.pbktPrev;
+        NoteLinksSetFromOutside();
+        return *this;
+    }
     ~CPBucket() override = default;
 
     /// \return the next node, or null.
     CPBucket* _get_pbktNext() const { return pbktNext; }
-    /// \param pbkt the next node.
-    void _set_pbktNext(CPBucket* pbkt) { pbktNext = pbkt; }
+    /// \param pbkt the next node; counted as a link set from outside.
+    void _set_pbktNext(CPBucket* pbkt) {
+        pbktNext = pbkt;
+        NoteLinksSetFromOutside();
+    }
     /// \return the previous node, or null.
     CPBucket* _get_pbktPrev() const { return pbktPrev; }
-    /// \param pbkt the previous node.
-    void _set_pbktPrev(CPBucket* pbkt) { pbktPrev = pbkt; }
+    /// \param pbkt the previous node; counted as a link set from outside.
+    void _set_pbktPrev(CPBucket* pbkt) {
+        pbktPrev = pbkt;
+        NoteLinksSetFromOutside();
+    }
     /// \return the element.
     void* _get_pvData() const { return pvTheData; }
     /// \param pv the element, not owned.
     void _set_pvData(void* pv) { pvTheData = pv; }
 
+    /// Counts, for the whole process, the links set other than by a list on
+    /// buckets of its own: by the setters above, or by a list that shares its
+    /// buckets with another. A list trusts what it learnt of its links (the
+    /// path of its in-order reads, a dictionary's index of a chain) only while
+    /// this and its own count of changes stay as they were.
+    /// \return the count.
+    static std::uint32_t _get_nLinksSetFromOutside() {
+        return nLinksSetFromOutside.load(std::memory_order_relaxed);
+    }
+    /// Adds one to the count of links set from outside.
+    static void NoteLinksSetFromOutside() {
+        nLinksSetFromOutside.fetch_add(1, std::memory_order_relaxed);
+    }
+
 private:
+    friend class CPList;
+
+    // A list's own linking, counted by the list.
+    void LinkNext(CPBucket* pbkt) { pbktNext = pbkt; }
+    void LinkPrev(CPBucket* pbkt) { pbktPrev = pbkt; }
+
     CPBucket* pbktNext = nullptr;
     CPBucket* pbktPrev = nullptr;
+
+    static std::atomic<std::uint32_t> nLinksSetFromOutside;
 };
 
 /// \brief What every collection shares: its count, its transaction number,

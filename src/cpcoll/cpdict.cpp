@@ -124,6 +124,13 @@ std::uint32_t TextPrint(char const* szText) {
     return static_cast<std::uint32_t>(nPrint >> 32);
 }
 
+// The test a chain's index confirms a number key's candidate with.
+auto MatchingNumber(std::uintptr_t nKey) {
+    return [nKey](CPDictionaryAssociation const* pda) {
+        return pda != nullptr && pda->MatchKeyCardinal(nKey) != 0;
+    };
+}
+
 // A search by index counts with 16 bits, signed: it ends after index 32767.
 constexpr std::uint32_t kStringSearchLimit = 32768;
 // Shorter chains are walked: their index would cost more than it saves.
@@ -132,9 +139,8 @@ constexpr std::uint32_t kIndexFrom = 8;
 void itAppendKeyText(void* pvItem, void* pvOut) {
     CPDictionaryAssociation const* const pda = AsAssociation(pvItem);
     // The key is read into a fixed buffer; a longer one would overrun it.
-    SV_CRIT_ASSERT(pda->_get_pstrKey() == nullptr ||
-                          pda->_get_pstrKey()->Length() < kKeyTextSize,
-                      "strlen(szKey) < 44");
+    SV_CRIT_ASSERT(pda->_get_pstrKey() == nullptr || pda->_get_pstrKey()->Length() < kKeyTextSize,
+                   "strlen(szKey) < 44");
     char szKey[kKeyTextSize];
     pda->GetKeyString(szKey);
     auto* const pszOut = static_cast<char*>(pvOut);
@@ -146,7 +152,7 @@ void itAppendKeyText(void* pvItem, void* pvOut) {
 
 // CPDictionaryAssociation ----------------------------------------------------
 
-std::uint32_t CPDictionaryAssociation::nKeyEdits = 0;
+std::atomic<std::uint32_t> CPDictionaryAssociation::nKeyEdits{0};
 
 CPDictionaryAssociation::~CPDictionaryAssociation() {
     ReleaseKeyString();
@@ -167,17 +173,17 @@ void CPDictionaryAssociation::HoldKeyString(CPString* pstr) {
 }
 
 void CPDictionaryAssociation::SetKeyString(char const* szKey) {
-    ++nKeyEdits;
+    NoteKeyEdit();
     AssignKeyString(szKey);
 }
 
 void CPDictionaryAssociation::SetKeyString(CPString* pstr) {
-    ++nKeyEdits;
+    NoteKeyEdit();
     AssignKeyString(pstr);
 }
 
 void CPDictionaryAssociation::SetKeyCardinal(std::uintptr_t n) {
-    ++nKeyEdits;
+    NoteKeyEdit();
     AssignKeyCardinal(n);
 }
 
@@ -308,113 +314,179 @@ CPInternalContainer* DictionaryIterationState::vretrieveInternalContainer() {
 
 // The index of a chain ------------------------------------------------------
 
-// Each entry's word and its bucket, in chain order, with the state of the
-// chain it was taken from: any change of the chain not made through the
-// dictionary, or any key set on an association, makes it taken again.
+// A chain's entries in chain order (bucket, association and word), and a
+// table of cells open addressed by the word that gives an entry's position
+// without a scan of the chain. It is taken again whenever the chain or a key
+// may have changed other than through the dictionary (see Matches).
 struct CPDictionary::ChainIndex {
-    // An entry's key as its association held it when taken, which stays so
-    // while no key is set (nKeyEdits): a number, or the string held.
-    struct Ref {
+    struct Entry {
         CPBucket* pbkt;
         CPDictionaryAssociation* pda;
-        std::uintptr_t nKey;
-        CPString* pstrKey;
-        bool bString;
-
-        bool MatchesNumber(std::uintptr_t n) const { return !bString && nKey == n; }
-        bool MatchesText(char const* sz) const {
-            return bString && pstrKey != nullptr && *pstrKey == sz;
-        }
+        std::uint32_t nWord;
+    };
+    // A word and the position after its entry's; 0 marks an empty cell.
+    struct Cell {
+        std::uint32_t nWord;
+        std::uint32_t nAfter;
     };
 
     bool Matches(CPList const* plstChain) const {
-        return plst == plstChain && nLength == plstChain->Length() &&
-               nXACT == plstChain->_get_nXACT() && pbktHead == plstChain->_get_pbktHead() &&
-               pbktTail == plstChain->_get_pbktTail() &&
+        return plst == plstChain && nEdits == plstChain->_get_nEdits() &&
+               !plstChain->_get_bSharesBuckets() &&
+               nLinks == CPBucket::_get_nLinksSetFromOutside() &&
                nKeyEdits == CPDictionaryAssociation::_get_nKeyEdits();
     }
 
     void Stamp(CPList const* plstChain) {
         plst = plstChain;
-        nLength = plstChain->Length();
-        nXACT = plstChain->_get_nXACT();
-        pbktHead = plstChain->_get_pbktHead();
-        pbktTail = plstChain->_get_pbktTail();
+        nEdits = plstChain->_get_nEdits();
+        nLinks = CPBucket::_get_nLinksSetFromOutside();
         nKeyEdits = CPDictionaryAssociation::_get_nKeyEdits();
     }
 
     // Reads the buckets by their links, leaving the chain's cursor alone.
     void Rebuild(CPList const* plstChain) {
-        arnWords.clear();
-        arRefs.clear();
+        arEntries.clear();
         CPBucket* pbkt = plstChain->_get_pbktHead();
         for (std::uint32_t i = 0; i < plstChain->Length() && pbkt != nullptr; ++i) {
-            Append(pbkt, AssociationIn(pbkt));
+            CPDictionaryAssociation* const pda = AssociationIn(pbkt);
+            arEntries.push_back(Entry{pbkt, pda, WordOf(pda)});
             pbkt = pbkt == plstChain->_get_pbktTail() ? nullptr : pbkt->_get_pbktNext();
         }
+        // Links that hold fewer buckets than the count are left to the walk.
+        bWhole = arEntries.size() == plstChain->Length();
+        Rehash();
         Stamp(plstChain);
     }
 
+    // Made or taken again for the chain of the slot; null when it is left to
+    // the walk.
+    __attribute__((noinline)) static ChainIndex* Retaken(CPDictionary& dct, std::uint32_t nSlot);
+
+    // A number key's word is the key folded to 32 bits; a string key's, a
+    // print of its text. A string with no text matches nothing: any word
+    // will do.
+    static std::uint32_t WordOf(CPDictionaryAssociation const* pda) {
+        if (pda == nullptr) return 0;
+        if (pda->_get_bUseString() != 1) return NumberPrint(pda->GetKeyCardinal());
+        CPString const* const pstrKey = pda->_get_pstrKey();
+        DynaBuffer* const pdybuf = pstrKey != nullptr ? pstrKey->_get_pdybuf() : nullptr;
+        return pdybuf != nullptr && pdybuf->GetBuffer() != nullptr ? TextPrint(pdybuf->GetBuffer())
+                                                                   : 0;
+    }
+
     void Append(CPBucket* pbkt, CPDictionaryAssociation* pda) {
-        Ref ref{pbkt, pda, 0, nullptr, true};
-        std::uint32_t nWord = 0;
-        if (pda != nullptr && pda->_get_bUseString() != 1) {
-            ref.bString = false;
-            ref.nKey = pda->GetKeyCardinal();
-            nWord = NumberPrint(ref.nKey);
-        } else if (pda != nullptr) {
-            // A string with no text matches nothing: any word will do.
-            ref.pstrKey = pda->_get_pstrKey();
-            DynaBuffer* const pdybuf =
-                ref.pstrKey != nullptr ? ref.pstrKey->_get_pdybuf() : nullptr;
-            if (pdybuf != nullptr && pdybuf->GetBuffer() != nullptr)
-                nWord = TextPrint(pdybuf->GetBuffer());
-        }
-        arnWords.push_back(nWord);
-        arRefs.push_back(ref);
+        arEntries.push_back(Entry{pbkt, pda, WordOf(pda)});
+        if (arEntries.size() * 2 > arCells.size())
+            Rehash();
+        else
+            Place(arEntries.size() - 1);
     }
 
     // The position of an association, most often the one found last; the
     // size when it is not there.
     std::size_t PositionOf(CPDictionaryAssociation const* pda) const {
-        if (nLastFound < arRefs.size() && arRefs[nLastFound].pda == pda) return nLastFound;
+        if (nLastFound < arEntries.size() && arEntries[nLastFound].pda == pda) return nLastFound;
         std::size_t i = 0;
-        while (i < arRefs.size() && arRefs[i].pda != pda)
+        while (i < arEntries.size() && arEntries[i].pda != pda)
             ++i;
         return i;
     }
 
+    // Empties the entry's cell and moves the positions after it down.
     void RemoveAt(std::size_t n) {
-        arnWords.erase(arnWords.begin() + static_cast<std::ptrdiff_t>(n));
-        arRefs.erase(arRefs.begin() + static_cast<std::ptrdiff_t>(n));
+        EmptyCell(CellOf(n));
+        auto const nGone = static_cast<std::uint32_t>(n + 1);
+        for (Cell& cell : arCells)
+            if (cell.nAfter > nGone) --cell.nAfter;
+        arEntries.erase(arEntries.begin() + static_cast<std::ptrdiff_t>(n));
     }
 
-    // The index of the first of the first nScan entries with the word whose
-    // key the match confirms, or nScan.
+    // The position of the first of the first nScan entries with the word
+    // whose association the match confirms, or nScan. Unless two entries
+    // share a word, the first candidate confirmed is the only one.
     template <class Match>
     std::uint32_t Find(std::uint32_t nWord, std::uint32_t nScan, Match match) {
-        std::uint32_t const* const pnWords = arnWords.data();
-        for (std::uint32_t i = 0; i < nScan; ++i) {
-            if (pnWords[i] == nWord && match(arRefs[i])) {
-                nLastFound = i;
-                return i;
-            }
+        std::uint32_t nFound = nScan;
+        for (std::size_t i = Home(nWord);; i = (i + 1) & nMask) {
+            Cell const cell = arCells[i];
+            if (cell.nAfter == 0) break;
+            if (cell.nWord != nWord || cell.nAfter - 1 >= nFound) continue;
+            if (!match(arEntries[cell.nAfter - 1].pda)) continue;
+            nFound = cell.nAfter - 1;
+            if (!bSharedWords) break;
         }
-        return nScan;
+        if (nFound < nScan) nLastFound = nFound;
+        return nFound;
     }
 
-    CPBucket* BucketAt(std::uint32_t n) const { return arRefs[n].pbkt; }
-    CPDictionaryAssociation* AssociationAt(std::uint32_t n) const { return arRefs[n].pda; }
+    CPBucket* BucketAt(std::uint32_t n) const { return arEntries[n].pbkt; }
+    CPDictionaryAssociation* AssociationAt(std::uint32_t n) const { return arEntries[n].pda; }
+
+    // The words of one chain share their low byte, and number keys in steps
+    // share more: every bit is mixed into the bits taken.
+    std::size_t Home(std::uint32_t nWord) const {
+        std::uint32_t n = nWord;
+        n ^= n >> 16;
+        n *= 0x85EBCA6Bu;
+        n ^= n >> 13;
+        n *= 0xC2B2AE35u;
+        n ^= n >> 16;
+        return n & nMask;
+    }
+
+    void Place(std::size_t n) {
+        std::uint32_t const nWord = arEntries[n].nWord;
+        std::size_t i = Home(nWord);
+        for (; arCells[i].nAfter != 0; i = (i + 1) & nMask)
+            if (arCells[i].nWord == nWord) bSharedWords = true;
+        arCells[i] = Cell{nWord, static_cast<std::uint32_t>(n + 1)};
+    }
+
+    std::size_t CellOf(std::size_t n) const {
+        std::size_t i = Home(arEntries[n].nWord);
+        while (arCells[i].nAfter != n + 1)
+            i = (i + 1) & nMask;
+        return i;
+    }
+
+    // Linear probing's removal: each later cell of the run whose home does
+    // not lie after the gap moves into it, so that no search stops short.
+    void EmptyCell(std::size_t nGap) {
+        for (std::size_t j = (nGap + 1) & nMask; arCells[j].nAfter != 0; j = (j + 1) & nMask) {
+            std::size_t const nHome = Home(arCells[j].nWord);
+            bool const bHomeAfterGap =
+                nGap <= j ? nGap < nHome && nHome <= j : nGap < nHome || nHome <= j;
+            if (bHomeAfterGap) continue;
+            arCells[nGap] = arCells[j];
+            nGap = j;
+        }
+        arCells[nGap] = Cell{0, 0};
+    }
+
+    // At most half the cells are used, so that a probe ends soon.
+    void Rehash() {
+        std::size_t nCells = 16;
+        while (nCells < arEntries.size() * 4)
+            nCells *= 2;
+        arCells.assign(nCells, Cell{0, 0});
+        nMask = nCells - 1;
+        bSharedWords = false;
+        for (std::size_t n = 0; n < arEntries.size(); ++n)
+            Place(n);
+    }
 
     CPList const* plst = nullptr;
-    std::uint32_t nLength = 0;
-    std::int16_t nXACT = 0;
-    CPBucket* pbktHead = nullptr;
-    CPBucket* pbktTail = nullptr;
+    std::uint32_t nEdits = 0;
+    std::uint32_t nLinks = 0;
     std::uint32_t nKeyEdits = 0;
     std::size_t nLastFound = 0;
-    std::vector<std::uint32_t> arnWords;
-    std::vector<Ref> arRefs;
+    std::vector<Entry> arEntries;
+    std::vector<Cell> arCells;
+    std::size_t nMask = 0;
+    // Two entries share a word: a search looks on past the first match.
+    bool bSharedWords = false;
+    bool bWhole = false;
 };
 
 struct CPDictionary::ChainIndexes {
@@ -423,14 +495,25 @@ struct CPDictionary::ChainIndexes {
 
 // The index of a slot's chain, taken again if the chain changed; null for a
 // short chain.
-CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
+// Inline: every search of a long chain starts here, and the index is most
+// often in step.
+inline CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
     CPList const* const plst = arplstSlots[nSlot];
     if (plst == nullptr || plst->Length() < kIndexFrom) return nullptr;
-    if (pcixIndexes == nullptr) pcixIndexes = new ChainIndexes;
-    std::unique_ptr<ChainIndex>& pcix = pcixIndexes->arpcix[nSlot];
+    if (pcixIndexes != nullptr) {
+        ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
+        if (pcix != nullptr && pcix->Matches(plst)) return pcix->bWhole ? pcix : nullptr;
+    }
+    return ChainIndex::Retaken(*this, nSlot);
+}
+
+CPDictionary::ChainIndex* CPDictionary::ChainIndex::Retaken(CPDictionary& dct,
+                                                            std::uint32_t nSlot) {
+    if (dct.pcixIndexes == nullptr) dct.pcixIndexes = new ChainIndexes;
+    std::unique_ptr<ChainIndex>& pcix = dct.pcixIndexes->arpcix[nSlot];
     if (pcix == nullptr) pcix = std::make_unique<ChainIndex>();
-    if (!pcix->Matches(plst)) pcix->Rebuild(plst);
-    return pcix.get();
+    pcix->Rebuild(dct.arplstSlots[nSlot]);
+    return pcix->bWhole ? pcix.get() : nullptr;
 }
 
 // The index of a slot's chain only if it is up to date, for a change about
@@ -438,7 +521,7 @@ CPDictionary::ChainIndex* CPDictionary::IndexOf(std::uint32_t nSlot) {
 CPDictionary::ChainIndex* CPDictionary::IndexInStep(std::uint32_t nSlot) {
     if (pcixIndexes == nullptr || arplstSlots[nSlot] == nullptr) return nullptr;
     ChainIndex* const pcix = pcixIndexes->arpcix[nSlot].get();
-    return pcix != nullptr && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
+    return pcix != nullptr && pcix->bWhole && pcix->Matches(arplstSlots[nSlot]) ? pcix : nullptr;
 }
 
 void CPDictionary::ForgetIndex(std::uint32_t nSlot) {
@@ -531,9 +614,9 @@ void CPDictionary::DetachAssociation(std::uint32_t nSlot, CPDictionaryAssociatio
     CPList* const plst = arplstSlots[nSlot];
     ChainIndex* const pcix = IndexInStep(nSlot);
     std::size_t const n = pcix != nullptr ? pcix->PositionOf(pda) : 0;
-    if (pcix != nullptr && n < pcix->arRefs.size()) {
+    if (pcix != nullptr && n < pcix->arEntries.size()) {
         // The index knows the bucket: the chain's own search is not needed.
-        plst->DetachKnownBucket(pcix->arRefs[n].pbkt);
+        plst->DetachKnownBucket(pcix->BucketAt(static_cast<std::uint32_t>(n)));
         pcix->RemoveAt(n);
         pcix->Stamp(plst);
     } else {
@@ -586,8 +669,9 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyString(char const* szKey, std::u
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nScan = std::min(plst->Length(), kStringSearchLimit);
         std::uint32_t const n =
-            pcix->Find(TextPrint(szKey), nScan,
-                       [szKey](ChainIndex::Ref const& ref) { return ref.MatchesText(szKey); });
+            pcix->Find(TextPrint(szKey), nScan, [szKey](CPDictionaryAssociation const* pda) {
+                return pda != nullptr && pda->MatchKeyString(szKey) != 0;
+            });
         return SettleIndexedSearch(plst, *pcix, n, nScan);
     }
     // Indexed reads from 0 would first walk back from wherever the chain's
@@ -626,9 +710,7 @@ CPDictionaryAssociation* CPDictionary::FindDAKeyNum(std::uintptr_t nKey) {
     pdaLastFound = nullptr;
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
-        std::uint32_t const n =
-            pcix->Find(NumberPrint(nKey), nLen,
-                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
+        std::uint32_t const n = pcix->Find(NumberPrint(nKey), nLen, MatchingNumber(nKey));
         return SettleIndexedSearch(plst, *pcix, n, nLen);
     }
     plst->GotoTop();
@@ -649,9 +731,7 @@ CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
     if (plst == nullptr) return nullptr;
     if (ChainIndex* const pcix = IndexOf(nSlot)) {
         std::uint32_t const nLen = plst->Length();
-        std::uint32_t const n =
-            pcix->Find(NumberPrint(nKey), nLen,
-                       [nKey](ChainIndex::Ref const& ref) { return ref.MatchesNumber(nKey); });
+        std::uint32_t const n = pcix->Find(NumberPrint(nKey), nLen, MatchingNumber(nKey));
         return AsAssociation(plst->SettleFirstThat(n < nLen ? pcix->BucketAt(n) : nullptr));
     }
     return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));

@@ -8,12 +8,13 @@
 
 #include <cpcoll/cpcollec.h>
 #include <cpcoll/cplist.h>
+#include <platform/export.h>
 #include <util/crc16.h>
 #include <util/createable.h>
-#include <platform/export.h>
 #include <util/pstring.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 
 class CPDictionary;
@@ -78,15 +79,16 @@ public:
     /// Sets whether the key is a string; counted as a key edit.
     /// \param b 1 for a string key.
     void _set_bUseString(char b) {
-        ++nKeyEdits;
+        NoteKeyEdit();
         bUseString = b;
     }
 
     /// Counts the keys set through the calls above, which may reach an
-    /// association already in a dictionary: a dictionary's search index is only
-    /// trusted while this is unchanged.
+    /// association already in a dictionary: a dictionary's search index is
+    /// only trusted while this is unchanged. A dictionary keys its own new
+    /// associations without counting.
     /// \return the count.
-    static std::uint32_t _get_nKeyEdits() { return nKeyEdits; }
+    static std::uint32_t _get_nKeyEdits() { return nKeyEdits.load(std::memory_order_relaxed); }
 
 private:
     friend class CPDictionary;
@@ -104,7 +106,9 @@ private:
     // flag changed by hand never frees a number.
     CPString* pstrKey = nullptr;
 
-    static std::uint32_t nKeyEdits;
+    static void NoteKeyEdit() { nKeyEdits.fetch_add(1, std::memory_order_relaxed); }
+
+    static std::atomic<std::uint32_t> nKeyEdits;
 };
 
 /// \brief A position in a dictionary: a slot and a bucket of that slot's chain.

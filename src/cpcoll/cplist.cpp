@@ -160,6 +160,7 @@ CPList::CPList(CPList const& other)
       pbktFound(other.pbktFound) {
     ForOwnBuckets([](CPBucket* pbkt) { pbkt->AddRef(); });
     FollowInternalState(other);
+    TakeForeignBuckets();
 }
 
 // A copy goes on with the source's last FirstThat from the same bucket, but
@@ -187,6 +188,7 @@ CPList& CPList::operator=(CPList const& other) {
     pbktFound = other.pbktFound;
     ForOwnBuckets([](CPBucket* pbkt) { pbkt->AddRef(); });
     FollowInternalState(other);
+    TakeForeignBuckets();
     return *this;
 }
 
@@ -213,6 +215,10 @@ void CPList::InitPointers() {
     pbktGot = nullptr;
     pbktPeek = nullptr;
     nDXCursor = -1;
+    // Empty: nothing is shared any more.
+    NoteEdit();
+    bSharesBuckets = false;
+    bCursorOnPath = false;
 }
 
 CPCollection* CPList::CreateInstance() {
@@ -232,18 +238,46 @@ void* CPList::operator[](int n) {
 }
 
 void* CPList::WalkToIDX(std::uint32_t n) {
+    if (nDXCursor != -1 && n < static_cast<std::uint32_t>(nDXCursor) && CursorOnPath())
+        return JumpOnPath(n);
     if (nDXCursor != -1) {
         // Off the end, further steps move nothing.
         std::int64_t nSteps = static_cast<std::int64_t>(n) - nDXCursor;
+        if (nSteps < 0) bCursorOnPath = false;
         for (; nSteps < 0 && pbktCursor != nullptr; ++nSteps)
             Prev();
-        for (; nSteps > 0 && pbktCursor != nullptr; --nSteps)
+        for (; nSteps > 0 && pbktCursor != nullptr; --nSteps) {
+            CPBucket* const pbktFrom = pbktCursor;
             Next();
+            KeepToPath(pbktFrom);
+        }
     } else {
         GotoTop();
-        for (std::uint32_t i = 0; i < n && pbktCursor != nullptr; ++i)
+        for (std::uint32_t i = 0; i < n && pbktCursor != nullptr; ++i) {
+            CPBucket* const pbktFrom = pbktCursor;
             Next();
+            KeepToPath(pbktFrom);
+        }
     }
+    nDXCursor = static_cast<std::int32_t>(n);
+    return Retrieve();
+}
+
+// Index n on the path behind the cursor, where the walk back would land,
+// reached the shorter way: from the head or back from the cursor. The
+// cursor stays on the path.
+void* CPList::JumpOnPath(std::uint32_t n) {
+    std::uint32_t const nBack = static_cast<std::uint32_t>(nDXCursor) - n;
+    CPBucket* pbkt = pbktCursor;
+    if (n < nBack) {
+        pbkt = pbktHead;
+        for (std::uint32_t i = 0; i < n; ++i)
+            pbkt = pbkt->_get_pbktNext();
+    } else {
+        for (std::uint32_t i = 0; i < nBack; ++i)
+            pbkt = pbkt->_get_pbktPrev();
+    }
+    pbktCursor = pbkt;
     nDXCursor = static_cast<std::int32_t>(n);
     return Retrieve();
 }
@@ -292,9 +326,10 @@ void CPList::Add(void* pv) {
     pbktNew->AddRef();
     ClearResetPoint();
     pbktNew->_set_pvData(pv);
+    NoteEdit();
     if (pbktTail != nullptr) {
-        pbktTail->_set_pbktNext(pbktNew);
-        pbktNew->_set_pbktPrev(pbktTail);
+        pbktTail->LinkNext(pbktNew);
+        pbktNew->LinkPrev(pbktTail);
     } else {
         pbktHead = pbktNew;
     }
@@ -319,6 +354,7 @@ CPBucket* CPList::NewBucket(void* pv) {
 int CPList::Insert(void* pv) {
     ClearResetPoint();
     CPBucket* const pbktNew = NewBucket(pv);
+    NoteEdit();
     if (pbktCursor == nullptr) {
         pbktCursor = pbktHead;
         nDXCursor = -1;
@@ -328,10 +364,10 @@ int CPList::Insert(void* pv) {
         nDXCursor = -1;
     } else {
         CPBucket* const pbktPred = GetPredecessor(pbktCursor);
-        pbktNew->_set_pbktPrev(pbktPred);
-        pbktNew->_set_pbktNext(pbktCursor);
-        if (pbktPred != nullptr) pbktPred->_set_pbktNext(pbktNew);
-        pbktCursor->_set_pbktPrev(pbktNew);
+        pbktNew->LinkPrev(pbktPred);
+        pbktNew->LinkNext(pbktCursor);
+        if (pbktPred != nullptr) pbktPred->LinkNext(pbktNew);
+        pbktCursor->LinkPrev(pbktNew);
         if (pbktCursor == pbktHead) pbktHead = pbktNew;
     }
     IncrementLength();
@@ -342,11 +378,12 @@ int CPList::InsertAfter(void* pv) {
     if (pbktCursor == nullptr) return 0;
     ClearResetPoint();
     CPBucket* const pbktNew = NewBucket(pv);
+    NoteEdit();
     CPBucket* const pbktNext = pbktCursor->_get_pbktNext();
-    pbktNew->_set_pbktPrev(pbktCursor);
-    pbktNew->_set_pbktNext(pbktNext);
-    if (pbktNext != nullptr) pbktNext->_set_pbktPrev(pbktNew);
-    pbktCursor->_set_pbktNext(pbktNew);
+    pbktNew->LinkPrev(pbktCursor);
+    pbktNew->LinkNext(pbktNext);
+    if (pbktNext != nullptr) pbktNext->LinkPrev(pbktNew);
+    pbktCursor->LinkNext(pbktNew);
     if (pbktCursor == pbktTail) pbktTail = pbktNew;
     IncrementLength();
     return 1;
@@ -356,6 +393,8 @@ void CPList::AddBucket(CPBucket* pbktA) {
     SV_ASSERT(pbktA != nullptr, "pbktA !=0");
     pbktA->AddRef();
     ClearResetPoint();
+    // Its links are the caller's, and may be another list's.
+    TakeForeignBuckets();
     if (pbktHead == nullptr) pbktHead = pbktA;
     pbktTail = pbktA;
     IncrementLength();
@@ -397,6 +436,7 @@ void CPList::DetachBucket(void* pvBucket2Kill) {
 void CPList::UnlinkBucket(CPBucket* pbkt) {
     if (pbkt == nullptr) return;
     ClearResetPoint();
+    NoteEdit();
     CPBucket* const pbktPred = GetPredecessor(pbkt);
     // A chain shared past the tail belongs to another list from there on.
     CPBucket* const pbktNext = pbkt == pbktTail ? nullptr : pbkt->_get_pbktNext();
@@ -405,11 +445,11 @@ void CPList::UnlinkBucket(CPBucket* pbkt) {
         nDXCursor = -1;
     }
     if (pbktPred != nullptr)
-        pbktPred->_set_pbktNext(pbktNext);
+        pbktPred->LinkNext(pbktNext);
     else
         pbktHead = pbktNext;
     if (pbktNext != nullptr)
-        pbktNext->_set_pbktPrev(pbktPred);
+        pbktNext->LinkPrev(pbktPred);
     else
         pbktTail = pbktPred;
 }
@@ -417,6 +457,7 @@ void CPList::UnlinkBucket(CPBucket* pbkt) {
 void CPList::UnlinkTopBucket() {
     ClearResetPoint();
     if (pbktHead == nullptr) return;
+    NoteEdit();
     CPBucket* const pbktOld = pbktHead;
     pbktHead = pbktOld == pbktTail ? nullptr : pbktOld->_get_pbktNext();
     if (pbktCursor == pbktOld) {
@@ -424,7 +465,7 @@ void CPList::UnlinkTopBucket() {
         nDXCursor = -1;
     }
     if (pbktOld == pbktTail) pbktTail = nullptr;
-    if (pbktHead != nullptr) pbktHead->_set_pbktPrev(nullptr);
+    if (pbktHead != nullptr) pbktHead->LinkPrev(nullptr);
 }
 
 void* CPList::RetrieveAndDetachTop() {

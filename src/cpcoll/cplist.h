@@ -113,11 +113,13 @@ public:
         pbktCursor = pbktHead;
         nDXCursor = 0;
         pbktPeek = nullptr;
+        StartPath();
     }
     void GotoBottom() final {
         pbktCursor = pbktTail;
         nDXCursor = static_cast<std::int32_t>(nLength - 1);
         pbktPeek = nullptr;
+        bCursorOnPath = false;
     }
     /// Steps the cursor forward; at the tail it runs off to null, where it stays.
     /// \return 1 while it is on an element.
@@ -151,7 +153,9 @@ public:
         // The next index in order, the common case, is one step on.
         if (nDXCursor != -1 && n == static_cast<std::uint32_t>(nDXCursor) + 1 &&
             pbktCursor != nullptr && pbktCursor != pbktTail) {
-            pbktCursor = pbktCursor->_get_pbktNext();
+            CPBucket* const pbktFrom = pbktCursor;
+            pbktCursor = pbktFrom->_get_pbktNext();
+            KeepToPath(pbktFrom);
             nDXCursor = static_cast<std::int32_t>(n);
             return Retrieve();
         }
@@ -199,6 +203,7 @@ public:
         pbktCursor = pbkt;
         pbktGot = pbkt;
         nDXCursor = static_cast<std::int32_t>(n);
+        bCursorOnPath = false;
     }
     /// Leaves the list as FirstThat() would, whose condition first holds for a
     /// known bucket.
@@ -215,21 +220,43 @@ public:
     CPBucket* _get_pbktCursor() const { return pbktCursor; }
     /// Moves the cursor; the known index is left alone.
     /// \param pbkt a bucket of the list, or null.
-    void _set_pbktCursor(CPBucket* pbkt) { pbktCursor = pbkt; }
+    void _set_pbktCursor(CPBucket* pbkt) {
+        pbktCursor = pbkt;
+        bCursorOnPath = false;
+    }
     /// \return the first bucket, or null.
     CPBucket* _get_pbktHead() const { return pbktHead; }
+    /// Sets the first bucket; an end set by hand may bring buckets of another
+    /// list, so the list counts as sharing its buckets from then on.
     /// \param pbkt the new first bucket.
-    void _set_pbktHead(CPBucket* pbkt) { pbktHead = pbkt; }
+    void _set_pbktHead(CPBucket* pbkt) {
+        pbktHead = pbkt;
+        TakeForeignBuckets();
+    }
     /// \return the last bucket, or null.
     CPBucket* _get_pbktTail() const { return pbktTail; }
+    /// Sets the last bucket, as _set_pbktHead() does the first.
     /// \param pbkt the new last bucket.
-    void _set_pbktTail(CPBucket* pbkt) { pbktTail = pbkt; }
+    void _set_pbktTail(CPBucket* pbkt) {
+        pbktTail = pbkt;
+        TakeForeignBuckets();
+    }
     /// \return the bucket of the last retrieve, or null.
     CPBucket* _get_pbktGot() const { return pbktGot; }
     /// \return the cursor's index, or -1 where not known.
     std::int32_t _get_nDXCursor() const { return nDXCursor; }
 
-    /// Adds an element at the end.
+    /// Counts the changes of the list's buckets and their links made by the
+    /// list itself. What was learnt of the links stays true while this and
+    /// CPBucket::_get_nLinksSetFromOutside() stay as they were, unless the
+    /// list shares buckets with another (a copy, buckets taken by AddBucket()
+    /// or an end set by hand), whose changes it can't see.
+    /// \return the count.
+    std::uint32_t _get_nEdits() const { return nEdits; }
+    /// \return whether the list shares buckets with another.
+    bool _get_bSharesBuckets() const { return bSharesBuckets; }
+
+    /// Adds an element at the end; the cursor stays.
     /// \param pv the element, not owned.
     void Add(void* pv) final;
     /// Adds an element at the end unless it is there already.
@@ -338,6 +365,39 @@ private:
     // The walk DetachAll releases: from the head, at most Length() buckets.
     template <class F> void ForOwnBuckets(F f);
     void* WalkToIDX(std::uint32_t n);
+    void* JumpOnPath(std::uint32_t n);
+
+    // A change of the list's own buckets or links; one made on shared
+    // buckets also counts for the others' sake.
+    void NoteEdit() {
+        ++nEdits;
+        if (bSharesBuckets) CPBucket::NoteLinksSetFromOutside();
+    }
+    void TakeForeignBuckets() {
+        bSharesBuckets = true;
+        bCursorOnPath = false;
+        NoteEdit();
+    }
+
+    // The path: the buckets from the head to the cursor, reached by
+    // nDXCursor steps of Next, each the next one's predecessor and none
+    // after the first the head, with no link changed since. On it a walk back
+    // by Prev retraces the steps, so a read behind the cursor can take the
+    // shorter way to where that walk would land.
+    void StartPath() {
+        bCursorOnPath = true;
+        nPathEdits = nEdits;
+        nPathLinksSetFromOutside = CPBucket::_get_nLinksSetFromOutside();
+    }
+    void KeepToPath(CPBucket const* pbktFrom) {
+        if (pbktCursor == nullptr || pbktCursor->_get_pbktPrev() != pbktFrom ||
+            pbktCursor == pbktHead)
+            bCursorOnPath = false;
+    }
+    bool CursorOnPath() const {
+        return bCursorOnPath && !bSharesBuckets && nPathEdits == nEdits &&
+               nPathLinksSetFromOutside == CPBucket::_get_nLinksSetFromOutside();
+    }
     CPBucket* NewBucket(void* pv);
     ListIterationState* FreshInternalState();
     void FollowInternalState(CPList const& other);
@@ -352,6 +412,13 @@ private:
     Iterator iterInternal;
     CPBucket* pbktPrevFound = nullptr;
     CPBucket* pbktFound = nullptr;
+    std::uint32_t nEdits = 0;
+    bool bSharesBuckets = false;
+    // Whether the cursor is on the path (above), as of the two counts; read
+    // only while nDXCursor is known.
+    bool bCursorOnPath = false;
+    std::uint32_t nPathEdits = 0;
+    std::uint32_t nPathLinksSetFromOutside = 0;
 };
 
 /// \brief A list with a table of 256 two-word entries reserved for a hash that
