@@ -231,8 +231,11 @@ public:
         if (mkdtemp(folder) == nullptr) return;
         folder_ = folder;
         std::filesystem::create_directories(folder_ + "/services");
+        // Another build of the server may stand in, to compare two builds.
+        char const* const other = std::getenv("SPLASHMAP_SERVER");
         std::ofstream(folder_ + "/services/" + splashbus::kServiceName + ".service")
-            << splash::BusClassRegistrar::ServiceFileText(ORVELSPLASH_PROGRAM);
+            << splash::BusClassRegistrar::ServiceFileText(other != nullptr ? other
+                                                                           : ORVELSPLASH_PROGRAM);
         std::ofstream(folder_ + "/bus.conf")
             << "<busconfig><type>session</type><listen>unix:dir=" << folder_
             << "</listen><servicedir>" << folder_ << "/services</servicedir>"
