@@ -36,9 +36,8 @@ class Installed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.mkdtemp(prefix="splash-installed-")
-        number = 600 + os.getpid() % 200
-        cls.xvfb = start_xvfb(number)
-        cls.display = f":{number}" if cls.xvfb else None
+        cls.xvfb = start_xvfb(600 + os.getpid() % 200, tries=50)
+        cls.display = f":{cls.xvfb.display_number}" if cls.xvfb else None
 
     @classmethod
     def tearDownClass(cls):

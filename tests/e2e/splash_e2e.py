@@ -141,20 +141,10 @@ class SplashOverTheBus(unittest.TestCase):
         env["ORVELTECH_REGISTRY"] = os.path.join(cls.work, "registry.db")
         env["ORVELTECH_EVENT_SCOPE"] = f"e2e{os.getpid()}"
         env.pop("DISPLAY", None)
-        cls.display = None
-        cls.xvfb = None
-        if shutil.which("Xvfb"):
-            number = 70 + os.getpid() % 200
-            cls.xvfb = subprocess.Popen(["Xvfb", f":{number}", "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            socket = f"/tmp/.X11-unix/X{number}"
-            for _ in range(100):
-                if os.path.exists(socket):
-                    break
-                time.sleep(0.05)
-            if os.path.exists(socket):
-                cls.display = f":{number}"
-                env["DISPLAY"] = cls.display
+        cls.xvfb = start_xvfb(70 + os.getpid() % 200, tries=50)
+        cls.display = f":{cls.xvfb.display_number}" if cls.xvfb else None
+        if cls.display:
+            env["DISPLAY"] = cls.display
         subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, check=True)
         services = os.path.join(env["XDG_DATA_HOME"], "dbus-1", "services")
         assert os.path.exists(os.path.join(services, SERVICE + ".service"))
