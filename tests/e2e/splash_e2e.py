@@ -78,7 +78,9 @@ def start_xvfb(number, *screen, tries=1):
     if not shutil.which("Xvfb"):
         return None
     for candidate in range(number, number + tries):
-        if lock_owner(candidate) is not None:
+        # A lock whose process is gone is stale; Xvfb takes the number over.
+        owner = lock_owner(candidate)
+        if owner is not None and os.path.exists(f"/proc/{owner}"):
             continue
         # No reset when the last client leaves: the display keeps its
         # properties, and a client never meets it half reset.
@@ -391,6 +393,10 @@ class SplashOverTheBus(unittest.TestCase):
                           dbus.Int16(2026), "ACME", dbus_interface=IFACE)
         xvfb.kill()
         xvfb.wait()
+        # Killed, it leaves its lock and socket behind.
+        for leftover in (f"/tmp/.X{xvfb.display_number}-lock", f"/tmp/.X11-unix/X{xvfb.display_number}"):
+            if os.path.exists(leftover):
+                os.remove(leftover)
         # The server notices at once, from its connection, not at a later
         # call or tick: the record is there before the client does anything.
         deadline = time.monotonic() + 10
