@@ -145,6 +145,9 @@ class SplashOverTheBus(unittest.TestCase):
         env.pop("DISPLAY", None)
         cls.xvfb = start_xvfb(70 + os.getpid() % 200, tries=50)
         cls.display = f":{cls.xvfb.display_number}" if cls.xvfb else None
+        if cls.xvfb:
+            # Stopped also when the rest of the set-up fails.
+            cls.addClassCleanup(lambda: cls.xvfb.poll() is None and (cls.xvfb.terminate(), cls.xvfb.wait()))
         if cls.display:
             env["DISPLAY"] = cls.display
         subprocess.run([os.path.join(BIN, "orvelsplash"), "-RegServer"], env=env, check=True)
@@ -163,9 +166,6 @@ class SplashOverTheBus(unittest.TestCase):
     def tearDownClass(cls):
         cls.bus.terminate()
         cls.bus.wait()
-        if cls.xvfb:
-            cls.xvfb.terminate()
-            cls.xvfb.wait()
         subprocess.run([os.path.join(BIN, "orvelsplash"), "-UnregServer"], env=cls.env)
         shutil.rmtree(cls.work, ignore_errors=True)
 
