@@ -21,9 +21,11 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://orveltech.invalid/sorvane")
 # The libraries' and programs' run-time dependencies, as dpkg-shlibdeps
 # finds them; the bus daemon starts the server, the fonts are what it paints
-# with.
+# with. The library opens the transfer library (libcurl.so.4) at its first
+# internet or mail call rather than linking it, so shlibdeps does not see it.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "default-dbus-session-bus | dbus-session-bus, fonts-liberation")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "default-dbus-session-bus | dbus-session-bus, fonts-liberation, libcurl4 (>= 7.85.0)")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # The libraries' cache is brought up to date by the trigger.

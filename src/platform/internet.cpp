@@ -15,6 +15,9 @@
 #include <vector>
 
 #include <curl/curl.h>
+
+#include "curlfunctions.h"
+
 #include <fnmatch.h>
 #include <sys/stat.h>
 
@@ -43,19 +46,18 @@ constexpr std::uint16_t kHttpsPort = 443;
 std::atomic<std::uint32_t> gConnectTimeoutMs{kDefaultTransferTimeoutMs};
 std::atomic<std::uint32_t> gReceiveTimeoutMs{kDefaultTransferTimeoutMs};
 
-// libcurl's process-wide set-up, once, before the first handle.
+// The transfer library loaded and set up, once, before the first handle.
 bool TransferLibraryReady() {
-    static bool const ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-    return ready;
+    return curl::Library() != nullptr;
 }
 
 struct EasyDeleter {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    void operator()(CURL* easy) const { curl::Api().easy_cleanup(easy); }
 };
 using EasyHandle = std::unique_ptr<CURL, EasyDeleter>;
 
 struct ListDeleter {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    void operator()(curl_slist* list) const { curl::Api().slist_free_all(list); }
 };
 using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
@@ -208,7 +210,7 @@ std::size_t AppendAnswer(char* data, std::size_t size, std::size_t count, void* 
     if (!answer->sized) {
         answer->sized = true;
         curl_off_t length = -1;
-        curl_easy_getinfo(answer->easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        curl::Api().easy_getinfo(answer->easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
         if (length > 0 && length <= kMaxReserve)
             answer->body->reserve(static_cast<std::size_t>(length));
     }
@@ -222,31 +224,33 @@ long WholeSeconds(std::uint32_t ms) {
 
 // The options every transfer shares: time-outs, credentials, agent, trust.
 void ApplyEndpoint(CURL* easy, Endpoint const& endpoint) {
-    curl_easy_reset(easy);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(endpoint.connectMs));
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, WholeSeconds(endpoint.receiveMs));
-    curl_easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, WholeSeconds(endpoint.receiveMs));
-    if (!endpoint.user.empty()) curl_easy_setopt(easy, CURLOPT_USERNAME, endpoint.user.c_str());
+    curl::Api().easy_reset(easy);
+    curl::Api().easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
+    curl::Api().easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(endpoint.connectMs));
+    curl::Api().easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, WholeSeconds(endpoint.receiveMs));
+    curl::Api().easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT,
+                            WholeSeconds(endpoint.receiveMs));
+    if (!endpoint.user.empty())
+        curl::Api().easy_setopt(easy, CURLOPT_USERNAME, endpoint.user.c_str());
     if (!endpoint.password.empty())
-        curl_easy_setopt(easy, CURLOPT_PASSWORD, endpoint.password.c_str());
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, endpoint.agent.c_str());
+        curl::Api().easy_setopt(easy, CURLOPT_PASSWORD, endpoint.password.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_USERAGENT, endpoint.agent.c_str());
     if (char const* bundle = std::getenv(kCaBundleVariable); bundle != nullptr && *bundle != '\0')
-        curl_easy_setopt(easy, CURLOPT_CAINFO, bundle);
-    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+        curl::Api().easy_setopt(easy, CURLOPT_CAINFO, bundle);
+    curl::Api().easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
 }
 
 EasyHandle NewEasy() {
     if (!TransferLibraryReady()) return nullptr;
-    return EasyHandle(curl_easy_init());
+    return EasyHandle(curl::Api().easy_init());
 }
 
 long ResponseCode(CURL* easy) {
     long code = 0;
-    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &code);
+    curl::Api().easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &code);
     return code;
 }
 
@@ -265,15 +269,15 @@ std::string RequestUrl(Request const& request) {
 HeaderList RequestHeaders(Request const& request, std::string_view extra) {
     curl_slist* list = nullptr;
     if ((request.flags & INTERNET_FLAG_RELOAD) != 0) {
-        list = curl_slist_append(list, "Cache-Control: no-cache");
-        list = curl_slist_append(list, "Pragma: no-cache");
+        list = curl::Api().slist_append(list, "Cache-Control: no-cache");
+        list = curl::Api().slist_append(list, "Pragma: no-cache");
     }
     // A body goes at once, without waiting for the server's leave.
-    list = curl_slist_append(list, "Expect:");
+    list = curl::Api().slist_append(list, "Expect:");
     while (!extra.empty()) {
         std::size_t const end = extra.find("\r\n");
         std::string const line(extra.substr(0, end));
-        if (!line.empty()) list = curl_slist_append(list, line.c_str());
+        if (!line.empty()) list = curl::Api().slist_append(list, line.c_str());
         extra = end == std::string_view::npos ? std::string_view() : extra.substr(end + 2);
     }
     return HeaderList(list);
@@ -281,16 +285,16 @@ HeaderList RequestHeaders(Request const& request, std::string_view extra) {
 
 void ApplyVerb(CURL* easy, std::string const& verb, void const* body, std::uint32_t length) {
     if (verb == "GET" && length == 0) {
-        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
+        curl::Api().easy_setopt(easy, CURLOPT_HTTPGET, 1L);
         return;
     }
     if (verb == "HEAD") {
-        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+        curl::Api().easy_setopt(easy, CURLOPT_NOBODY, 1L);
         return;
     }
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
-    curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, length != 0 ? body : "");
-    if (verb != "POST") curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, verb.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
+    curl::Api().easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, length != 0 ? body : "");
+    if (verb != "POST") curl::Api().easy_setopt(easy, CURLOPT_CUSTOMREQUEST, verb.c_str());
 }
 
 bool SendRequest(Request& request, std::string_view headers, void const* body,
@@ -298,24 +302,24 @@ bool SendRequest(Request& request, std::string_view headers, void const* body,
     CURL* easy = request.easy.get();
     ApplyEndpoint(easy, request.endpoint);
     std::string const url = RequestUrl(request);
-    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_URL, url.c_str());
     HeaderList const list = RequestHeaders(request, headers);
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, list.get());
+    curl::Api().easy_setopt(easy, CURLOPT_HTTPHEADER, list.get());
     ApplyVerb(easy, request.verb, body, length);
     if ((request.flags & INTERNET_FLAG_IGNORE_CERT_CN_INVALID) != 0)
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
+        curl::Api().easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
     // Redirects stay on the request's own scheme.
     std::string const scheme = url.substr(0, url.find(':'));
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaxRedirects);
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, scheme.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_MAXREDIRS, kMaxRedirects);
+    curl::Api().easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, scheme.c_str());
     request.body.clear();
     request.readPos = 0;
     request.answered = false;
     Answer answer{easy, &request.body, false};
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendAnswer);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &answer);
-    CURLcode const result = curl_easy_perform(easy);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendAnswer);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEDATA, &answer);
+    CURLcode const result = curl::Api().easy_perform(easy);
     long const status = ResponseCode(easy);
     // A redirect to the other scheme is the answer itself, not a failure.
     bool const unfollowed = result == CURLE_UNSUPPORTED_PROTOCOL && status >= 300 && status < 400;
@@ -370,9 +374,9 @@ std::string FtpUrl(CURL* easy, Endpoint const& endpoint, std::string const& path
     while (pos < path.size()) {
         std::size_t const end = std::min(path.find('/', pos), path.size());
         std::string const part = path.substr(pos, end - pos);
-        char* escaped = curl_easy_escape(easy, part.c_str(), static_cast<int>(part.size()));
+        char* escaped = curl::Api().easy_escape(easy, part.c_str(), static_cast<int>(part.size()));
         if (escaped != nullptr) url += escaped;
-        curl_free(escaped);
+        curl::Api().free(escaped);
         pos = end + 1;
         if (pos < path.size()) url += '/';
     }
@@ -382,30 +386,30 @@ std::string FtpUrl(CURL* easy, Endpoint const& endpoint, std::string const& path
 
 void ApplyFtp(CURL* easy, Endpoint const& endpoint, std::string const& url) {
     ApplyEndpoint(easy, endpoint);
-    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_URL, url.c_str());
     // Full paths in every command: the server's own directory never matters.
-    curl_easy_setopt(easy, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_NOCWD));
-    curl_easy_setopt(easy, CURLOPT_TRANSFERTEXT, 0L);
+    curl::Api().easy_setopt(easy, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_NOCWD));
+    curl::Api().easy_setopt(easy, CURLOPT_TRANSFERTEXT, 0L);
 }
 
 // Commands on the control connection, with no transfer.
 bool RunCommands(Connection& connection, std::vector<std::string> const& commands) {
     CURL* easy = connection.easy.get();
     ApplyFtp(easy, connection.endpoint, FtpUrl(easy, connection.endpoint, "/", true));
-    curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_NOBODY, 1L);
     curl_slist* list = nullptr;
     for (std::string const& command : commands)
-        list = curl_slist_append(list, command.c_str());
+        list = curl::Api().slist_append(list, command.c_str());
     HeaderList const quoted(list);
-    curl_easy_setopt(easy, CURLOPT_QUOTE, quoted.get());
-    return Succeeded(curl_easy_perform(easy));
+    curl::Api().easy_setopt(easy, CURLOPT_QUOTE, quoted.get());
+    return Succeeded(curl::Api().easy_perform(easy));
 }
 
 bool Download(CURL* easy, Endpoint const& endpoint, std::string const& path, std::string* data) {
     ApplyFtp(easy, endpoint, FtpUrl(easy, endpoint, path, false));
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, data);
-    return Succeeded(curl_easy_perform(easy));
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEDATA, data);
+    return Succeeded(curl::Api().easy_perform(easy));
 }
 
 struct Upload {
@@ -425,11 +429,11 @@ std::size_t ReadUpload(char* buffer, std::size_t size, std::size_t count, void* 
 bool SendUpload(CURL* easy, Endpoint const& endpoint, std::string const& path, Upload& upload,
                 curl_off_t size) {
     ApplyFtp(easy, endpoint, FtpUrl(easy, endpoint, path, false));
-    curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
-    curl_easy_setopt(easy, CURLOPT_READFUNCTION, ReadUpload);
-    curl_easy_setopt(easy, CURLOPT_READDATA, &upload);
-    curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, size);
-    return Succeeded(curl_easy_perform(easy));
+    curl::Api().easy_setopt(easy, CURLOPT_UPLOAD, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_READFUNCTION, ReadUpload);
+    curl::Api().easy_setopt(easy, CURLOPT_READDATA, &upload);
+    curl::Api().easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, size);
+    return Succeeded(curl::Api().easy_perform(easy));
 }
 
 struct LocalDownload {
@@ -530,10 +534,10 @@ bool ListWith(Connection& connection, char const* command, std::string* listing)
     CURL* easy = connection.easy.get();
     ApplyFtp(easy, connection.endpoint,
              FtpUrl(easy, connection.endpoint, connection.directory, true));
-    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, command);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, listing);
-    return Succeeded(curl_easy_perform(easy));
+    curl::Api().easy_setopt(easy, CURLOPT_CUSTOMREQUEST, command);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, AppendToString);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEDATA, listing);
+    return Succeeded(curl::Api().easy_perform(easy));
 }
 
 // The machine listing, or the one for people when the server refuses it.
@@ -563,10 +567,11 @@ bool ListDirectory(Connection& connection, char const* pattern,
 bool FtpLogin(Connection& connection) {
     CURL* easy = connection.easy.get();
     ApplyFtp(easy, connection.endpoint, connection.endpoint.Origin() + "/");
-    curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
-    if (!Succeeded(curl_easy_perform(easy))) return false;
+    curl::Api().easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    if (!Succeeded(curl::Api().easy_perform(easy))) return false;
     char* entry = nullptr;
-    if (curl_easy_getinfo(easy, CURLINFO_FTP_ENTRY_PATH, &entry) == CURLE_OK && entry != nullptr)
+    if (curl::Api().easy_getinfo(easy, CURLINFO_FTP_ENTRY_PATH, &entry) == CURLE_OK &&
+        entry != nullptr)
         connection.directory = Normalised(entry);
     return true;
 }
@@ -810,9 +815,9 @@ bool FtpGetFileA(HINTERNET handle, char const* remote, char const* local, bool f
     ApplyFtp(easy, connection->endpoint,
              FtpUrl(easy, connection->endpoint, Resolve(*connection, remote), false));
     LocalDownload target{local, nullptr, false};
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, WriteLocal);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &target);
-    CURLcode const result = curl_easy_perform(easy);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, WriteLocal);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEDATA, &target);
+    CURLcode const result = curl::Api().easy_perform(easy);
     if (target.failed) return Fail(ERROR_ACCESS_DENIED);
     if (result != CURLE_OK) {
         if (target.file) {

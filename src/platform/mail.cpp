@@ -13,23 +13,25 @@
 
 #include <curl/curl.h>
 
+#include "curlfunctions.h"
+
 namespace platform {
 namespace {
 
 constexpr std::uint32_t kValueSize = 1024;
 
 struct EasyDeleter {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    void operator()(CURL* easy) const { curl::Api().easy_cleanup(easy); }
 };
 using EasyHandle = std::unique_ptr<CURL, EasyDeleter>;
 
 struct ListDeleter {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    void operator()(curl_slist* list) const { curl::Api().slist_free_all(list); }
 };
 using TextList = std::unique_ptr<curl_slist, ListDeleter>;
 
 struct MimeDeleter {
-    void operator()(curl_mime* mime) const { curl_mime_free(mime); }
+    void operator()(curl_mime* mime) const { curl::Api().mime_free(mime); }
 };
 using Mime = std::unique_ptr<curl_mime, MimeDeleter>;
 
@@ -45,8 +47,7 @@ std::string ReadText(HKEY key, char const* name) {
 }
 
 bool TransferLibraryReady() {
-    static bool const ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-    return ready;
+    return curl::Library() != nullptr;
 }
 
 // A header's text on one line, so that no text of the caller's makes a
@@ -75,20 +76,22 @@ long Seconds(std::uint32_t ms) {
 }
 
 void ApplySettings(CURL* easy, MailSettings const& settings) {
-    curl_easy_reset(easy);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_URL, settings.server.c_str());
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(kDefaultTransferTimeoutMs));
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, Seconds(kDefaultTransferTimeoutMs));
-    curl_easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, Seconds(kDefaultTransferTimeoutMs));
-    curl_easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
-    curl_easy_setopt(easy, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_TRY));
-    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    curl::Api().easy_reset(easy);
+    curl::Api().easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_URL, settings.server.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                            static_cast<long>(kDefaultTransferTimeoutMs));
+    curl::Api().easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, Seconds(kDefaultTransferTimeoutMs));
+    curl::Api().easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT,
+                            Seconds(kDefaultTransferTimeoutMs));
+    curl::Api().easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
+    curl::Api().easy_setopt(easy, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_TRY));
+    curl::Api().easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl::Api().easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
     if (char const* bundle = std::getenv(kCaBundleVariable); bundle != nullptr && *bundle != '\0')
-        curl_easy_setopt(easy, CURLOPT_CAINFO, bundle);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Discard);
+        curl::Api().easy_setopt(easy, CURLOPT_CAINFO, bundle);
+    curl::Api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, Discard);
 }
 
 bool Readable(std::string const& path) {
@@ -100,17 +103,17 @@ bool Readable(std::string const& path) {
 
 // The text, then each attachment, base64 under its own file name.
 Mime MessageParts(CURL* easy, MailMessage const& message) {
-    Mime mime(curl_mime_init(easy));
+    Mime mime(curl::Api().mime_init(easy));
     if (!mime) return nullptr;
-    curl_mimepart* text = curl_mime_addpart(mime.get());
-    curl_mime_data(text, message.body.c_str(), CURL_ZERO_TERMINATED);
-    curl_mime_type(text, "text/plain");
+    curl_mimepart* text = curl::Api().mime_addpart(mime.get());
+    curl::Api().mime_data(text, message.body.c_str(), CURL_ZERO_TERMINATED);
+    curl::Api().mime_type(text, "text/plain");
     for (std::string const& path : message.attachments) {
         if (!Readable(path)) return nullptr;
-        curl_mimepart* part = curl_mime_addpart(mime.get());
-        if (curl_mime_filedata(part, path.c_str()) != CURLE_OK) return nullptr;
-        curl_mime_type(part, "application/octet-stream");
-        curl_mime_encoder(part, "base64");
+        curl_mimepart* part = curl::Api().mime_addpart(mime.get());
+        if (curl::Api().mime_filedata(part, path.c_str()) != CURLE_OK) return nullptr;
+        curl::Api().mime_type(part, "application/octet-stream");
+        curl::Api().mime_encoder(part, "base64");
     }
     return mime;
 }
@@ -138,7 +141,7 @@ bool MailConnection::Open() {
     if (!transfer_) {
         if (!TransferLibraryReady()) return false;
         transfer_ = std::make_unique<Transfer>();
-        transfer_->easy.reset(curl_easy_init());
+        transfer_->easy.reset(curl::Api().easy_init());
     }
     return transfer_->easy != nullptr;
 }
@@ -147,8 +150,8 @@ bool MailConnection::Greet() {
     if (!Open()) return false;
     CURL* easy = transfer_->easy.get();
     ApplySettings(easy, settings_);
-    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "NOOP");
-    return curl_easy_perform(easy) == CURLE_OK;
+    curl::Api().easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "NOOP");
+    return curl::Api().easy_perform(easy) == CURLE_OK;
 }
 
 bool MailConnection::Send(MailMessage const& message) {
@@ -156,25 +159,27 @@ bool MailConnection::Send(MailMessage const& message) {
     CURL* easy = transfer_->easy.get();
     ApplySettings(easy, settings_);
     std::string const from = Joined({"<", OneLine(settings_.sender), ">"});
-    curl_easy_setopt(easy, CURLOPT_MAIL_FROM, from.c_str());
+    curl::Api().easy_setopt(easy, CURLOPT_MAIL_FROM, from.c_str());
     curl_slist* recipients = nullptr;
     std::string toHeader = "To: ";
     for (std::string const& to : message.to) {
-        recipients = curl_slist_append(recipients, Joined({"<", OneLine(to), ">"}).c_str());
+        recipients = curl::Api().slist_append(recipients, Joined({"<", OneLine(to), ">"}).c_str());
         toHeader += Joined({&to == &message.to.front() ? "" : ", ", OneLine(to)});
     }
     TextList const rcpt(recipients);
-    curl_easy_setopt(easy, CURLOPT_MAIL_RCPT, rcpt.get());
+    curl::Api().easy_setopt(easy, CURLOPT_MAIL_RCPT, rcpt.get());
     curl_slist* headers = nullptr;
-    headers = curl_slist_append(headers, Joined({"From: ", OneLine(settings_.sender)}).c_str());
-    headers = curl_slist_append(headers, toHeader.c_str());
-    headers = curl_slist_append(headers, Joined({"Subject: ", OneLine(message.subject)}).c_str());
+    headers =
+        curl::Api().slist_append(headers, Joined({"From: ", OneLine(settings_.sender)}).c_str());
+    headers = curl::Api().slist_append(headers, toHeader.c_str());
+    headers =
+        curl::Api().slist_append(headers, Joined({"Subject: ", OneLine(message.subject)}).c_str());
     TextList const headerList(headers);
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headerList.get());
+    curl::Api().easy_setopt(easy, CURLOPT_HTTPHEADER, headerList.get());
     Mime const mime = MessageParts(easy, message);
     if (!mime) return false;
-    curl_easy_setopt(easy, CURLOPT_MIMEPOST, mime.get());
-    return curl_easy_perform(easy) == CURLE_OK;
+    curl::Api().easy_setopt(easy, CURLOPT_MIMEPOST, mime.get());
+    return curl::Api().easy_perform(easy) == CURLE_OK;
 }
 
 void MailConnection::Close() {

@@ -2,6 +2,7 @@
 
 #include <platform/codepage.h>
 #include <platform/msgbox.h>
+#include <splash/bitmapcache.h>
 #include <splash/dib.h>
 #include <splash/textcopy.h>
 
@@ -242,14 +243,33 @@ void Paint(cairo_t* cr, SurfacePtr const& image, int x, int y) {
     cairo_restore(cr);
 }
 
-// A bitmap at its own size, copied as it is. Answers its height.
-int Blit(cairo_t* cr, std::vector<std::uint8_t> const& dib, int x, int y) {
-    std::optional<BitmapInfoHeader> const header = ReadInfoHeader(dib);
-    if (!header) return 0;
-    std::uint32_t entries = header->biClrUsed;
-    if (entries == 0 && header->biBitCount <= 8) entries = 1u << header->biBitCount;
-    Paint(cr, DibImage(dib, *header, ColourTable(dib, *header, entries)), x, y);
-    return std::abs(header->biHeight);
+// A decoded bitmap at its own size, copied as it is. Answers its height.
+int Blit(cairo_t* cr, DecodedBitmap const& bitmap, int x, int y) {
+    if (!bitmap.header) return 0;
+    Paint(cr, bitmap.image, x, y);
+    return std::abs(bitmap.header->biHeight);
+}
+
+// The fill box of the palette procedure, when the box is the right way round.
+void FillBox(cairo_t* cr, std::uint32_t fill, splash::Rect const* fillBox) {
+    // A box given the wrong way round fills nothing, as on the platform.
+    if (fillBox == nullptr || fillBox->right <= fillBox->left || fillBox->bottom <= fillBox->top)
+        return;
+    cairo_save(cr);
+    cairo_set_source_rgb(cr, (fill >> 16 & 0xFF) / 255.0, (fill >> 8 & 0xFF) / 255.0,
+                         (fill & 0xFF) / 255.0);
+    cairo_rectangle(cr, fillBox->left, fillBox->top, fillBox->Width(), fillBox->Height());
+    cairo_fill(cr);
+    cairo_restore(cr);
+}
+
+// The palette procedure over a bitmap decoded through its palette.
+int DrawDecodedThroughPalette(cairo_t* cr, DecodedBitmap const& bitmap, int x, int y,
+                              std::uint32_t fill, splash::Rect const* fillBox) {
+    if (!bitmap.header) return 0;
+    Paint(cr, bitmap.image, x, y);
+    FillBox(cr, fill, fillBox);
+    return std::abs(bitmap.header->biHeight);
 }
 
 struct SuiteRow {
@@ -453,32 +473,10 @@ std::vector<std::uint8_t> LoadBitmapResource(int number) {
     return {resource.begin(), resource.end()};
 }
 
-// On a true-colour surface the palette's selection changes nothing, so its
-// colours map the pixels directly.
 int DrawThroughPalette(cairo_t* cr, std::vector<std::uint8_t>& dib, int x, int y,
                        std::uint32_t fill, splash::Rect const* fillBox) {
-    std::optional<BitmapInfoHeader> header = ReadInfoHeader(dib);
-    if (!header) return 0;
-    std::uint32_t count = header->biClrUsed;
-    if (count == 0 && header->biBitCount != 24) {
-        count = header->biBitCount < 32 ? 1u << header->biBitCount : 0;
-        header->biClrUsed = count;
-        WriteInfoHeader(dib, *header);
-    }
-    std::vector<Colour> palette;
-    if (count != 0) palette = ColourTable(dib, *header, count);
-    Paint(cr, DibImage(dib, *header, palette), x, y);
-
-    // A box given the wrong way round fills nothing, as on the platform.
-    if (fillBox != nullptr && fillBox->right > fillBox->left && fillBox->bottom > fillBox->top) {
-        cairo_save(cr);
-        cairo_set_source_rgb(cr, (fill >> 16 & 0xFF) / 255.0, (fill >> 8 & 0xFF) / 255.0,
-                             (fill & 0xFF) / 255.0);
-        cairo_rectangle(cr, fillBox->left, fillBox->top, fillBox->Width(), fillBox->Height());
-        cairo_fill(cr);
-        cairo_restore(cr);
-    }
-    return std::abs(header->biHeight);
+    return DrawDecodedThroughPalette(cr, DecodeBitmap(dib, BitmapRoute::ThroughPalette), x, y, fill,
+                                     fillBox);
 }
 
 namespace {
@@ -503,13 +501,15 @@ void DrawFrame(cairo_t* cr, SplashState const& state) {
 int DrawBackground(cairo_t* cr, SplashState const& state, Suite& suite) {
     suite.picture = kBackground;
     suite.lowColourPicture = kLowColourBackground;
-    if (!state.LowColourDisplay) return Blit(cr, LoadBitmapResource(suite.picture), 0, 0);
-    std::vector<std::uint8_t> dib = LoadBitmapResource(suite.lowColourPicture);
-    std::optional<BitmapInfoHeader> const header = ReadInfoHeader(dib);
+    if (!state.LowColourDisplay)
+        return Blit(cr, ProgramBitmap(suite.picture, BitmapRoute::AsStored), 0, 0);
+    DecodedBitmap const& bitmap =
+        ProgramBitmap(suite.lowColourPicture, BitmapRoute::ThroughPalette);
     // Meant for what the image leaves uncovered on the right; the image
     // reaches past the window, so the box is the wrong way round.
-    splash::Rect const uncovered{5 + (header ? header->biWidth : 0), 0, state.Width, state.Height};
-    return DrawThroughPalette(cr, dib, 5, 0, 0x000000, &uncovered);
+    splash::Rect const uncovered{5 + (bitmap.header ? bitmap.header->biWidth : 0), 0, state.Width,
+                                 state.Height};
+    return DrawDecodedThroughPalette(cr, bitmap, 5, 0, 0x000000, &uncovered);
 }
 
 // The suite's name on the baseline. Answers its font's cell height, which
@@ -528,8 +528,8 @@ int DrawSuiteName(Dc& dc, Suite const& suite, int pixelsPerInchY) {
 void DrawQvlsLogo(cairo_t* cr, Suite& suite, std::u16string_view title) {
     if (title.find(u"QVLS") != title.npos) suite.qvlsVariant = true;
     if (!suite.qvlsVariant) return;
-    std::vector<std::uint8_t> logo = LoadBitmapResource(kQvlsLogo);
-    DrawThroughPalette(cr, logo, 335, 25, 0x000000, nullptr);
+    DrawDecodedThroughPalette(cr, ProgramBitmap(kQvlsLogo, BitmapRoute::ThroughPalette), 335, 25,
+                              0x000000, nullptr);
 }
 
 // The title on one line, or two where it does not fit beside the status

@@ -1,6 +1,6 @@
 // The splash's paint: the whole window drawn from the object's state on a
-// drawing surface, the screen's or an image's. Every paint loads its
-// bitmaps anew; each font is made once per process, at its first paint.
+// drawing surface, the screen's or an image's. Each font and each bitmap is
+// made once per process, at the first paint that draws it.
 #pragma once
 
 #include <splash/cairoptr.h>
@@ -83,8 +83,8 @@ private:
     int height_ = 0;
 };
 
-// A bitmap resource as a paint loads it: a copy of its own, since the
-// palette procedure writes to the header.
+// A bitmap resource as a copy of its own, which the palette procedure may
+// write to.
 std::vector<std::uint8_t> LoadBitmapResource(int number);
 
 // The palette procedure: the bitmap at (x, y) at its own size, through a
