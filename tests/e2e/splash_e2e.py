@@ -416,11 +416,13 @@ class SplashOverTheBus(unittest.TestCase):
         self.assertFalse(ended(server.pid), "the server ended while its client held it")
         splash.Release(dbus_interface=IFACE)
         self.assertIsNotNone(wait_ended(server.pid, 3), "the server did not end at its tick after release")
-        self.assertEqual(server.wait(timeout=5), 0)
+        status = server.wait(timeout=5)
+        said = server.stderr.read()
+        self.assertEqual(status, 0, said)
         with open(log, "rb") as text:
             self.assertEqual(text.read().count(b"Lost the display connection"), 1)
         # Nothing from Xlib's handlers, nor a sanitizer's report.
-        self.assertNotRegex(server.stderr.read(), "XIO|fatal|Sanitizer")
+        self.assertNotRegex(said, "XIO|fatal|Sanitizer")
 
     def test_on_two_monitors_the_window_is_inside_the_one_with_the_pointer(self):
         import dbus
