@@ -312,6 +312,17 @@ std::optional<ColdSample> ColdSplash(MapWatcher& watcher) {
 }
 
 // The bare program started as a fresh process, up to its window mapped.
+// What a child writes to the pipe until it closes it; the end is closed.
+std::string ReadToEnd(int fd) {
+    std::string output;
+    char buffer[256];
+    ssize_t got;
+    while ((got = read(fd, buffer, sizeof buffer)) > 0)
+        output.append(buffer, static_cast<std::size_t>(got));
+    close(fd);
+    return output;
+}
+
 std::optional<ColdSample> ColdBare(MapWatcher& watcher) {
     int fds[2];
     if (pipe(fds) != 0) return std::nullopt;
@@ -320,12 +331,7 @@ std::optional<ColdSample> ColdBare(MapWatcher& watcher) {
     close(fds[1]);
     std::optional<Clock::time_point> const mapped =
         watcher.NextMap(start + std::chrono::seconds(10));
-    std::string output;
-    char buffer[128];
-    ssize_t got;
-    while ((got = read(fds[0], buffer, sizeof buffer)) > 0)
-        output.append(buffer, static_cast<std::size_t>(got));
-    close(fds[0]);
+    std::string const output = ReadToEnd(fds[0]);
     waitpid(pid, nullptr, 0);
     long long bareNs = 0;
     long resident = -1;
@@ -351,12 +357,7 @@ std::vector<long long> Run(std::vector<std::string> args) {
         _exit(127);
     }
     close(pipeFds[1]);
-    std::string output;
-    char buffer[256];
-    ssize_t got;
-    while ((got = read(pipeFds[0], buffer, sizeof buffer)) > 0)
-        output.append(buffer, static_cast<std::size_t>(got));
-    close(pipeFds[0]);
+    std::string const output = ReadToEnd(pipeFds[0]);
     int status = 0;
     waitpid(pid, &status, 0);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return {};

@@ -74,13 +74,7 @@ ut_system* UdSystem() {
 
 void ConvertOurs(benchmark::State& state) {
     UnitInitialize(UserFile().c_str());
-    double value = 1.0;
-    for (auto _ : state) {
-        for (Conversion const& c : kMix)
-            value += Convert(value * 0.5 + 1.0, c.oursFrom, c.oursTo, 0) * 1e-9;
-        benchmark::DoNotOptimize(value);
-    }
-    state.SetItemsProcessed(state.iterations() * std::size(kMix));
+    unitmix::TimeConvert(state, kMix);
 }
 
 void ConvertUdunits(benchmark::State& state) {

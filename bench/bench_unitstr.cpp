@@ -56,13 +56,7 @@ void ConvertToCached(benchmark::State& state) {
 
 void ConvertParsing(benchmark::State& state) {
     InitializeOurs();
-    double value = 1.0;
-    for (auto _ : state) {
-        for (Conversion const& c : kMix)
-            value += Convert(value * 0.5 + 1.0, c.oursFrom, c.oursTo, 0) * 1e-9;
-        benchmark::DoNotOptimize(value);
-    }
-    state.SetItemsProcessed(state.iterations() * std::size(kMix));
+    unitmix::TimeConvert(state, kMix);
 }
 
 ut_system* UdSystem() {

@@ -2,6 +2,10 @@
 // alternative's, and the alternative's unit system made once per process.
 #pragma once
 
+#include <omdiunit/omdiunit.h>
+
+#include <benchmark/benchmark.h>
+
 #include <udunits2.h>
 
 #include <array>
@@ -38,6 +42,17 @@ inline ut_system* ReadUdSystem(char const* szProgram) {
         std::exit(1);
     }
     return sys;
+}
+
+// Our Convert over a mix, parsing both texts of every conversion each time.
+template <class Mix> void TimeConvert(benchmark::State& state, Mix const& mix) {
+    double value = 1.0;
+    for (auto _ : state) {
+        for (Conversion const& c : mix)
+            value += Convert(value * 0.5 + 1.0, c.oursFrom, c.oursTo, 0) * 1e-9;
+        benchmark::DoNotOptimize(value);
+    }
+    state.SetItemsProcessed(state.iterations() * std::size(mix));
 }
 
 } // namespace unitmix
