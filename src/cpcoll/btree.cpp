@@ -9,8 +9,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
-
 void* KeyOf(std::uintptr_t nKey) {
     return reinterpret_cast<void*>(nKey);
 }

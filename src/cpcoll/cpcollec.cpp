@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <new>
 
-namespace {
-
-// Checks report the unit's name, not the source path, and the caller's line.
-
-} // namespace
-
 std::atomic<std::uint32_t> CPBucket::nLinksSetFromOutside{0};
+
+// What a list learnt of its buckets holds their elements too.
+void CPInternalContainer::_set_pvTheData(void* pv) {
+    pvTheData = pv;
+    CPBucket::NoteLinksSetFromOutside();
+}
 
 // The facade's slots ----------------------------------------------------------
 

@@ -33,9 +33,10 @@ public:
 
     /// \return the element.
     void* _get_pvTheData() const { return pvTheData; }
-    /// Sets the element.
+    /// Sets the element, counted as a change from outside (see
+    /// CPBucket::_get_nLinksSetFromOutside()).
     /// \param pv the element, not owned.
-    void _set_pvTheData(void* pv) { pvTheData = pv; }
+    void _set_pvTheData(void* pv);
 
 protected:
     /// The element.
@@ -78,14 +79,14 @@ public:
     }
     /// \return the element.
     void* _get_pvData() const { return pvTheData; }
-    /// \param pv the element, not owned.
-    void _set_pvData(void* pv) { pvTheData = pv; }
+    /// \param pv the element, not owned; counted as a change from outside.
+    void _set_pvData(void* pv) { _set_pvTheData(pv); }
 
-    /// Counts, for the whole process, the links set other than by a list on
-    /// buckets of its own: by the setters above, or by a list that shares its
-    /// buckets with another. A list trusts what it learnt of its links (the
-    /// path of its in-order reads, a dictionary's index of a chain) only while
-    /// this and its own count of changes stay as they were.
+    /// Counts, for the whole process, the links and elements set other than by
+    /// a list on buckets of its own: by the setters above, or by a list that
+    /// shares its buckets with another. A list trusts what it learnt of its
+    /// buckets (the path of its in-order reads, a dictionary's index of a
+    /// chain) only while this and its own count of changes stay as they were.
     /// \return the count.
     static std::uint32_t _get_nLinksSetFromOutside() {
         return nLinksSetFromOutside.load(std::memory_order_relaxed);
@@ -98,7 +99,9 @@ public:
 private:
     friend class CPList;
 
-    // A list's own linking, counted by the list.
+    // A list's own linking and the element of its new bucket, counted by the
+    // list.
+    void SetData(void* pv) { pvTheData = pv; }
     void LinkNext(CPBucket* pbkt) { pbktNext = pbkt; }
     void LinkPrev(CPBucket* pbkt) { pbktPrev = pbkt; }
 

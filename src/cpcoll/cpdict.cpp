@@ -11,8 +11,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
-
 constexpr char kUnNamed[] = "UnNamed";
 // StringKeyList reads each key into a buffer of this size.
 constexpr std::int32_t kKeyTextSize = 44;

@@ -6,8 +6,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
-
 void* DataOf(CPBucket const* pbkt) {
     return pbkt != nullptr ? pbkt->_get_pvData() : nullptr;
 }
@@ -215,6 +213,7 @@ void CPList::InitPointers() {
     pbktGot = nullptr;
     pbktPeek = nullptr;
     nDXCursor = -1;
+    vecPath = {};
     // Empty: nothing is shared any more.
     NoteEdit();
     bSharesBuckets = false;
@@ -263,23 +262,22 @@ void* CPList::WalkToIDX(std::uint32_t n) {
     return Retrieve();
 }
 
-// Index n on the path behind the cursor, where the walk back would land,
-// reached the shorter way: from the head or back from the cursor. The
-// cursor stays on the path.
+// Index n on the path behind the cursor, where the walk back would land.
+// The path's buckets are learnt up to the cursor the first time, at the cost
+// of the reads in order that led there; the cursor stays on the path.
 void* CPList::JumpOnPath(std::uint32_t n) {
-    std::uint32_t const nBack = static_cast<std::uint32_t>(nDXCursor) - n;
-    CPBucket* pbkt = pbktCursor;
-    if (n < nBack) {
-        pbkt = pbktHead;
-        for (std::uint32_t i = 0; i < n; ++i)
-            pbkt = pbkt->_get_pbktNext();
-    } else {
-        for (std::uint32_t i = 0; i < nBack; ++i)
-            pbkt = pbkt->_get_pbktPrev();
-    }
-    pbktCursor = pbkt;
+    LearnPathToCursor();
+    pbktCursor = vecPath[n].pbkt;
     nDXCursor = static_cast<std::int32_t>(n);
     return Retrieve();
+}
+
+void CPList::LearnPathToCursor() {
+    auto const nTo = static_cast<std::size_t>(nDXCursor);
+    CPBucket* pbkt = vecPath.empty() ? pbktHead : vecPath.back().pbkt->_get_pbktNext();
+    for (; vecPath.size() <= nTo; pbkt = pbkt->_get_pbktNext())
+        vecPath.push_back(PathStep{pbkt, pbkt->_get_pvData()});
+    SV_ASSERT(vecPath[nTo].pbkt == pbktCursor, "vecPath[nDXCursor] == pbktCursor");
 }
 
 void* CPList::Peek() {
@@ -325,7 +323,7 @@ void CPList::Add(void* pv) {
     SV_ASSERT(pbktNew != nullptr, "pbktNew !=0");
     pbktNew->AddRef();
     ClearResetPoint();
-    pbktNew->_set_pvData(pv);
+    pbktNew->SetData(pv);
     NoteEdit();
     if (pbktTail != nullptr) {
         pbktTail->LinkNext(pbktNew);
@@ -347,7 +345,7 @@ CPBucket* CPList::NewBucket(void* pv) {
     CPBucket* const pbktNew = new (std::nothrow) CPBucket;
     SV_FAIL_IF_NIL(pbktNew, "pbktNew");
     pbktNew->AddRef();
-    pbktNew->_set_pvData(pv);
+    pbktNew->SetData(pv);
     return pbktNew;
 }
 

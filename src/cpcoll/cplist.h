@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 class CPList;
 
@@ -150,6 +151,13 @@ public:
     /// \return the element, or null past the end.
     void* RetrieveIDX(std::uint32_t n) final {
         if (n >= nLength) return nullptr;
+        // On the path, both ways of walking land on the path's bucket.
+        if (nDXCursor != -1 && n < vecPath.size() && CursorOnPath()) {
+            PathStep const step = vecPath[n];
+            pbktCursor = pbktGot = step.pbkt;
+            nDXCursor = static_cast<std::int32_t>(n);
+            return step.pv;
+        }
         // The next index in order, the common case, is one step on.
         if (nDXCursor != -1 && n == static_cast<std::uint32_t>(nDXCursor) + 1 &&
             pbktCursor != nullptr && pbktCursor != pbktTail) {
@@ -366,37 +374,44 @@ private:
     template <class F> void ForOwnBuckets(F f);
     void* WalkToIDX(std::uint32_t n);
     void* JumpOnPath(std::uint32_t n);
+    void LearnPathToCursor();
 
     // A change of the list's own buckets or links; one made on shared
     // buckets also counts for the others' sake.
     void NoteEdit() {
         ++nEdits;
+        bCursorOnPath = false;
         if (bSharesBuckets) CPBucket::NoteLinksSetFromOutside();
     }
     void TakeForeignBuckets() {
         bSharesBuckets = true;
-        bCursorOnPath = false;
         NoteEdit();
     }
 
     // The path: the buckets from the head to the cursor, reached by
     // nDXCursor steps of Next, each the next one's predecessor and none
-    // after the first the head, with no link changed since. On it a walk back
-    // by Prev retraces the steps, so a read behind the cursor can take the
-    // shorter way to where that walk would land.
+    // after the first the head, with no link or element changed since. On it
+    // a walk back by Prev retraces the steps, so a read behind the cursor
+    // lands on the path's bucket, and so does a read ahead that stays within
+    // the path's buckets learnt so far (vecPath, taken at the first read back
+    // and valid while the two counts stay as they were). A list that shares
+    // its buckets can't see their changes and has no path.
     void StartPath() {
-        bCursorOnPath = true;
+        bCursorOnPath = !bSharesBuckets;
+        std::uint32_t const nLinks = CPBucket::_get_nLinksSetFromOutside();
+        if (nPathEdits == nEdits && nPathLinksSetFromOutside == nLinks) return;
+        vecPath.clear();
         nPathEdits = nEdits;
-        nPathLinksSetFromOutside = CPBucket::_get_nLinksSetFromOutside();
+        nPathLinksSetFromOutside = nLinks;
     }
     void KeepToPath(CPBucket const* pbktFrom) {
         if (pbktCursor == nullptr || pbktCursor->_get_pbktPrev() != pbktFrom ||
             pbktCursor == pbktHead)
             bCursorOnPath = false;
     }
+    // Any edit of the list's own leaves the path (NoteEdit).
     bool CursorOnPath() const {
-        return bCursorOnPath && !bSharesBuckets && nPathEdits == nEdits &&
-               nPathLinksSetFromOutside == CPBucket::_get_nLinksSetFromOutside();
+        return bCursorOnPath && nPathLinksSetFromOutside == CPBucket::_get_nLinksSetFromOutside();
     }
     CPBucket* NewBucket(void* pv);
     ListIterationState* FreshInternalState();
@@ -414,11 +429,18 @@ private:
     CPBucket* pbktFound = nullptr;
     std::uint32_t nEdits = 0;
     bool bSharesBuckets = false;
-    // Whether the cursor is on the path (above), as of the two counts; read
-    // only while nDXCursor is known.
+    // Whether the cursor is on the path (above), as of the count of links
+    // set from outside; read only while nDXCursor is known.
     bool bCursorOnPath = false;
+    // The two counts as of the path's start.
     std::uint32_t nPathEdits = 0;
     std::uint32_t nPathLinksSetFromOutside = 0;
+    // The path's buckets by index, and their elements, as far as learnt.
+    struct PathStep {
+        CPBucket* pbkt;
+        void* pv;
+    };
+    std::vector<PathStep> vecPath;
 };
 
 /// \brief A list with a table of 256 two-word entries reserved for a hash that

@@ -5,12 +5,6 @@
 
 #include <new>
 
-namespace {
-
-// Checks report the unit's name, not the source path, and the caller's line.
-
-} // namespace
-
 // StackIterationState --------------------------------------------------------
 
 StackIterationState& StackIterationState::operator=(StackIterationState const& other) {

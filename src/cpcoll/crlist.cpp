@@ -7,8 +7,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
-
 Createable* AsEntry(void* pv) {
     return static_cast<Createable*>(pv);
 }

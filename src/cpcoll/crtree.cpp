@@ -6,7 +6,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
 void CheckEntry(Createable* pcrEntry) {
     SV_ASSERT(pcrEntry != nullptr, "pcrEntry");
 }

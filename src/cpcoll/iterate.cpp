@@ -7,8 +7,6 @@
 
 namespace {
 
-// Checks report the unit's name, not the source path, and the caller's line.
-
 // The private actions of allThat: the walked collection's new sibling is
 // their argument.
 void itAddToCollection(void* pvItem, void* pvUser) {

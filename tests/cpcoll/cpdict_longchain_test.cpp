@@ -99,6 +99,18 @@ TEST(CPDictionaryLongChainTest, ChangesFromOutsideAndRemovalsAreSeen) {
     EXPECT_EQ(dct.FindKeyNum(NumberIn(1000)), Item(10 % 8));
     ExpectWalkedTo(lst, 10);
 
+    // An association put by hand into a bucket of the chain, and taken out.
+    CPDictionaryAssociation daInBucket;
+    daInBucket.SetKeyCardinal(NumberIn(3000));
+    daInBucket.SetValue(Item(6));
+    CPBucket* const pbkt12 = BucketAt(lst, 12);
+    void* const pvKept = pbkt12->_get_pvData();
+    pbkt12->_set_pvData(&daInBucket);
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(3000)), Item(6));
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(12)), nullptr);
+    pbkt12->_set_pvData(pvKept);
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(12)), Item(12 % 8));
+
     // An association put into the chain itself.
     CPDictionaryAssociation daOutside;
     daOutside.SetKeyCardinal(NumberIn(2000));

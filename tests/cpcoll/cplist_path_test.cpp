@@ -63,6 +63,7 @@ TEST(CPListPathTest, ReadsBackLandWhereTheWalkBackLands) {
     Case const cases[] = {
         {"nothing", [](TestList&, auto const&) {}},
         {"a back link set by hand", [](TestList&, auto const& b) { b[4]->_set_pbktPrev(b[2]); }},
+        {"a forward link set by hand", [](TestList&, auto const& b) { b[1]->_set_pbktNext(b[5]); }},
         {"a bucket assigned over another", [](TestList&, auto const& b) { *b[5] = *b[2]; }},
         {"the head set by hand", [](TestList& lst, auto const& b) { lst._set_pbktHead(b[3]); }},
         {"the cursor set by hand", [](TestList& lst, auto const& b) { lst._set_pbktCursor(b[6]); }},
@@ -95,8 +96,10 @@ TEST(CPListPathTest, ReadsBackLandWhereTheWalkBackLands) {
             std::vector<CPBucket*> const buckets = Buckets(lst);
             for (CPBucket* pbkt : buckets)
                 pbkt->AddRef();
-            for (std::uint32_t i = 0; i < kItems - 1; ++i)
-                ASSERT_EQ(lst.RetrieveIDX(i), Item(static_cast<int>(i)));
+            // The second pass reads the path learnt on its way back to 0.
+            for (int nPass = 0; nPass < 2; ++nPass)
+                for (std::uint32_t i = 0; i < kItems - 1; ++i)
+                    ASSERT_EQ(lst.RetrieveIDX(i), Item(static_cast<int>(i)));
             CPBucket const saved = *buckets[5];
             c.change(lst, buckets);
             CPBucket* const pbktExpected = Walked(lst, nRead);
