@@ -129,6 +129,26 @@ auto MatchingNumber(std::uintptr_t nKey) {
     };
 }
 
+// The scan FirstThat makes of a short chain, by its links, without a
+// position object: false where it would differ from FirstThat's (a null
+// element, which ends FirstThat's walk; no head; links that go on past the
+// count), which is then left to FirstThat.
+bool ScanShortChain(CPList const& lst, std::uintptr_t nKey, CPBucket** ppbktMatch) {
+    CPBucket* pbkt = lst._get_pbktHead();
+    if (pbkt == nullptr) return false;
+    for (std::uint32_t i = 0; i < lst.Length() && pbkt != nullptr; ++i) {
+        void* const pv = pbkt->_get_pvData();
+        if (pv == nullptr) return false;
+        if (itMatchKeyCardinal(pv, &nKey) != 0) {
+            *ppbktMatch = pbkt;
+            return true;
+        }
+        pbkt = pbkt == lst._get_pbktTail() ? nullptr : pbkt->_get_pbktNext();
+    }
+    *ppbktMatch = nullptr;
+    return pbkt == nullptr;
+}
+
 // A search by index counts with 16 bits, signed: it ends after index 32767.
 constexpr std::uint32_t kStringSearchLimit = 32768;
 // Shorter chains are walked: their index would cost more than it saves.
@@ -732,6 +752,9 @@ CPDictionaryAssociation* CPDictionary::FirstDAKeyNum(std::uintptr_t nKey) {
         std::uint32_t const n = pcix->Find(NumberPrint(nKey), nLen, MatchingNumber(nKey));
         return AsAssociation(plst->SettleFirstThat(n < nLen ? pcix->BucketAt(n) : nullptr));
     }
+    CPBucket* pbktMatch = nullptr;
+    if (ScanShortChain(*plst, nKey, &pbktMatch))
+        return AsAssociation(plst->SettleFirstThat(pbktMatch));
     return AsAssociation(plst->FirstThat(itMatchKeyCardinal, &nKey));
 }
 

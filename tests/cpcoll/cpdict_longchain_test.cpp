@@ -48,17 +48,17 @@ void ExpectWalkedTo(CPList const& lst, std::uint32_t n) {
     EXPECT_EQ(lst._get_nDXCursor(), static_cast<std::int32_t>(n));
 }
 
-TEST(CPDictionaryLongChainTest, SearchesLeaveTheChainAsTheWalkDoes) {
-    std::vector<std::string> const texts = TextsIn(kChain / 2);
+void ExpectSearchesAsTheWalk(std::uint32_t nChain) {
+    std::vector<std::string> const texts = TextsIn(nChain / 2);
     CPDictionary dct;
     // Number and string keys mixed in one chain.
-    for (std::uint32_t n = 0; n < kChain / 2; ++n) {
+    for (std::uint32_t n = 0; n < nChain / 2; ++n) {
         dct.AddKeyNum(NumberIn(n), Item(n % 8));
         dct.AddKeyString(texts[n].c_str(), Item((n + 1) % 8));
     }
     CPList& lst = *dct._get_plstSlot(kSlot);
-    ASSERT_EQ(lst.Length(), kChain);
-    for (std::uint32_t n = 0; n < kChain / 2; ++n) {
+    ASSERT_EQ(lst.Length(), nChain);
+    for (std::uint32_t n = 0; n < nChain / 2; ++n) {
         SCOPED_TRACE(n);
         EXPECT_EQ(dct.FindKeyNum(NumberIn(n)), Item(n % 8));
         ExpectWalkedTo(lst, 2 * n);
@@ -70,19 +70,35 @@ TEST(CPDictionaryLongChainTest, SearchesLeaveTheChainAsTheWalkDoes) {
         EXPECT_EQ(dct.FindKeyNum(CPDictionary::HashOnString(texts[n].c_str())), nullptr);
         EXPECT_EQ(dct.FindKeyString(std::to_string(NumberIn(n)).c_str()), nullptr);
     }
-    EXPECT_EQ(dct.FindKeyNum(NumberIn(kChain)), nullptr);
-    ExpectWalkedTo(lst, kChain - 1);
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(nChain)), nullptr);
+    ExpectWalkedTo(lst, nChain - 1);
     EXPECT_EQ(dct._get_pdaLastFound(), nullptr);
 
     // ExistsKeyNum answers as the chain's FirstThat: the chain's NextThat
     // goes on after the match.
-    EXPECT_EQ(dct.ExistsKeyNum(NumberIn(3)), 1);
-    EXPECT_EQ(lst._get_pbktCursor(), BucketAt(lst, 6));
+    EXPECT_EQ(dct.ExistsKeyNum(NumberIn(1)), 1);
+    EXPECT_EQ(lst._get_pbktCursor(), BucketAt(lst, 2));
     EXPECT_EQ(lst._get_nDXCursor(), -1);
     auto const itAny = [](void*, void*) { return 1; };
-    EXPECT_EQ(lst.NextThat(itAny, nullptr), BucketAt(lst, 7)->_get_pvData());
-    EXPECT_EQ(dct.ExistsKeyNum(NumberIn(kChain)), 0);
+    EXPECT_EQ(lst.NextThat(itAny, nullptr), BucketAt(lst, 3)->_get_pvData());
+    EXPECT_EQ(dct.ExistsKeyNum(NumberIn(nChain)), 0);
     EXPECT_EQ(lst._get_pbktCursor(), nullptr);
+
+    // A removal takes the key's own association, wherever in the chain.
+    dct.DetachKeyNum(NumberIn(1));
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(1)), nullptr);
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(0)), Item(0));
+    EXPECT_EQ(dct.FindKeyNum(NumberIn(2)), Item(2));
+    EXPECT_EQ(lst.Length(), nChain - 1);
+}
+
+// Chains shorter than the index's threshold are scanned, longer ones found
+// through the index: both answer as the walk.
+TEST(CPDictionaryLongChainTest, SearchesLeaveTheChainAsTheWalkDoes) {
+    for (std::uint32_t const nChain : {6u, kChain}) {
+        SCOPED_TRACE(nChain);
+        ExpectSearchesAsTheWalk(nChain);
+    }
 }
 
 TEST(CPDictionaryLongChainTest, ChangesFromOutsideAndRemovalsAreSeen) {
