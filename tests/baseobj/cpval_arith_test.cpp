@@ -89,12 +89,10 @@ std::map<std::string, OperatorFn> const& Operators() {
         {"le", [](CPValue& a, CPValue& b, CPValue& r) { r.LEOperator(a, b, r); }},
         {"gt", [](CPValue& a, CPValue& b, CPValue& r) { r.GreaterOperator(a, b, r); }},
         {"ge", [](CPValue& a, CPValue& b, CPValue& r) { r.GEOperator(a, b, r); }},
-        {"eq",
-         [](CPValue& a, CPValue& b, CPValue& r) {
+        {"eq", [](CPValue& a, CPValue& b, CPValue& r) {
              r.Set(a.IsEquivalentTo(&b));
              r._set_punstrUnits(static_cast<char const*>(nullptr));
-         }},
-    };
+         }}};
     return ops;
 }
 
@@ -104,8 +102,7 @@ std::map<std::string, std::function<short(CPValue&, CPValue&)>> const& Tests() {
         {"lt", [](CPValue& a, CPValue& b) { return a.IsLessThan(&b); }},
         {"le", [](CPValue& a, CPValue& b) { return a.IsLessThanOrEqualTo(&b); }},
         {"gt", [](CPValue& a, CPValue& b) { return a.IsGreaterThan(&b); }},
-        {"ge", [](CPValue& a, CPValue& b) { return a.IsGreaterThanOrEqualTo(&b); }},
-    };
+        {"ge", [](CPValue& a, CPValue& b) { return a.IsGreaterThanOrEqualTo(&b); }}};
     return tests;
 }
 
@@ -114,8 +111,7 @@ std::map<std::string, std::function<void(CPValue&, CPValue&)>> const& InPlace() 
         {"add", [](CPValue& a, CPValue& b) { a += b; }},
         {"sub", [](CPValue& a, CPValue& b) { a -= b; }},
         {"mul", [](CPValue& a, CPValue& b) { a *= b; }},
-        {"div", [](CPValue& a, CPValue& b) { a /= b; }},
-    };
+        {"div", [](CPValue& a, CPValue& b) { a /= b; }}};
     return ops;
 }
 
@@ -239,8 +235,7 @@ TEST_F(CPValueArithTest, OperandsOfOtherKinds) {
         {"text and 1", [&](CPValue& r) { r.AndOperator(text, one, r); }, "0", TY_BOOL},
         {"coll or 1", [&](CPValue& r) { r.OrOperator(*pcoll, one, r); }, "0", TY_BOOL},
         {"undefined or 7", [&](CPValue& r) { r.OrOperator(undefined, seven, r); }, "7", TY_SHORT},
-        {"text < 1", [&](CPValue& r) { r.LessOperator(text, one, r); }, "0", TY_SHORT},
-    };
+        {"text < 1", [&](CPValue& r) { r.LessOperator(text, one, r); }, "0", TY_SHORT}};
     for (KindCase const& c : cases) {
         CPValue r;
         c.run(r);
@@ -366,8 +361,7 @@ TEST_F(CPValueArithTest, EveryReadAndWriteOfABoundValuePassesThroughTheProxy) {
         {"in place -", [&](CPValue& v) { v -= three; }, "Fetch", "9.000000"},
         {"comparison", [&](CPValue& v) { EXPECT_EQ(v.IsGreaterThan(&three), 1); }, "Fetch",
          "9.000000"},
-        {"negation", [](CPValue& v) { v.NegOperator(v); }, "Set", "-9.000000"},
-    };
+        {"negation", [](CPValue& v) { v.NegOperator(v); }, "Set", "-9.000000"}};
     for (ProxyStep const& step : steps) {
         int const nBefore = proxy.calls[step.szCounter];
         step.run(val);

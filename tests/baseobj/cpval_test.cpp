@@ -16,6 +16,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -87,8 +88,7 @@ TEST_F(CPValueTest, FileFormsMatchTheGoldenBytesBothWays) {
         {"cpval_float_units.hex", [](CPValue& v) { v.Set(1.5f); }, "kPa", nullptr},
         {"cpval_double_units_named.hex", [](CPValue& v) { v.Set(3.28); }, "ft", "d"},
         {"cpval_string_named.hex", [](CPValue& v) { v.Set("hi"); }, nullptr, "s"},
-        {"cpval_collection.hex", collection, nullptr, "coll"},
-    };
+        {"cpval_collection.hex", collection, nullptr, "coll"}};
     for (GoldenCase const& c : cases) {
         SCOPED_TRACE(c.szFile);
         std::string const golden = Golden(c.szFile);
@@ -149,23 +149,17 @@ TEST_F(CPValueTest, DeepNestingIsRefused) {
 // A value in one unit assigned a number in another keeps its own unit and
 // holds what the unit library's Convert gives.
 TEST_F(CPValueTest, AssignmentAcrossUnitsMatchesConvert) {
-    struct Pair {
-        char const* szFrom;
-        char const* szTo;
-        double d;
-    };
-    Pair const pairs[] = {
+    std::tuple<char const*, char const*, double> const pairs[] = {
         {"m", "ft", 1.0},       {"ft", "m", 3.0},     {"km", "m", 2.5},   {"in", "cm", 12.0},
         {"kPa", "Pa", 101.325}, {"h", "s", 1.5},      {"lb", "kg", 10.0}, {"K", "C", 300.0},
-        {"C", "F", 100.0},      {"m^3", "ft^3", 2.0}, {"kJ", "J", 0.25},  {"m", "m", 7.0},
-    };
-    for (Pair const& p : pairs) {
-        SCOPED_TRACE(std::string(p.szFrom) + " -> " + p.szTo);
-        ValueOf source(p.d, p.szFrom);
-        ValueOf target(0.0, p.szTo);
+        {"C", "F", 100.0},      {"m^3", "ft^3", 2.0}, {"kJ", "J", 0.25},  {"m", "m", 7.0}};
+    for (auto const& [szFrom, szTo, d] : pairs) {
+        SCOPED_TRACE(std::string(szFrom) + " -> " + szTo);
+        ValueOf source(d, szFrom);
+        ValueOf target(0.0, szTo);
         target = source;
-        EXPECT_EQ(target.GetAsDouble(), Convert(p.d, CPString(p.szFrom), CPString(p.szTo), 0));
-        UnitString expected(p.szTo);
+        EXPECT_EQ(target.GetAsDouble(), Convert(d, CPString(szFrom), CPString(szTo), 0));
+        UnitString expected(szTo);
         EXPECT_EQ(Units(target), expected.GetBuffer());
     }
 }
@@ -267,8 +261,7 @@ TEST_F(CPValueTest, StateFlagsAndPromotion) {
         {[](CPValue& v) { v.Set(std::int32_t{1}); }, TY_DOUBLE, 1},
         {[](CPValue& v) { v.Set("x"); }, TY_DOUBLE, 0},
         {[](CPValue& v) { v.Set(1.0); }, static_cast<short>(TY_COLLECTION), 0},
-        {[](CPValue& v) { v.Set(1.0); }, TY_SHORT, 0},
-    };
+        {[](CPValue& v) { v.Set(1.0); }, TY_SHORT, 0}};
     for (Promotion const& p : promotions) {
         CPValue v;
         p.set(v);

@@ -107,16 +107,14 @@ TEST(NavigableTest, RelationTextsBothWays) {
         short nCode;
         char const* text;
         short result;
-    } const toText[] = {
-        {0x180, "RT_NAMED | RT_IN", 1},
-        {RT_CONNECTION, "RT_CONNECTION | RT_OUT", 1},
-        {0x108, "RT_SUMMARY | RT_IN", 1},
-        {RT_REFERENCE, "RT_REFERENCE | RT_OUT", 1},
-        {RT_CONTAINMENT, "", 0},
-        {0x101, "", 0},
-        {3, "", 0},
-        {0x280, "", 0},
-    };
+    } const toText[] = {{0x180, "RT_NAMED | RT_IN", 1},
+                        {RT_CONNECTION, "RT_CONNECTION | RT_OUT", 1},
+                        {0x108, "RT_SUMMARY | RT_IN", 1},
+                        {RT_REFERENCE, "RT_REFERENCE | RT_OUT", 1},
+                        {RT_CONTAINMENT, "", 0},
+                        {0x101, "", 0},
+                        {3, "", 0},
+                        {0x280, "", 0}};
     for (auto const& c : toText) {
         char buf[64] = "stale";
         EXPECT_EQ(Navigable::ConvertRelation2String(c.nCode, buf), c.result) << c.nCode;
@@ -126,11 +124,9 @@ TEST(NavigableTest, RelationTextsBothWays) {
         char const* text;
         short nCode;
         short result;
-    } const toCode[] = {
-        {"rt_named | rt_out", 0x80, 1},       {"RT_NAMED", 0x180, 1},
-        {" RT_CONTAINMENT ", 0x101, 1},       {"nonsense", 0x100, 0},
-        {"RT_NAMED|RT_CONNECTION", 0x104, 1}, {"RT_OUT", 0, 0},
-    };
+    } const toCode[] = {{"rt_named | rt_out", 0x80, 1},       {"RT_NAMED", 0x180, 1},
+                        {" RT_CONTAINMENT ", 0x101, 1},       {"nonsense", 0x100, 0},
+                        {"RT_NAMED|RT_CONNECTION", 0x104, 1}, {"RT_OUT", 0, 0}};
     for (auto const& c : toCode) {
         std::string text = c.text;
         short nCode = -1;
@@ -210,8 +206,7 @@ TEST(NavigableTest, WalkOrdersAndTheirFunctions) {
         {0, "<a fa >a <b fb >b "},
         {1, "<a fa |a <a1 fa1 |a1 >a1 <a2 fa2 |a2 >a2 >a <b fb |b <b1 fb1 |b1 >b1 >b "},
         {2, "<a <a1 |a1 fa1 >a1 <a2 |a2 fa2 >a2 |a fa >a <b <b1 |b1 fb1 >b1 |b fb >b "},
-        {7, ""},
-    };
+        {7, ""}};
     for (auto const& c : cases) {
         std::string log;
         t.n[0]->ForEach(Log<'f'>, &log, c.nOrder, RT_CONTAINMENT, nullptr, Log<'<'>, Log<'>'>,

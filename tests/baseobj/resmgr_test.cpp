@@ -10,6 +10,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -122,8 +123,7 @@ TEST_F(ResourceManagerTest, FailuresLeaveTheirTextAndAnswerNull) {
         {"unregistered write", [&] { return rm.WriteResource("[nowhere@/tmp]a", text); },
          "Unregistered Container Type: nowhere"},
         // A write to a text that names no resource fails with no text.
-        {"write without path", [&] { return rm.WriteResource(noPath.c_str(), text); }, "before"},
-    };
+        {"write without path", [&] { return rm.WriteResource(noPath.c_str(), text); }, "before"}};
     for (Case const& c : cases) {
         rm._set_strError("before");
         EXPECT_EQ(c.call(), nullptr) << c.what;
@@ -199,18 +199,15 @@ TEST_F(ResourceManagerTest, DamagedFilesAreRefusedAndNotCached) {
     std::string const whole = ReadAll(path);
     std::ostringstream head;
     head << text->_get_draAttributes();
-    struct Case {
-        std::size_t keep;
-        char const* error;
-    };
-    Case const cases[] = {{3, "Damaged resource header in "},
-                          {head.str().size() - 1, "Damaged resource header in "},
-                          {head.str().size() + 2, "Damaged resource content in "},
-                          {whole.size() - 1, "Damaged resource content in "}};
-    for (Case const& c : cases) {
-        WriteAll(path, whole.substr(0, c.keep));
-        EXPECT_EQ(prm->ReadResource(Named("r").c_str(), 1, nullptr), nullptr) << c.keep;
-        EXPECT_EQ(Error(), c.error + path) << c.keep;
+    std::tuple<std::size_t, char const*> const cases[] = {
+        {3, "Damaged resource header in "},
+        {head.str().size() - 1, "Damaged resource header in "},
+        {head.str().size() + 2, "Damaged resource content in "},
+        {whole.size() - 1, "Damaged resource content in "}};
+    for (auto const& [keep, error] : cases) {
+        WriteAll(path, whole.substr(0, keep));
+        EXPECT_EQ(prm->ReadResource(Named("r").c_str(), 1, nullptr), nullptr) << keep;
+        EXPECT_EQ(Error(), error + path) << keep;
         EXPECT_EQ(CacheLength(), 0u);
     }
     text->Release();

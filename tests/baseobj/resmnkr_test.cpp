@@ -55,8 +55,7 @@ TEST_F(ResourceMonikerTest, TextsParseAndBuildBack) {
         // Reserved words are plain names here.
         {"if:\\while", "volume", "dos", "if:|while", "[volume@dos]if:\\while",
          "<volume>->if:\\while"},
-        {"", "", "", "", "[]", ""},
-    };
+        {"", "", "", "", "[]", ""}};
     for (Row const& row : rows) {
         SCOPED_TRACE(row.text);
         ResourceMoniker mk;

@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -40,18 +41,16 @@ TEST_F(SorvaneMonikerTest, TextsParseAndBuildBack) {
         char const* built;
         char const* bracketed; // the form for any code but the arrow's
     };
-    Row const rows[] = {
-        {"<a>->b:c[2]", "a", "b", ".c#2", 1, "<a>->b:c[2]", "[a@b]"},
-        {"[a:x]->b", "a:x", "b", "", 3, "[a:x]->b", "[a:x@b]"},
-        {"b", "", "b", "", 0, "b", "[@b]"},
-        {"parent:sub[3]", "", "parent", ".sub#3", 0, "parent:sub[3]", "[@parent]"},
-        // The item alone asks for the item; written back, it keeps the arrow.
-        {"<a>", "a", "", "", 5, "<a>->", "[a]"},
-        {"[a]", "a", "", "", 7, "[a]->", "[a]"},
-        {"<my item>->p.q/r:s-t[-1][0]", "my item", "p.q/r", ".s-t#-1#0", 1,
-         "<my item>->p.q/r:s-t[-1][0]", "[my item@p.q/r]"},
-        {"  <a> -> b : c [ 2 ]", "a", "b ", ".c #2", 1, "<a>->b :c [2]", "[a@b ]"},
-    };
+    Row const rows[] = {{"<a>->b:c[2]", "a", "b", ".c#2", 1, "<a>->b:c[2]", "[a@b]"},
+                        {"[a:x]->b", "a:x", "b", "", 3, "[a:x]->b", "[a:x@b]"},
+                        {"b", "", "b", "", 0, "b", "[@b]"},
+                        {"parent:sub[3]", "", "parent", ".sub#3", 0, "parent:sub[3]", "[@parent]"},
+                        // The item alone asks for the item; written back, it keeps the arrow.
+                        {"<a>", "a", "", "", 5, "<a>->", "[a]"},
+                        {"[a]", "a", "", "", 7, "[a]->", "[a]"},
+                        {"<my item>->p.q/r:s-t[-1][0]", "my item", "p.q/r", ".s-t#-1#0", 1,
+                         "<my item>->p.q/r:s-t[-1][0]", "[my item@p.q/r]"},
+                        {"  <a> -> b : c [ 2 ]", "a", "b ", ".c #2", 1, "<a>->b :c [2]", "[a@b ]"}};
     for (Row const& row : rows) {
         SCOPED_TRACE(row.text);
         SorvaneMoniker mk;
@@ -69,12 +68,7 @@ TEST_F(SorvaneMonikerTest, TextsParseAndBuildBack) {
 }
 
 TEST_F(SorvaneMonikerTest, BadTextsThrowTheirCodes) {
-    struct Row {
-        char const* text;
-        short code;
-        char const* message;
-    };
-    Row const rows[] = {
+    std::tuple<char const*, short, char const*> const rows[] = {
         {"", 214, "Expected input, got "},
         {"<a", 271, "Expected closing angular bracket >, got "},
         {"[a>->b", 270, "Expected closing square bracket ], got "},
@@ -82,17 +76,16 @@ TEST_F(SorvaneMonikerTest, BadTextsThrowTheirCodes) {
         {"<a>->", 214, "Expected input, got "},
         {"<a>->b->c", 214, "Expected input, got "}, // arrows do not nest
         {"b:", 214, "Expected input, got "},
-        {"b[x]", 214, "Expected input, got "},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text);
+        {"b[x]", 214, "Expected input, got "}};
+    for (auto const& [text, code, message] : rows) {
+        SCOPED_TRACE(text);
         SorvaneMoniker mk;
         try {
-            mk.Scan(row.text);
+            mk.Scan(text);
             ADD_FAILURE() << "no exception";
         } catch (Exception const& e) {
-            EXPECT_EQ(e._get_nException(), row.code);
-            EXPECT_EQ(std::string(e.szMessage).substr(0, std::strlen(row.message)), row.message);
+            EXPECT_EQ(e._get_nException(), code);
+            EXPECT_EQ(std::string(e.szMessage).substr(0, std::strlen(message)), message);
         }
     }
 }

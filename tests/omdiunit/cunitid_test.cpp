@@ -27,8 +27,7 @@ TEST(CUnitIdTest, UnpacksAndPacksEveryField) {
         {0x20, -32, &CUnitId::Length_Get},         {0x200, -8, &CUnitId::Mass_Get},
         {0x8000, -32, &CUnitId::Time_Get},         {0x80000, -8, &CUnitId::Current_Get},
         {0x400000, -4, &CUnitId::Temperature_Get}, {0x2000000, -4, &CUnitId::Substance_Get},
-        {0x8000000, -2, &CUnitId::Intensity_Get},  {0x20000000, -2, &CUnitId::User_Get},
-    };
+        {0x8000000, -2, &CUnitId::Intensity_Get},  {0x20000000, -2, &CUnitId::User_Get}};
     for (Case const& c : cases) {
         CUnitId const id(c.word);
         EXPECT_EQ((id.*c.get)(), c.expected) << std::hex << c.word;

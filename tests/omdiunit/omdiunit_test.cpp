@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <string>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 using omdiunit_test::UnitsTest;
@@ -19,24 +20,22 @@ TEST_F(UnitConvertTest, IntoAndOutOfSI) {
         short difference;
         double si;
     };
-    Case const cases[] = {
-        {1.0, "kg", 0, 1.0},
-        {1.0, "g", 0, 0.001},
-        {1.0, "g^2", 0, 1e-06},
-        {1.0, "kPa^2", 0, 1e06}, // the prefix takes the exponent too
-        {1.0, "t", 0, 1000.0},   // mass factors are in kilograms
-        {1.0, "mg", 0, 1e-06},
-        {0.0, "C", 0, 273.15},
-        {0.0, "C", 1, 0.0}, // a difference has no offset
-        {32.0, "F", 0, 32.0 * 0.55555555555 + 255.37222222222},
-        {1.0, "C^2", 0, 1.0}, // no offset with an exponent
-        {1.0, "C*m", 0, 1.0}, // nor in a compound unit
-        {0.0, "psig", 0, 101325.0},
-        {2.0, "kC", 0, 275150.0}, // prefix after the offset
-        {1.0, "km*h^-1", 0, 1000.0 / 3600.0},
-        {1.0, "xyz", 0, 0.0},
-        {1.0, "", 0, 0.0},
-    };
+    Case const cases[] = {{1.0, "kg", 0, 1.0},
+                          {1.0, "g", 0, 0.001},
+                          {1.0, "g^2", 0, 1e-06},
+                          {1.0, "kPa^2", 0, 1e06}, // the prefix takes the exponent too
+                          {1.0, "t", 0, 1000.0},   // mass factors are in kilograms
+                          {1.0, "mg", 0, 1e-06},
+                          {0.0, "C", 0, 273.15},
+                          {0.0, "C", 1, 0.0}, // a difference has no offset
+                          {32.0, "F", 0, 32.0 * 0.55555555555 + 255.37222222222},
+                          {1.0, "C^2", 0, 1.0}, // no offset with an exponent
+                          {1.0, "C*m", 0, 1.0}, // nor in a compound unit
+                          {0.0, "psig", 0, 101325.0},
+                          {2.0, "kC", 0, 275150.0}, // prefix after the offset
+                          {1.0, "km*h^-1", 0, 1000.0 / 3600.0},
+                          {1.0, "xyz", 0, 0.0},
+                          {1.0, "", 0, 0.0}};
     for (Case const& c : cases) {
         EXPECT_NEAR(ConvertToSI(c.value, c.unit, c.difference), c.si, std::fabs(c.si) * 1e-14)
             << c.unit;
@@ -69,8 +68,7 @@ TEST_F(UnitConvertTest, BetweenUnits) {
         {5.0, "xyz", "xyz", 0, 5.0},      // equal texts are not parsed
         {5.0, "xyz", "abc", 0, 0.0},      // both unknown: id 0 each
         {1.0, "J*kg^-1*C^-1", "J*kg^-1*K^-1", 0, 1.0},
-        {1.0, "dam", "m", 0, 10.0},
-    };
+        {1.0, "dam", "m", 0, 10.0}};
     for (Case const& c : cases)
         EXPECT_DOUBLE_EQ(Convert(c.value, c.from, c.to, c.difference), c.expected)
             << c.from << " to " << c.to;
@@ -94,22 +92,14 @@ TEST(UnitRoundTest, GrainFollowsTheSize) {
 }
 
 TEST_F(UnitConvertTest, DimensionTexts) {
-    struct Case {
-        char const* unit;
-        std::uint32_t id;
-        char const* text;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, std::uint32_t, char const*> const cases[] = {
         {"Pa", 0xF87F, "m^-1*kg*s^-2"},
         {"kg*m^2*s^-2", 0xF842, "m^2*kg*s^-2"},
         {"/R", 0x3F0F842, "m^2*kg*s^-2*K^-1*mol^-1"},
         {"cd*A*m^-1", 0x401003F, "m^-1*A*cd"},
-        {"/\x01"
-         "93",
-         0, ""},
-    };
-    for (Case const& c : cases) {
-        EXPECT_EQ(IdFromString(c.unit), c.id) << c.unit;
-        EXPECT_STREQ(UnitTextOf(StringFromId(c.id)), c.text);
+        {"/\00193", 0, ""}};
+    for (auto const& [unit, id, text] : cases) {
+        EXPECT_EQ(IdFromString(unit), id) << unit;
+        EXPECT_STREQ(UnitTextOf(StringFromId(id)), text);
     }
 }

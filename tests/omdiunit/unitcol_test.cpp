@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 using omdiunit_test::UnitsTest;
@@ -48,10 +49,7 @@ TEST_F(UnitParseTest, Terms) {
         {"m^", nullptr, "meter", 0},
         {"m^abc", nullptr, "meter", 0},
         {"u", nullptr, "unified atomic mass unit", 1},
-        {"\x01"
-         "92"
-         "m",
-         "micro", "meter", 1},
+        {"\00192m", "micro", "meter", 1},
         {"mmHg", nullptr, "millimeter of mercury", 1},
         {"kft", "kilo", "foot (US survey)", 1}, // a prefix on any unit
     };
@@ -95,22 +93,17 @@ TEST_F(UnitParseTest, FailuresLeaveTheCollectionAsItWas) {
 }
 
 TEST_F(UnitParseTest, SimplifyAndTheOtherOperations) {
-    struct Case {
-        char const* text;
-        char const* simplified;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"m*s*m^-1", "s"},     // merged, and the zero dropped
         {"s*m", "m*s"},        // sorted only
         {"m^0*s", "m^0*s"},    // nothing merged: the zero stays
         {"km*m*km", "m*km^2"}, // by unit symbol; prefixes keep runs apart
         {"N*m*N^-1*m^-1", ""}, // everything cancels
-        {"kg*m^2*s^-2*kg^-1", "m^2*s^-2"},
-    };
-    for (Case const& c : cases) {
-        UnitCollection terms = Parsed(c.text);
+        {"kg*m^2*s^-2*kg^-1", "m^2*s^-2"}};
+    for (auto const& [text, simplified] : cases) {
+        UnitCollection terms = Parsed(text);
         terms.Simplify();
-        EXPECT_EQ(Text(terms), c.simplified) << c.text;
+        EXPECT_EQ(Text(terms), simplified) << text;
     }
 
     UnitCollection const pressure = Parsed("kg*m^-1*s^-2");
@@ -163,11 +156,7 @@ TEST_F(UnitParseTest, OperationsOnTexts) {
 }
 
 TEST_F(UnitParseTest, Descriptions) {
-    struct Case {
-        char const* text;
-        char const* info;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"kPa*m^2", "kilopascal square meter"},
         {"m*s^-1", "meter per second"},
         {"kg*m^-3", "kilogram per cubic meter"},
@@ -175,8 +164,7 @@ TEST_F(UnitParseTest, Descriptions) {
         {"m^4", "quartic meter"},
         {"m^5", "meter"}, // no word past four
         {"m^0", " per"},
-        {"xyz", ""},
-    };
-    for (Case const& c : cases)
-        EXPECT_STREQ(UnitTextOf(UnitGetInfo(c.text)), c.info) << c.text;
+        {"xyz", ""}};
+    for (auto const& [text, info] : cases)
+        EXPECT_STREQ(UnitTextOf(UnitGetInfo(text)), info) << text;
 }

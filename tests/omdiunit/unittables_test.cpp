@@ -12,6 +12,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 using namespace unittables;
 using omdiunit_test::UnitsTest;
@@ -125,33 +126,22 @@ TEST_F(UnitTablesTest, QuantitiesAreSortedAndDistinct) {
 }
 
 TEST_F(UnitTablesTest, LookupByDimension) {
-    struct Case {
-        std::uint32_t id;
-        char const* what;
-        char const* symbol;
-        char const* composit;
-    };
-    Case const cases[] = {
+    std::tuple<std::uint32_t, char const*, char const*, char const*> const cases[] = {
         {0xF87F, "pressure", "Pa", "N*m^-2"},
         {0xFC00, "frequency", "Hz", "s^-1"}, // no formula: the coherent text
         {0x3, "volume", "", "m^3"},
         {0xF802, "specific_energy", "", "J*kg*-1"},
         {0x40, "mass", "g", "kg"},
-        {0x5, "", "", ""},
-    };
-    for (Case const& c : cases) {
-        EXPECT_STREQ(UnitTextOf(UnitWhat(c.id)), c.what) << std::hex << c.id;
-        EXPECT_STREQ(UnitTextOf(UnitSymbol(c.id)), c.symbol) << std::hex << c.id;
-        EXPECT_STREQ(UnitTextOf(UnitComposit(c.id)), c.composit) << std::hex << c.id;
+        {0x5, "", "", ""}};
+    for (auto const& [id, what, symbol, composit] : cases) {
+        EXPECT_STREQ(UnitTextOf(UnitWhat(id)), what) << std::hex << id;
+        EXPECT_STREQ(UnitTextOf(UnitSymbol(id)), symbol) << std::hex << id;
+        EXPECT_STREQ(UnitTextOf(UnitComposit(id)), composit) << std::hex << id;
     }
 }
 
 TEST_F(UnitTablesTest, FirstClaimOfASymbolWins) {
-    struct Case {
-        char const* symbol;
-        char const* name;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"gpm", "gallon per minute"},
         {"Pa", "pascal"},
         {"Farad", "farad"},
@@ -161,17 +151,14 @@ TEST_F(UnitTablesTest, FirstClaimOfASymbolWins) {
         {"h", "hour"},
         {"T", "tesla"},
         {"G", "gauss"},
-        {"\x01"
-         "94",
-         "ohm"},
+        {"\00194", "ohm"},
         {"l.y.", "light year"},
-        {"Btu\\IT", "British thermal unit (international table)"},
-    };
-    for (Case const& c : cases) {
+        {"Btu\\IT", "British thermal unit (international table)"}};
+    for (auto const& [symbol, name] : cases) {
         UnitCollection terms;
-        ASSERT_TRUE(terms.Parse(c.symbol)) << c.symbol;
-        EXPECT_EQ(terms.Term(0).nPrefix, -1) << c.symbol;
-        EXPECT_STREQ(UnitTextOf(terms.Term(0).pUnit->Name()), c.name);
+        ASSERT_TRUE(terms.Parse(symbol)) << symbol;
+        EXPECT_EQ(terms.Term(0).nPrefix, -1) << symbol;
+        EXPECT_STREQ(UnitTextOf(terms.Term(0).pUnit->Name()), name);
     }
 }
 
