@@ -49,15 +49,15 @@ protected:
         setenv("XDG_CONFIG_HOME", "/nonexistent/sorvane-tests", 1);
         if (UnitSymbolTable() == nullptr) UnitInitialize(nullptr);
     }
-    // The text of the Exception that f throws, or "no exception".
-    template <class F> static std::string Thrown(F f, short nCode) {
+    // f throws the Exception nCode with a message that holds szText.
+    template <class F> static void ExpectThrown(F f, short nCode, std::string const& szText) {
         try {
             f();
+            ADD_FAILURE() << "no exception, " << szText;
         } catch (Exception const& e) {
             EXPECT_EQ(e._get_nException(), nCode);
-            return e.szMessage;
+            EXPECT_NE(std::string(e.szMessage).find(szText), std::string::npos) << e.szMessage;
         }
-        return "no exception";
     }
 };
 
@@ -93,7 +93,7 @@ TEST_F(UnitStringTest, AssignmentValidatesTranslatesAndDropsDeg) {
     EXPECT_EQ(unstrFromUnit._get_nUnitID(), Id("K"));
 }
 
-TEST_F(UnitStringTest, BaseUnitsAreSharedCanonicalTexts) {
+TEST_F(UnitStringTest, BaseUnitsAreSharedAndPlainTextsValidated) {
     UnitString unstr("kPa");
     UnitString* const punstrBase = unstr.BaseUnits();
     ASSERT_NE(punstrBase, nullptr);
@@ -104,16 +104,12 @@ TEST_F(UnitStringTest, BaseUnitsAreSharedCanonicalTexts) {
     // Base units of base units are themselves.
     UnitString* const punstrSelf = punstrBase->BaseUnits();
     EXPECT_EQ(punstrSelf, punstrBase);
-    punstrSelf->Release();
-    punstrAgain->Release();
-    punstrBase->Release();
-}
+    for (UnitString* p : {punstrSelf, punstrAgain, punstrBase})
+        p->Release();
 
-TEST_F(UnitStringTest, PlainTextValidationThrowsOnlyForNoUnit) {
-    UnitString unstr("m");
+    // Validating a plain text throws only when it names no unit.
     CPString strBad("xyz");
-    std::string const text = Thrown([&] { unstr.ValidateUnitString(&strBad); }, 1343);
-    EXPECT_NE(text.find("Invalid Unit: xyz"), std::string::npos) << text;
+    ExpectThrown([&] { unstr.ValidateUnitString(&strBad); }, 1343, "Invalid Unit: xyz");
     CPString strForeign("m3/hr");
     unstr.ValidateUnitString(&strForeign);
     EXPECT_EQ(Text(strForeign), "m^3*h^-1");
@@ -216,10 +212,8 @@ TEST_F(UnitStringTest, ConvertToFollowsTheTargetAndChecksDimensions) {
         }
     }
     UnitString unstrM("m");
-    std::string const text = Thrown([&] { unstrM.ConvertTo("s", 1.0, nullptr, 0); }, 1344);
-    EXPECT_NE(text.find("Cannot perform conversion: Unit dimensions inequivalent |m| , |s|"),
-              std::string::npos)
-        << text;
+    ExpectThrown([&] { unstrM.ConvertTo("s", 1.0, nullptr, 0); }, 1344,
+                 "Cannot perform conversion: Unit dimensions inequivalent |m| , |s|");
     // Base units convert from SI without rounding.
     UnitString* const punstrBase = UnitString("kPa").BaseUnits();
     EXPECT_DOUBLE_EQ(punstrBase->ConvertTo("kPa", 1.0, nullptr, 0), 0.001);
@@ -259,12 +253,10 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
         presult->Release();
     }
     EXPECT_EQ(U::PerformOperation(m.p, ft.p, U::opDivide), nullptr);
-    std::string const add = Thrown([&] { U::PerformOperation(m.p, s.p, U::opAdd); }, 1344);
-    EXPECT_NE(add.find("Cannot perform add: Unit dimensions inequivalent |s| , |m|"),
-              std::string::npos)
-        << add;
-    std::string const sub = Thrown([&] { U::PerformOperation(m.p, s.p, U::opSubtract); }, 1344);
-    EXPECT_NE(sub.find("Cannot perform subtraction"), std::string::npos) << sub;
+    ExpectThrown([&] { U::PerformOperation(m.p, s.p, U::opAdd); }, 1344,
+                 "Cannot perform add: Unit dimensions inequivalent |s| , |m|");
+    ExpectThrown([&] { U::PerformOperation(m.p, s.p, U::opSubtract); }, 1344,
+                 "Cannot perform subtraction");
 }
 
 TEST_F(UnitStringTest, EachTextIsParsedOnce) {
