@@ -52,6 +52,18 @@ TEST_F(UnitParseTest, Terms) {
         {"\00192m", "micro", "meter", 1},
         {"mmHg", nullptr, "millimeter of mercury", 1},
         {"kft", "kilo", "foot (US survey)", 1}, // a prefix on any unit
+        // Where table units share a symbol, the first to claim it wins.
+        {"gpm", nullptr, "gallon per minute", 1},
+        {"Farad", nullptr, "farad", 1},
+        {"F", nullptr, "degree Fahrenheit", 1},
+        {"C", nullptr, "degree Celcius", 1},
+        {"d", nullptr, "day", 1},
+        {"h", nullptr, "hour", 1},
+        {"T", nullptr, "tesla", 1},
+        {"G", nullptr, "gauss", 1},
+        {"\00194", nullptr, "ohm", 1},
+        {"l.y.", nullptr, "light year", 1},
+        {"Btu\\IT", nullptr, "British thermal unit (international table)", 1},
     };
     for (Case const& c : cases) {
         UnitCollection terms;

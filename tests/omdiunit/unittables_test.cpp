@@ -140,28 +140,6 @@ TEST_F(UnitTablesTest, LookupByDimension) {
     }
 }
 
-TEST_F(UnitTablesTest, FirstClaimOfASymbolWins) {
-    std::tuple<char const*, char const*> const cases[] = {
-        {"gpm", "gallon per minute"},
-        {"Pa", "pascal"},
-        {"Farad", "farad"},
-        {"F", "degree Fahrenheit"},
-        {"C", "degree Celcius"},
-        {"d", "day"},
-        {"h", "hour"},
-        {"T", "tesla"},
-        {"G", "gauss"},
-        {"\00194", "ohm"},
-        {"l.y.", "light year"},
-        {"Btu\\IT", "British thermal unit (international table)"}};
-    for (auto const& [symbol, name] : cases) {
-        UnitCollection terms;
-        ASSERT_TRUE(terms.Parse(symbol)) << symbol;
-        EXPECT_EQ(terms.Term(0).nPrefix, -1) << symbol;
-        EXPECT_STREQ(UnitTextOf(terms.Term(0).pUnit->Name()), name);
-    }
-}
-
 TEST_F(UnitTablesTest, InitialisingRunsOnceUntilUndone) {
     omdiunit_test::UserFile file("dimension\n1.0 zork first\n");
     UnitInitialize(file.path.c_str()); // already built: nothing changes
