@@ -228,28 +228,23 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
 
     EXPECT_EQ(U::PerformOperation(nullptr, nullptr, U::opMultiply), nullptr);
     EXPECT_EQ(U::PerformOperation(empty.p, nullptr, U::opAdd), nullptr);
-    struct Case {
-        UnitString* pLeft;
-        UnitString* pRight;
-        char nOperation;
-        UnitString* pSame; // the operand answered, or null for a shared result
-        char const* szText;
-    };
-    Case const cases[] = {{nullptr, s.p, U::opDivide, s.p, "s"},
-                          {m.p, empty.p, U::opDivide, m.p, "m"},
-                          {m.p, ft.p, U::opAdd, m.p, "m"},
-                          {ft.p, m.p, U::opSubtract, ft.p, "ft"},
-                          {m.p, ft.p, U::opMultiply, nullptr, "m^2"},
-                          {m.p, s.p, U::opDivide, nullptr, "m*s^-1"},
-                          {m.p, perM.p, U::opMultiply, nullptr, ""}};
-    for (Case const& c : cases) {
-        UnitString* const presult = U::PerformOperation(c.pLeft, c.pRight, c.nOperation);
-        ASSERT_NE(presult, nullptr) << c.szText;
-        if (c.pSame != nullptr) {
-            EXPECT_EQ(presult, c.pSame);
+    // pSame: the operand answered, or null for a shared result
+    std::tuple<UnitString*, UnitString*, char, UnitString*, char const*> const cases[] = {
+        {nullptr, s.p, U::opDivide, s.p, "s"},
+        {m.p, empty.p, U::opDivide, m.p, "m"},
+        {m.p, ft.p, U::opAdd, m.p, "m"},
+        {ft.p, m.p, U::opSubtract, ft.p, "ft"},
+        {m.p, ft.p, U::opMultiply, nullptr, "m^2"},
+        {m.p, s.p, U::opDivide, nullptr, "m*s^-1"},
+        {m.p, perM.p, U::opMultiply, nullptr, ""}};
+    for (auto const& [pLeft, pRight, nOperation, pSame, szText] : cases) {
+        UnitString* const presult = U::PerformOperation(pLeft, pRight, nOperation);
+        ASSERT_NE(presult, nullptr) << szText;
+        if (pSame != nullptr) {
+            EXPECT_EQ(presult, pSame);
         }
-        EXPECT_EQ(Text(*presult), c.szText);
-        EXPECT_EQ(presult->_get_bBaseUnits() != 0, c.pSame == nullptr && c.szText[0] != '\0');
+        EXPECT_EQ(Text(*presult), szText);
+        EXPECT_EQ(presult->_get_bBaseUnits() != 0, pSame == nullptr && szText[0] != '\0');
         presult->Release();
     }
     EXPECT_EQ(U::PerformOperation(m.p, ft.p, U::opDivide), nullptr);
@@ -443,13 +438,8 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
 
 TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
     UnitString unstrPa("Pa");
-    struct Case {
-        char const* szName;
-        std::string xml;
-        bool bThrows;
-        std::uint32_t nRanges; // of Pa under "Default"
-    };
-    Case const cases[] = {
+    // nRanges: of Pa under "Default"
+    std::tuple<char const*, std::string, bool, std::uint32_t> const cases[] = {
         {"a root of another name is ignored",
          "<Prefs><Unit NISTString=\"Pa\"><Range Start=\"0\" DisplayString=\"kPa\"/></Unit></Prefs>"
          "<End/>",
@@ -470,9 +460,9 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
          false, 0},
         {"no XML at all", "Pa kPa 0 2", false, 0},
         {"empty", "", false, 0}};
-    for (Case const& c : cases) {
+    for (auto const& [szName, xml, bThrows, nRanges] : cases) {
         UnitPreferences prefs;
-        std::string text = c.xml;
+        std::string text = xml;
         bool bThrew = false;
         try {
             prefs.ReadPreferencesText(text.data(), 0);
@@ -480,8 +470,8 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
             EXPECT_EQ(n, 0xDEADBEEFu);
             bThrew = true;
         }
-        EXPECT_EQ(bThrew, c.bThrows) << c.szName;
-        EXPECT_EQ(prefs.RangeCount(nullptr, unstrPa._get_nUnitID()), c.nRanges) << c.szName;
+        EXPECT_EQ(bThrew, bThrows) << szName;
+        EXPECT_EQ(prefs.RangeCount(nullptr, unstrPa._get_nUnitID()), nRanges) << szName;
     }
 }
 

@@ -6,14 +6,14 @@
 
 #include <cstdint>
 #include <random>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 
 TEST(CUnitIdTest, UnpacksAndPacksEveryField) {
     CUnitId const pressure(0xF87F);
-    EXPECT_EQ(pressure.Length_Get(), -1);
-    EXPECT_EQ(pressure.Mass_Get(), 1);
-    EXPECT_EQ(pressure.Time_Get(), -2);
+    EXPECT_EQ(std::tuple(pressure.Length_Get(), pressure.Mass_Get(), pressure.Time_Get()),
+              std::tuple(char{-1}, char{1}, char{-2}));
     EXPECT_EQ(pressure.Count(), 3);
     EXPECT_EQ(static_cast<std::uint32_t>(pressure), 0xF87Fu);
 

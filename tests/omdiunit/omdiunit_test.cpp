@@ -14,35 +14,28 @@ using omdiunit_test::UnitsTest;
 using UnitConvertTest = UnitsTest;
 
 TEST_F(UnitConvertTest, IntoAndOutOfSI) {
-    struct Case {
-        double value;
-        char const* unit;
-        short difference;
-        double si;
-    };
-    Case const cases[] = {{1.0, "kg", 0, 1.0},
-                          {1.0, "g", 0, 0.001},
-                          {1.0, "g^2", 0, 1e-06},
-                          {1.0, "kPa^2", 0, 1e06}, // the prefix takes the exponent too
-                          {1.0, "t", 0, 1000.0},   // mass factors are in kilograms
-                          {1.0, "mg", 0, 1e-06},
-                          {0.0, "C", 0, 273.15},
-                          {0.0, "C", 1, 0.0}, // a difference has no offset
-                          {32.0, "F", 0, 32.0 * 0.55555555555 + 255.37222222222},
-                          {1.0, "C^2", 0, 1.0}, // no offset with an exponent
-                          {1.0, "C*m", 0, 1.0}, // nor in a compound unit
-                          {0.0, "psig", 0, 101325.0},
-                          {2.0, "kC", 0, 275150.0}, // prefix after the offset
-                          {1.0, "km*h^-1", 0, 1000.0 / 3600.0},
-                          {1.0, "xyz", 0, 0.0},
-                          {1.0, "", 0, 0.0}};
-    for (Case const& c : cases) {
-        EXPECT_NEAR(ConvertToSI(c.value, c.unit, c.difference), c.si, std::fabs(c.si) * 1e-14)
-            << c.unit;
-        if (c.si == 0.0 || std::string(c.unit) == "kC") continue;
-        EXPECT_NEAR(ConvertFromSI(c.si, c.unit, c.difference), c.value,
-                    std::fabs(c.value) * 1e-12 + 1e-12)
-            << c.unit;
+    std::tuple<double, char const*, short, double> const cases[] = {
+        {1.0, "kg", 0, 1.0},
+        {1.0, "g", 0, 0.001},
+        {1.0, "g^2", 0, 1e-06},
+        {1.0, "kPa^2", 0, 1e06}, // the prefix takes the exponent too
+        {1.0, "t", 0, 1000.0},   // mass factors are in kilograms
+        {1.0, "mg", 0, 1e-06},
+        {0.0, "C", 0, 273.15},
+        {0.0, "C", 1, 0.0}, // a difference has no offset
+        {32.0, "F", 0, 32.0 * 0.55555555555 + 255.37222222222},
+        {1.0, "C^2", 0, 1.0}, // no offset with an exponent
+        {1.0, "C*m", 0, 1.0}, // nor in a compound unit
+        {0.0, "psig", 0, 101325.0},
+        {2.0, "kC", 0, 275150.0}, // prefix after the offset
+        {1.0, "km*h^-1", 0, 1000.0 / 3600.0},
+        {1.0, "xyz", 0, 0.0},
+        {1.0, "", 0, 0.0}};
+    for (auto const& [value, unit, difference, si] : cases) {
+        EXPECT_NEAR(ConvertToSI(value, unit, difference), si, std::fabs(si) * 1e-14) << unit;
+        if (si == 0.0 || std::string(unit) == "kC") continue;
+        EXPECT_NEAR(ConvertFromSI(si, unit, difference), value, std::fabs(value) * 1e-12 + 1e-12)
+            << unit;
     }
     // A prefixed offset unit does not come back: the offset is undone before
     // the prefix is.
@@ -50,14 +43,7 @@ TEST_F(UnitConvertTest, IntoAndOutOfSI) {
 }
 
 TEST_F(UnitConvertTest, BetweenUnits) {
-    struct Case {
-        double value;
-        char const* from;
-        char const* to;
-        short difference;
-        double expected;
-    };
-    Case const cases[] = {
+    std::tuple<double, char const*, char const*, short, double> const cases[] = {
         {0.0, "C", "K", 0, 273.15},
         {32.0, "F", "K", 0, UnitRound(32.0 * 0.55555555555 + 255.37222222222, 1e-05)},
         {10.0, "C", "F", 1, UnitRound(10.0 / 0.55555555555, 1e-05)},
@@ -69,9 +55,8 @@ TEST_F(UnitConvertTest, BetweenUnits) {
         {5.0, "xyz", "abc", 0, 0.0},      // both unknown: id 0 each
         {1.0, "J*kg^-1*C^-1", "J*kg^-1*K^-1", 0, 1.0},
         {1.0, "dam", "m", 0, 10.0}};
-    for (Case const& c : cases)
-        EXPECT_DOUBLE_EQ(Convert(c.value, c.from, c.to, c.difference), c.expected)
-            << c.from << " to " << c.to;
+    for (auto const& [value, from, to, difference, expected] : cases)
+        EXPECT_DOUBLE_EQ(Convert(value, from, to, difference), expected) << from << " to " << to;
 
     EXPECT_EQ(ThrownText([] { Convert(1.0, "m", "s", 0); }),
               "not same type omdiunit/omdiunit 569\n");

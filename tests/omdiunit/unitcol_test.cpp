@@ -29,13 +29,8 @@ UnitCollection Parsed(char const* text) {
 } // namespace
 
 TEST_F(UnitParseTest, Terms) {
-    struct Case {
-        char const* text;
-        char const* prefix; // null: none
-        char const* unit;
-        short exponent;
-    };
-    Case const cases[] = {
+    // prefix: null: none
+    std::tuple<char const*, char const*, char const*, short> const cases[] = {
         {"kg", "kilo", "gram", 1},
         {"dam", "deka", "meter", 1},
         {"dm", "deci", "meter", 1},
@@ -65,17 +60,17 @@ TEST_F(UnitParseTest, Terms) {
         {"l.y.", nullptr, "light year", 1},
         {"Btu\\IT", nullptr, "British thermal unit (international table)", 1},
     };
-    for (Case const& c : cases) {
+    for (auto const& [text, prefix, unit, exponent] : cases) {
         UnitCollection terms;
-        ASSERT_TRUE(terms.Parse(c.text)) << c.text;
+        ASSERT_TRUE(terms.Parse(text)) << text;
         ASSERT_EQ(terms.Count(), 1);
         UnitTerm const& term = terms.Term(0);
-        if (c.prefix == nullptr)
-            EXPECT_EQ(term.nPrefix, -1) << c.text;
+        if (prefix == nullptr)
+            EXPECT_EQ(term.nPrefix, -1) << text;
         else
-            EXPECT_STREQ(UnitTextOf(unittables::PrefixAt(term.nPrefix).Name()), c.prefix);
-        EXPECT_STREQ(UnitTextOf(term.pUnit->Name()), c.unit) << c.text;
-        EXPECT_EQ(term.nExponent, c.exponent) << c.text;
+            EXPECT_STREQ(UnitTextOf(unittables::PrefixAt(term.nPrefix).Name()), prefix);
+        EXPECT_STREQ(UnitTextOf(term.pUnit->Name()), unit) << text;
+        EXPECT_EQ(term.nExponent, exponent) << text;
     }
 }
 

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <vector>
 
 using namespace unittables;
 using omdiunit_test::UnitsTest;
@@ -86,14 +87,10 @@ template <class Rows, class Units> void ExpectRowsMatchUnits(Rows rows, Units un
 using UnitTablesTest = UnitsTest;
 
 TEST_F(UnitTablesTest, EveryRowConvertsBackAndItsIdMatchesItsExponents) {
-    EXPECT_EQ(SIBaseRows().size(), 7u);
-    EXPECT_EQ(SIDerivedRows().size(), 11u);
-    EXPECT_EQ(SIDerivedARows().size(), 13u);
-    EXPECT_EQ(SIDerivedBRows().size(), 14u);
-    EXPECT_EQ(SIOtherRows().size(), 7u);
-    EXPECT_EQ(OtherWRows().size(), 13u);
-    EXPECT_EQ(OtherRows().size(), 125u);
-    EXPECT_EQ(PrefixRows().size(), 20u);
+    EXPECT_EQ((std::vector{SIBaseRows().size(), SIDerivedRows().size(), SIDerivedARows().size(),
+                           SIDerivedBRows().size(), SIOtherRows().size(), OtherWRows().size(),
+                           OtherRows().size(), PrefixRows().size()}),
+              (std::vector<std::size_t>{7, 11, 13, 14, 7, 13, 125, 20}));
 
     ExpectRowsMatchUnits(SIBaseRows(), SIBaseUnits());
     ExpectRowsMatchUnits(SIDerivedRows(), SIDerivedUnits());
