@@ -29,7 +29,7 @@ UnitCollection Parsed(char const* text) {
 } // namespace
 
 TEST_F(UnitParseTest, Terms) {
-    // prefix: null: none
+    // prefix: null for none
     std::tuple<char const*, char const*, char const*, short> const cases[] = {
         {"kg", "kilo", "gram", 1},
         {"dam", "deka", "meter", 1},
