@@ -237,20 +237,15 @@ TEST_F(CPValueTest, StateFlagsAndPromotion) {
     EXPECT_EQ(val.IsLocked(), 0);
     EXPECT_EQ(val._get_nFlags(), 0x86u | 0x20u);
 
-    struct Promotion {
-        std::function<void(CPValue&)> set;
-        short nTo;
-        short nExpected;
-    };
-    Promotion const promotions[] = {
+    std::tuple<std::function<void(CPValue&)>, short, short> const promotions[] = {
         {[](CPValue& v) { v.Set(std::int32_t{1}); }, TY_DOUBLE, 1},
         {[](CPValue& v) { v.Set("x"); }, TY_DOUBLE, 0},
         {[](CPValue& v) { v.Set(1.0); }, static_cast<short>(TY_COLLECTION), 0},
         {[](CPValue& v) { v.Set(1.0); }, TY_SHORT, 0}};
-    for (Promotion const& p : promotions) {
+    for (auto const& [set, nTo, nExpected] : promotions) {
         CPValue v;
-        p.set(v);
-        EXPECT_EQ(v.CanPromoteTo(p.nTo), p.nExpected);
+        set(v);
+        EXPECT_EQ(v.CanPromoteTo(nTo), nExpected);
     }
 
     val._set_pstrPurpose("the PressureDropAcross");

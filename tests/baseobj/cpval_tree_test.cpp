@@ -143,18 +143,17 @@ TEST_F(CPValueTreeTest, SearchesAndVectors) {
     CPValue nums;
     nums.AddSubvalue(1.25);
     nums.AddSubvalue(-2.0);
-    struct Case {
-        std::uint16_t nType;
-        short nNeeded;
-    };
-    for (Case const c : {Case{TY_BOOL, 4}, Case{TY_SHORT, 4}, Case{TY_LONG, 8}, Case{TY_FLOAT, 8},
-                         Case{TY_DOUBLE, 16}}) {
-        SCOPED_TRACE(c.nType);
+    for (auto const& [nType, nNeeded] : {std::pair<std::uint16_t, short>{TY_BOOL, 4},
+                                         {TY_SHORT, 4},
+                                         {TY_LONG, 8},
+                                         {TY_FLOAT, 8},
+                                         {TY_DOUBLE, 16}}) {
+        SCOPED_TRACE(nType);
         unsigned char buf[16] = {};
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, static_cast<short>(c.nNeeded - 1)),
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, static_cast<short>(nNeeded - 1)),
                   nullptr);
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, c.nNeeded), buf);
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, -1), buf);
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, nNeeded), buf);
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, -1), buf);
     }
     EXPECT_EQ(nums.BuildVectorRepresentation(TY_STRING, nullptr, -1), nullptr);
     auto* pd = static_cast<double*>(nums.BuildVectorRepresentation(TY_DOUBLE));

@@ -152,26 +152,22 @@ TEST(DataResourceAttributesDeathTest, MendingIsNotedInTheReportLog) {
 }
 
 TEST(DataResourceDeathTest, AttributesWithoutTypeOrVersionsCannotBeSet) {
-    struct Case {
-        void (*spoil)(DataResourceAttributes&);
-        char const* check;
-    };
-    Case const cases[] = {
+    std::pair<void (*)(DataResourceAttributes&), char const*> const cases[] = {
         {[](DataResourceAttributes& d) { d.SetResourceType(""); },
          "rdraFrom.strType.Length() != 0"},
         {[](DataResourceAttributes& d) { d._set_usVersion(0); }, "rdraFrom.usVersion >0"},
         {[](DataResourceAttributes& d) { d._set_nStorageVersion(0); },
          "rdraFrom.nStorageVersion >0"},
         {[](DataResourceAttributes& d) { d.SetResourceName(nullptr); }, "szFrom != 0"}};
-    for (Case const& c : cases) {
+    for (auto const& [spoil, check] : cases) {
         test_support::ExpectFatalReport(
             [&] {
                 DataResourceAttributes from = Sample();
-                c.spoil(from);
+                spoil(from);
                 DataResourceAttributes to;
                 to.SetAttributes(from);
             },
-            c.check);
+            check);
     }
 }
 

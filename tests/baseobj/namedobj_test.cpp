@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -109,35 +110,29 @@ TEST(EdgeSpecTest, DefaultsSelectionDirectionCopyAndPool) {
 }
 
 TEST(NavigableTest, RelationTextsBothWays) {
-    struct {
-        short nCode;
-        char const* text;
-        short result;
-    } const toText[] = {{0x180, "RT_NAMED | RT_IN", 1},
-                        {RT_CONNECTION, "RT_CONNECTION | RT_OUT", 1},
-                        {0x108, "RT_SUMMARY | RT_IN", 1},
-                        {RT_REFERENCE, "RT_REFERENCE | RT_OUT", 1},
-                        {RT_CONTAINMENT, "", 0},
-                        {0x101, "", 0},
-                        {3, "", 0},
-                        {0x280, "", 0}};
-    for (auto const& c : toText) {
+    std::tuple<short, char const*, short> const toText[] = {
+        {0x180, "RT_NAMED | RT_IN", 1},
+        {RT_CONNECTION, "RT_CONNECTION | RT_OUT", 1},
+        {0x108, "RT_SUMMARY | RT_IN", 1},
+        {RT_REFERENCE, "RT_REFERENCE | RT_OUT", 1},
+        {RT_CONTAINMENT, "", 0},
+        {0x101, "", 0},
+        {3, "", 0},
+        {0x280, "", 0}};
+    for (auto const& [nCode, text, result] : toText) {
         char buf[64] = "stale";
-        EXPECT_EQ(Navigable::ConvertRelation2String(c.nCode, buf), c.result) << c.nCode;
-        EXPECT_STREQ(buf, c.text) << c.nCode;
+        EXPECT_EQ(Navigable::ConvertRelation2String(nCode, buf), result) << nCode;
+        EXPECT_STREQ(buf, text) << nCode;
     }
-    struct {
-        char const* text;
-        short nCode;
-        short result;
-    } const toCode[] = {{"rt_named | rt_out", 0x80, 1},       {"RT_NAMED", 0x180, 1},
-                        {" RT_CONTAINMENT ", 0x101, 1},       {"nonsense", 0x100, 0},
-                        {"RT_NAMED|RT_CONNECTION", 0x104, 1}, {"RT_OUT", 0, 0}};
-    for (auto const& c : toCode) {
-        std::string text = c.text;
+    std::tuple<char const*, short, short> const toCode[] = {
+        {"rt_named | rt_out", 0x80, 1},       {"RT_NAMED", 0x180, 1},
+        {" RT_CONTAINMENT ", 0x101, 1},       {"nonsense", 0x100, 0},
+        {"RT_NAMED|RT_CONNECTION", 0x104, 1}, {"RT_OUT", 0, 0}};
+    for (auto const& [szText, nExpected, result] : toCode) {
+        std::string text = szText;
         short nCode = -1;
-        EXPECT_EQ(Navigable::ConvertString2Relation(text.data(), &nCode), c.result) << c.text;
-        EXPECT_EQ(nCode, c.nCode) << c.text;
+        EXPECT_EQ(Navigable::ConvertString2Relation(text.data(), &nCode), result) << szText;
+        EXPECT_EQ(nCode, nExpected) << szText;
     }
 }
 
@@ -201,23 +196,20 @@ TEST(NavigableTest, LinkingBothEnds) {
 
 TEST(NavigableTest, WalkOrdersAndTheirFunctions) {
     SmallTree t;
-    struct {
-        short nOrder;
-        char const* expected;
-    } const cases[] = {
+    std::tuple<short, char const*> const cases[] = {
         {0, "<a fa >a <b fb >b "},
         {1, "<a fa |a <a1 fa1 |a1 >a1 <a2 fa2 |a2 >a2 >a <b fb |b <b1 fb1 |b1 >b1 >b "},
         {2, "<a <a1 |a1 fa1 >a1 <a2 |a2 fa2 >a2 |a fa >a <b <b1 |b1 fb1 >b1 |b fb >b "},
         {7, ""}};
-    for (auto const& c : cases) {
+    for (auto const& [nOrder, expected] : cases) {
         std::string log;
-        t.n[0]->ForEach(Log<'f'>, &log, c.nOrder, RT_CONTAINMENT, nullptr, Log<'<'>, Log<'>'>,
+        t.n[0]->ForEach(Log<'f'>, &log, nOrder, RT_CONTAINMENT, nullptr, Log<'<'>, Log<'>'>,
                         Log<'|'>);
-        EXPECT_EQ(log, c.expected) << c.nOrder;
+        EXPECT_EQ(log, expected) << nOrder;
         std::string intLog;
-        t.n[0]->ForEach(LogTrue<'f'>, &intLog, c.nOrder, RT_CONTAINMENT, nullptr, LogTrue<'<'>,
+        t.n[0]->ForEach(LogTrue<'f'>, &intLog, nOrder, RT_CONTAINMENT, nullptr, LogTrue<'<'>,
                         LogTrue<'>'>, LogTrue<'|'>);
-        EXPECT_EQ(intLog, c.expected) << c.nOrder;
+        EXPECT_EQ(intLog, expected) << nOrder;
     }
 
     // The int form descends only where fn (parent first) or fnBefore

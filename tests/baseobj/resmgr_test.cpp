@@ -104,12 +104,7 @@ TEST_F(ResourceManagerTest, FailuresLeaveTheirTextAndAnswerNull) {
     std::string const absent = Named("absent");
     std::string const noPath = Named("");
     std::string const named = Named("a");
-    struct Case {
-        char const* what;
-        std::function<DataResource*()> call;
-        std::string error;
-    };
-    std::vector<Case> const cases = {
+    std::tuple<char const*, std::function<DataResource*()>, std::string> const cases[] = {
         {"missing", [&] { return rm.ReadResource(absent.c_str(), 1, nullptr); },
          "Resource not found: " + absent},
         {"unregistered", [&] { return rm.ReadResource("[nowhere@/tmp]a", 1, nullptr); },
@@ -124,10 +119,10 @@ TEST_F(ResourceManagerTest, FailuresLeaveTheirTextAndAnswerNull) {
          "Unregistered Container Type: nowhere"},
         // A write to a text that names no resource fails with no text.
         {"write without path", [&] { return rm.WriteResource(noPath.c_str(), text); }, "before"}};
-    for (Case const& c : cases) {
+    for (auto const& [what, call, error] : cases) {
         rm._set_strError("before");
-        EXPECT_EQ(c.call(), nullptr) << c.what;
-        EXPECT_EQ(Error(), c.error) << c.what;
+        EXPECT_EQ(call(), nullptr) << what;
+        EXPECT_EQ(Error(), error) << what;
     }
     EXPECT_EQ(CacheLength(), 0u);
     text->Release();

@@ -174,25 +174,18 @@ TEST_F(UnitStringTest, OursWrittenInTheForeignNotation) {
 }
 
 TEST_F(UnitStringTest, ConvertToFollowsTheTargetAndChecksDimensions) {
-    struct Case {
-        char const* szFrom;
-        char const* szTo;
-        double dIn;
-        short bDifference;
-        double dOut;
-        char const* szActual;
-    };
-    Case const cases[] = {{"m", "ft", 1.0, 0, 3.28083, "ft"},
-                          {"C", "degF", 100.0, 0, 212.0, "F"},
-                          {"degC", "F", 10.0, 1, 18.0, "F"},
-                          {"m^3*s^-1", "m3/hr", 1.0, 0, 3600.0, "m^3*h^-1"},
-                          {"", "kPa", 7.0, 0, 7.0, "kPa"}};
-    for (Case const& c : cases) {
-        UnitString unstr(c.szFrom);
+    std::tuple<char const*, char const*, double, short, double, char const*> const cases[] = {
+        {"m", "ft", 1.0, 0, 3.28083, "ft"},
+        {"C", "degF", 100.0, 0, 212.0, "F"},
+        {"degC", "F", 10.0, 1, 18.0, "F"},
+        {"m^3*s^-1", "m3/hr", 1.0, 0, 3600.0, "m^3*h^-1"},
+        {"", "kPa", 7.0, 0, 7.0, "kPa"}};
+    for (auto const& [szFrom, szTo, dIn, bDifference, dOut, szActual] : cases) {
+        UnitString unstr(szFrom);
         CPString strActual("");
-        EXPECT_NEAR(unstr.ConvertTo(c.szTo, c.dIn, &strActual, c.bDifference), c.dOut, 1e-9)
-            << c.szFrom << " to " << c.szTo;
-        EXPECT_EQ(Text(strActual), c.szActual);
+        EXPECT_NEAR(unstr.ConvertTo(szTo, dIn, &strActual, bDifference), dOut, 1e-9)
+            << szFrom << " to " << szTo;
+        EXPECT_EQ(Text(strActual), szActual);
     }
     // Texts met before convert on their kept terms, exactly as Convert would.
     std::tuple<char const*, char const*> const pairs[] = {
