@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -94,21 +95,16 @@ int LoadFailure(ConfigFile& cf, fs::path const& path) {
 } // namespace
 
 TEST(ConfigFileTest, CorpusFilesLoadOrFailWithTheirIntegers) {
-    struct {
-        char const* file;
-        int thrown;
-    } const cases[] = {
-        {"good.xml", 0},
-        {"written.xml", 0x54998C},
-        {"name_not_first.xml", 0x54998C},
-        {"nested.xml", 0x11201E},
-        {"orphan_parameter.xml", 0x181CD},
-        {"nameless_parameter.xml", 0x69F6BC7},
-        {"stray_close.xml", 0x21E88E},
-    };
-    for (auto const& c : cases) {
+    std::tuple<char const*, int> const cases[] = {{"good.xml", 0},
+                                                  {"written.xml", 0x54998C},
+                                                  {"name_not_first.xml", 0x54998C},
+                                                  {"nested.xml", 0x11201E},
+                                                  {"orphan_parameter.xml", 0x181CD},
+                                                  {"nameless_parameter.xml", 0x69F6BC7},
+                                                  {"stray_close.xml", 0x21E88E}};
+    for (auto const& [file, thrown] : cases) {
         ConfigFile cf;
-        EXPECT_EQ(LoadFailure(cf, ConfigCorpus(c.file)), c.thrown) << c.file;
+        EXPECT_EQ(LoadFailure(cf, ConfigCorpus(file)), thrown) << file;
     }
 
     ConfigFile cf;

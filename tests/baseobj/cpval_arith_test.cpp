@@ -89,12 +89,16 @@ std::map<std::string, OperatorFn> const& Operators() {
         {"le", [](CPValue& a, CPValue& b, CPValue& r) { r.LEOperator(a, b, r); }},
         {"gt", [](CPValue& a, CPValue& b, CPValue& r) { r.GreaterOperator(a, b, r); }},
         {"ge", [](CPValue& a, CPValue& b, CPValue& r) { r.GEOperator(a, b, r); }},
-        {"eq",
-         [](CPValue& a, CPValue& b, CPValue& r) {
+        {"or", [](CPValue& a, CPValue& b, CPValue& r) { r.OrOperator(a, b, r); }},
+        {"xor", [](CPValue& a, CPValue& b, CPValue& r) { r.XorOperator(a, b, r); }},
+        {"and", [](CPValue& a, CPValue& b, CPValue& r) { r.AndOperator(a, b, r); }},
+        // The unary operators take the left operand only.
+        {"neg", [](CPValue& a, CPValue&, CPValue& r) { r.NegOperator(a); }},
+        {"not", [](CPValue& a, CPValue&, CPValue& r) { r.NotOperator(a); }},
+        {"eq", [](CPValue& a, CPValue& b, CPValue& r) {
              r.Set(a.IsEquivalentTo(&b));
              r._set_punstrUnits(static_cast<char const*>(nullptr));
-         }},
-    };
+         }}};
     return ops;
 }
 
@@ -104,8 +108,7 @@ std::map<std::string, std::function<short(CPValue&, CPValue&)>> const& Tests() {
         {"lt", [](CPValue& a, CPValue& b) { return a.IsLessThan(&b); }},
         {"le", [](CPValue& a, CPValue& b) { return a.IsLessThanOrEqualTo(&b); }},
         {"gt", [](CPValue& a, CPValue& b) { return a.IsGreaterThan(&b); }},
-        {"ge", [](CPValue& a, CPValue& b) { return a.IsGreaterThanOrEqualTo(&b); }},
-    };
+        {"ge", [](CPValue& a, CPValue& b) { return a.IsGreaterThanOrEqualTo(&b); }}};
     return tests;
 }
 
@@ -114,8 +117,7 @@ std::map<std::string, std::function<void(CPValue&, CPValue&)>> const& InPlace() 
         {"add", [](CPValue& a, CPValue& b) { a += b; }},
         {"sub", [](CPValue& a, CPValue& b) { a -= b; }},
         {"mul", [](CPValue& a, CPValue& b) { a *= b; }},
-        {"div", [](CPValue& a, CPValue& b) { a /= b; }},
-    };
+        {"div", [](CPValue& a, CPValue& b) { a /= b; }}};
     return ops;
 }
 
@@ -177,14 +179,6 @@ TEST_F(CPValueArithTest, OperatorsAgreeWithTheIndependentTable) {
     }
 }
 
-// Each case gives its result's text and type after one operation.
-struct KindCase {
-    char const* szWhat;
-    std::function<void(CPValue&)> run;
-    char const* szText;
-    std::uint16_t nType;
-};
-
 CPValue* Collection(std::initializer_list<double> values) {
     auto* const pval = new CPValue;
     pval->AddRef();
@@ -208,44 +202,40 @@ TEST_F(CPValueArithTest, OperandsOfOtherKinds) {
     truth.SetBool(1);
     CPValue* const pcoll = Collection({1.0, 2.0});
     CPValue* const pcollB = Collection({1.0});
-    KindCase const cases[] = {
-        {"undefined + 1", [&](CPValue& r) { r.AddOperator(undefined, one, &r); }, "1", TY_LONG},
-        {"1 - undefined", [&](CPValue& r) { r.SubOperator(one, undefined, r); }, "1", TY_LONG},
-        {"undefined * 1", [&](CPValue& r) { r.MulOperator(undefined, one, r); }, "<empty>",
-         TY_UNDEFINED},
-        {"1 / undefined", [&](CPValue& r) { r.DivOperator(one, undefined, r); }, "<empty>",
-         TY_UNDEFINED},
-        {"text + 1", [&](CPValue& r) { r.AddOperator(text, one, &r); }, "ab1", TY_STRING},
-        {"1 + text", [&](CPValue& r) { r.AddOperator(one, text, &r); }, "1ab", TY_STRING},
-        {"text + text", [&](CPValue& r) { r.AddOperator(text, text, &r); }, "abab", TY_STRING},
-        {"text * 1", [&](CPValue& r) { r.MulOperator(text, one, r); }, "0", TY_SHORT},
-        {"7 / 2 shorts", [&](CPValue& r) { r.DivOperator(seven, two, r); }, "3", TY_SHORT},
-        {"7.5 mod 2", [&](CPValue& r) { r.ModOperator(sevenHalf, two, r); }, "1.000000", TY_DOUBLE},
-        {"coll + coll", [&](CPValue& r) { r.AddOperator(*pcoll, *pcollB, &r); }, "0", TY_SHORT},
-        {"coll + 1", [&](CPValue& r) { r.AddOperator(*pcoll, one, &r); }, "{2.000000 , 3.000000}",
-         TY_COLLECTION},
-        {"1 - coll", [&](CPValue& r) { r.SubOperator(one, *pcoll, r); }, "{0.000000 , 1.000000}",
-         TY_COLLECTION},
-        {"coll * 2", [&](CPValue& r) { r.MulOperator(*pcoll, two, r); }, "{2.000000 , 4.000000}",
-         TY_COLLECTION},
-        {"-coll", [&](CPValue& r) { r.NegOperator(*pcoll); }, "{-1.000000 , -2.000000}",
-         TY_COLLECTION},
-        {"not 0.0", [&](CPValue& r) { r.NotOperator(zero); }, "1.000000", TY_DOUBLE},
-        {"not 7", [&](CPValue& r) { r.NotOperator(seven); }, "0", TY_SHORT},
-        {"-7", [&](CPValue& r) { r.NegOperator(seven); }, "-7", TY_SHORT},
-        {"1 or 0.0", [&](CPValue& r) { r.OrOperator(one, zero, r); }, "1.000000", TY_DOUBLE},
-        {"1 xor true", [&](CPValue& r) { r.XorOperator(one, truth, r); }, "0", TY_LONG},
-        {"1 and 0.0", [&](CPValue& r) { r.AndOperator(one, zero, r); }, "0.000000", TY_DOUBLE},
-        {"text and 1", [&](CPValue& r) { r.AndOperator(text, one, r); }, "0", TY_BOOL},
-        {"coll or 1", [&](CPValue& r) { r.OrOperator(*pcoll, one, r); }, "0", TY_BOOL},
-        {"undefined or 7", [&](CPValue& r) { r.OrOperator(undefined, seven, r); }, "7", TY_SHORT},
-        {"text < 1", [&](CPValue& r) { r.LessOperator(text, one, r); }, "0", TY_SHORT},
-    };
-    for (KindCase const& c : cases) {
+    CPValue& coll = *pcoll;
+    // Each case: the operands, the operator, its result's text and type.
+    std::tuple<CPValue&, char const*, CPValue&, char const*, std::uint16_t> const cases[] = {
+        {undefined, "add", one, "1", TY_LONG},
+        {one, "sub", undefined, "1", TY_LONG},
+        {undefined, "mul", one, "<empty>", TY_UNDEFINED},
+        {one, "div", undefined, "<empty>", TY_UNDEFINED},
+        {text, "add", one, "ab1", TY_STRING},
+        {one, "add", text, "1ab", TY_STRING},
+        {text, "add", text, "abab", TY_STRING},
+        {text, "mul", one, "0", TY_SHORT},
+        {seven, "div", two, "3", TY_SHORT},
+        {sevenHalf, "mod", two, "1.000000", TY_DOUBLE},
+        {coll, "add", *pcollB, "0", TY_SHORT},
+        {coll, "add", one, "{2.000000 , 3.000000}", TY_COLLECTION},
+        {one, "sub", coll, "{0.000000 , 1.000000}", TY_COLLECTION},
+        {coll, "mul", two, "{2.000000 , 4.000000}", TY_COLLECTION},
+        {coll, "neg", coll, "{-1.000000 , -2.000000}", TY_COLLECTION},
+        {zero, "not", zero, "1.000000", TY_DOUBLE},
+        {seven, "not", seven, "0", TY_SHORT},
+        {seven, "neg", seven, "-7", TY_SHORT},
+        {one, "or", zero, "1.000000", TY_DOUBLE},
+        {one, "xor", truth, "0", TY_LONG},
+        {one, "and", zero, "0.000000", TY_DOUBLE},
+        {text, "and", one, "0", TY_BOOL},
+        {coll, "or", one, "0", TY_BOOL},
+        {undefined, "or", seven, "7", TY_SHORT},
+        {text, "lt", one, "0", TY_SHORT}};
+    for (auto const& [a, szOp, b, szText, nType] : cases) {
+        SCOPED_TRACE(Str(a) + " " + szOp + " " + Str(b));
         CPValue r;
-        c.run(r);
-        EXPECT_EQ(Str(r), c.szText) << c.szWhat;
-        EXPECT_EQ(r.GetType(), c.nType) << c.szWhat;
+        Operators().at(szOp)(a, b, r);
+        EXPECT_EQ(Str(r), szText);
+        EXPECT_EQ(r.GetType(), nType);
     }
     // The operands are left as they were.
     EXPECT_EQ(Str(*pcoll), "{1.000000 , 2.000000}");
@@ -366,8 +356,7 @@ TEST_F(CPValueArithTest, EveryReadAndWriteOfABoundValuePassesThroughTheProxy) {
         {"in place -", [&](CPValue& v) { v -= three; }, "Fetch", "9.000000"},
         {"comparison", [&](CPValue& v) { EXPECT_EQ(v.IsGreaterThan(&three), 1); }, "Fetch",
          "9.000000"},
-        {"negation", [](CPValue& v) { v.NegOperator(v); }, "Set", "-9.000000"},
-    };
+        {"negation", [](CPValue& v) { v.NegOperator(v); }, "Set", "-9.000000"}};
     for (ProxyStep const& step : steps) {
         int const nBefore = proxy.calls[step.szCounter];
         step.run(val);

@@ -19,6 +19,11 @@ inline std::string Str(CPValue& val) {
     return buf;
 }
 
+// The value's text and its units: "2.000000 |m|".
+inline std::string Shown(CPValue& val) {
+    return Str(val) + " |" + Units(val) + "|";
+}
+
 // A value that holds x, with units when given: a test's operand in one line.
 struct ValueOf : CPValue {
     using CPValue::operator=;

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -95,19 +96,14 @@ TEST_F(CPValueTreeTest, SelectorRules) {
     CPValue coll;
     for (int i = 0; i < 3; ++i)
         coll.AddSubvalue(std::int32_t{10 * i}, ("e" + std::to_string(i)).c_str());
-    struct Case {
-        short n;
-        short bForce;
-        short nStored;
-        bool bSelf;
-    };
-    Case const cases[] = {{0, 0, 0, false},  {2, 0, 2, false}, {3, 0, -1, true},  {-1, 0, -1, true},
-                          {-2, 0, -1, true}, {5, 1, 5, true},  {-7, 1, -7, true}, {1, 1, 1, false}};
-    for (Case const& c : cases) {
-        SCOPED_TRACE(c.n);
-        coll._set_nSelector(c.n, c.bForce);
-        EXPECT_EQ(coll._get_nSelector(), c.nStored);
-        EXPECT_EQ(coll.GetSelection() == &coll, c.bSelf);
+    std::tuple<short, short, short, bool> const cases[] = {
+        {0, 0, 0, false},  {2, 0, 2, false}, {3, 0, -1, true},  {-1, 0, -1, true},
+        {-2, 0, -1, true}, {5, 1, 5, true},  {-7, 1, -7, true}, {1, 1, 1, false}};
+    for (auto const& [n, bForce, nStored, bSelf] : cases) {
+        SCOPED_TRACE(n);
+        coll._set_nSelector(n, bForce);
+        EXPECT_EQ(coll._get_nSelector(), nStored);
+        EXPECT_EQ(coll.GetSelection() == &coll, bSelf);
     }
 
     // A selected element stands for the collection.
@@ -147,18 +143,17 @@ TEST_F(CPValueTreeTest, SearchesAndVectors) {
     CPValue nums;
     nums.AddSubvalue(1.25);
     nums.AddSubvalue(-2.0);
-    struct Case {
-        std::uint16_t nType;
-        short nNeeded;
-    };
-    for (Case const c : {Case{TY_BOOL, 4}, Case{TY_SHORT, 4}, Case{TY_LONG, 8}, Case{TY_FLOAT, 8},
-                         Case{TY_DOUBLE, 16}}) {
-        SCOPED_TRACE(c.nType);
+    for (auto const& [nType, nNeeded] : {std::pair<std::uint16_t, short>{TY_BOOL, 4},
+                                         {TY_SHORT, 4},
+                                         {TY_LONG, 8},
+                                         {TY_FLOAT, 8},
+                                         {TY_DOUBLE, 16}}) {
+        SCOPED_TRACE(nType);
         unsigned char buf[16] = {};
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, static_cast<short>(c.nNeeded - 1)),
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, static_cast<short>(nNeeded - 1)),
                   nullptr);
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, c.nNeeded), buf);
-        EXPECT_EQ(nums.BuildVectorRepresentation(c.nType, buf, -1), buf);
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, nNeeded), buf);
+        EXPECT_EQ(nums.BuildVectorRepresentation(nType, buf, -1), buf);
     }
     EXPECT_EQ(nums.BuildVectorRepresentation(TY_STRING, nullptr, -1), nullptr);
     auto* pd = static_cast<double*>(nums.BuildVectorRepresentation(TY_DOUBLE));
@@ -201,12 +196,7 @@ TEST_F(CPValueTreeTest, AttributesWrittenAndReadBack) {
     val.SetAttribute("Purpose", &text);
     EXPECT_STREQ(val._get_pstrPurpose_As_sz(), "Heat");
 
-    struct Case {
-        char const* szName;
-        double dWritten;
-        char const* szRead;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, double, char const*> const cases[] = {
         {"DefinitionStatus", 1, "1"},
         {"DefinitionStatusReason", 1, "1"},
         {"LockStatus", 1, "1"},
@@ -216,13 +206,12 @@ TEST_F(CPValueTreeTest, AttributesWrittenAndReadBack) {
         {"CannotAssumeUndefinedState", 1, "1"},
         {"Selector", 1, "1"},
         {"Selector", 9, "-1"},
-        {"ValCount", 7, "2"},
-    };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(c.szName);
-        CPValue* pval = Number(c.dWritten);
-        EXPECT_EQ(val.SetAttribute(c.szName, pval), 1);
-        EXPECT_EQ(AttrText(val, c.szName), c.szRead);
+        {"ValCount", 7, "2"}};
+    for (auto const& [szName, dWritten, szRead] : cases) {
+        SCOPED_TRACE(szName);
+        CPValue* pval = Number(dWritten);
+        EXPECT_EQ(val.SetAttribute(szName, pval), 1);
+        EXPECT_EQ(AttrText(val, szName), szRead);
         pval->Release();
     }
     CPValue* pvalBool = Number(1);

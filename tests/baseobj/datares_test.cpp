@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -101,12 +102,7 @@ TEST(DataResourceAttributesTest, DamagedFormsAreRefusedAndLeaveTheAttributes) {
     }
 
     std::string const head("\x01\0\x01\0\0\0\0\0", 8);
-    struct Case {
-        char const* what;
-        std::string bytes;
-        bool refused;
-    };
-    std::vector<Case> const cases = {
+    std::vector<std::tuple<char const*, std::string, bool>> const cases = {
         {"a length past the data", head + std::string("\xFF\0\x40\0\0\0abc", 9), true},
         {"the largest length", head + std::string("\xFF\0\xFF\xFF\xFF\xFF", 6), true},
         {"an unknown string version", head + std::string("\xFF\x01\0\0\0\0", 6), true},
@@ -115,26 +111,20 @@ TEST(DataResourceAttributesTest, DamagedFormsAreRefusedAndLeaveTheAttributes) {
         {"older strings",
          head + std::string("\x02\0\0\0ab", 6) + std::string("\0\0\0\0", 4) +
              std::string("\x05\0\0\0Text", 9),
-         false},
-    };
-    for (Case const& c : cases) {
+         false}};
+    for (auto const& [what, bytes, refused] : cases) {
         DataResourceAttributes dra = Sample();
-        EXPECT_EQ(Refused(c.bytes, dra), c.refused) << c.what;
+        EXPECT_EQ(Refused(bytes, dra), refused) << what;
     }
 }
 
 TEST(DataResourceAttributesTest, TypesCutShortByOlderWritersAreMended) {
-    struct Case {
-        char const* stored;
-        char const* read;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"Scrip", "Script"},        {"Workshee", "Worksheet"}, {"Workbook", "Worksheet"},
         {"Scripts", "Scripts"},     {"Script", "Script"},      {"Scrap", "Scrap"},
-        {"Worksheet", "Worksheet"}, {"Work", "Work"},
-    };
-    for (Case const& c : cases)
-        EXPECT_EQ(TypeRead(c.stored), c.read) << c.stored;
+        {"Worksheet", "Worksheet"}, {"Work", "Work"}};
+    for (auto const& [stored, read] : cases)
+        EXPECT_EQ(TypeRead(stored), read) << stored;
 }
 
 TEST(DataResourceAttributesDeathTest, MendingIsNotedInTheReportLog) {
@@ -162,27 +152,22 @@ TEST(DataResourceAttributesDeathTest, MendingIsNotedInTheReportLog) {
 }
 
 TEST(DataResourceDeathTest, AttributesWithoutTypeOrVersionsCannotBeSet) {
-    struct Case {
-        void (*spoil)(DataResourceAttributes&);
-        char const* check;
-    };
-    Case const cases[] = {
+    std::pair<void (*)(DataResourceAttributes&), char const*> const cases[] = {
         {[](DataResourceAttributes& d) { d.SetResourceType(""); },
          "rdraFrom.strType.Length() != 0"},
         {[](DataResourceAttributes& d) { d._set_usVersion(0); }, "rdraFrom.usVersion >0"},
         {[](DataResourceAttributes& d) { d._set_nStorageVersion(0); },
          "rdraFrom.nStorageVersion >0"},
-        {[](DataResourceAttributes& d) { d.SetResourceName(nullptr); }, "szFrom != 0"},
-    };
-    for (Case const& c : cases) {
+        {[](DataResourceAttributes& d) { d.SetResourceName(nullptr); }, "szFrom != 0"}};
+    for (auto const& [spoil, check] : cases) {
         test_support::ExpectFatalReport(
             [&] {
                 DataResourceAttributes from = Sample();
-                c.spoil(from);
+                spoil(from);
                 DataResourceAttributes to;
                 to.SetAttributes(from);
             },
-            c.check);
+            check);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -30,12 +31,7 @@ std::string Built(PMoniker& mk) {
 
 // Text, the text built back, and where finding from the root ends.
 TEST_F(PathTest, PathsParseBuildBackAndWalk) {
-    struct Row {
-        char const* text;
-        char const* built;
-        char const* found;
-    };
-    Row const rows[] = {
+    std::tuple<char const*, char const*, char const*> const rows[] = {
         {":a:b", ":a:b", "b"},
         {":a[2]", ":a[2]", "y"},
         {"a:x", ":a:x", "x"}, // a leading name needs no colon
@@ -47,15 +43,14 @@ TEST_F(PathTest, PathsParseBuildBackAndWalk) {
         {":a[ :one ]", ":a[1]", "x"},   // the expression's spacing does not count
         {":a[:missing]", ":a[0]", "b"}, // an expression that leads nowhere is 0
         {":a[]", ":a[0]", "b"},
-        {":q-r", ":q-r", "null"},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text);
+        {":q-r", ":q-r", "null"}};
+    for (auto const& [text, built, found] : rows) {
+        SCOPED_TRACE(text);
         PMoniker mk;
-        mk.ScanPath(row.text, g.root);
-        EXPECT_EQ(Built(mk), row.built);
-        EXPECT_EQ(Tag(mk.FollowPath(g.root, PMoniker::kFind, 0)), row.found);
-        EXPECT_EQ(Tag(g.root->FollowPath(row.text, PMoniker::kFind, 0)), row.found);
+        mk.ScanPath(text, g.root);
+        EXPECT_EQ(Built(mk), built);
+        EXPECT_EQ(Tag(mk.FollowPath(g.root, PMoniker::kFind, 0)), found);
+        EXPECT_EQ(Tag(g.root->FollowPath(text, PMoniker::kFind, 0)), found);
     }
 }
 
@@ -70,26 +65,21 @@ TEST_F(PathTest, ExpressionsWithoutANodeOrAReaderGiveZero) {
 }
 
 TEST_F(PathTest, BadPathsThrow) {
-    struct Row {
-        std::string text;
-        short code;
-    };
-    Row const rows[] = {
+    std::tuple<std::string, short> const rows[] = {
         {":", 214},
         {":a[", 270},
         {":a[2", 270},
         {":a[[:two]", 270},
         // A name too long for a step is refused, not cut.
-        {"://" + std::string(3000, 'n'), 274},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text.substr(0, 20));
+        {"://" + std::string(3000, 'n'), 274}};
+    for (auto const& [text, code] : rows) {
+        SCOPED_TRACE(text.substr(0, 20));
         PMoniker mk;
         try {
-            mk.ScanPath(row.text.c_str(), g.root);
+            mk.ScanPath(text.c_str(), g.root);
             ADD_FAILURE() << "no exception";
         } catch (Exception const& e) {
-            EXPECT_EQ(e._get_nException(), row.code);
+            EXPECT_EQ(e._get_nException(), code);
         }
     }
 }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <random>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -67,20 +68,16 @@ TEST(NotifierTest, MasksLinksAndSwaps) {
     EXPECT_EQ(r.IsNotifier(&s, 2), 1);
 
     // No bits keep only bit 0; any bits drop the whole link.
-    struct {
-        std::uint32_t ulMask, ulRemove;
-        bool bKept;
-        std::uint32_t ulLeft;
-    } const removals[] = {
+    std::tuple<std::uint32_t, std::uint32_t, bool, std::uint32_t> const removals[] = {
         {3, 1, false, 0}, {3, 0, true, 1}, {2, 0, false, 0}, {0xF0, 0x10, false, 0}};
-    for (auto const& c : removals) {
+    for (auto const& [ulMask, ulRemove, bKept, ulLeft] : removals) {
         s.DisconnectAllNotifiables(0xFFFFFFFF);
-        s.ConnectNotifiable(&r, c.ulMask);
-        s.DisconnectNotifiable(&r, c.ulRemove);
-        EXPECT_EQ(s._get_ptreeNotifiables() != nullptr, c.bKept) << c.ulMask << "/" << c.ulRemove;
-        EXPECT_EQ(r._get_ptreeNotifiers() != nullptr, c.bKept);
-        if (c.bKept) {
-            EXPECT_EQ(r.IsNotifier(&s, c.ulLeft), 1);
+        s.ConnectNotifiable(&r, ulMask);
+        s.DisconnectNotifiable(&r, ulRemove);
+        EXPECT_EQ(s._get_ptreeNotifiables() != nullptr, bKept) << ulMask << "/" << ulRemove;
+        EXPECT_EQ(r._get_ptreeNotifiers() != nullptr, bKept);
+        if (bKept) {
+            EXPECT_EQ(r.IsNotifier(&s, ulLeft), 1);
         }
     }
     s.DisconnectAllNotifiables(0xFFFFFFFF);

@@ -10,6 +10,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -103,12 +104,7 @@ TEST_F(ResourceManagerTest, FailuresLeaveTheirTextAndAnswerNull) {
     std::string const absent = Named("absent");
     std::string const noPath = Named("");
     std::string const named = Named("a");
-    struct Case {
-        char const* what;
-        std::function<DataResource*()> call;
-        std::string error;
-    };
-    std::vector<Case> const cases = {
+    std::tuple<char const*, std::function<DataResource*()>, std::string> const cases[] = {
         {"missing", [&] { return rm.ReadResource(absent.c_str(), 1, nullptr); },
          "Resource not found: " + absent},
         {"unregistered", [&] { return rm.ReadResource("[nowhere@/tmp]a", 1, nullptr); },
@@ -122,12 +118,11 @@ TEST_F(ResourceManagerTest, FailuresLeaveTheirTextAndAnswerNull) {
         {"unregistered write", [&] { return rm.WriteResource("[nowhere@/tmp]a", text); },
          "Unregistered Container Type: nowhere"},
         // A write to a text that names no resource fails with no text.
-        {"write without path", [&] { return rm.WriteResource(noPath.c_str(), text); }, "before"},
-    };
-    for (Case const& c : cases) {
+        {"write without path", [&] { return rm.WriteResource(noPath.c_str(), text); }, "before"}};
+    for (auto const& [what, call, error] : cases) {
         rm._set_strError("before");
-        EXPECT_EQ(c.call(), nullptr) << c.what;
-        EXPECT_EQ(Error(), c.error) << c.what;
+        EXPECT_EQ(call(), nullptr) << what;
+        EXPECT_EQ(Error(), error) << what;
     }
     EXPECT_EQ(CacheLength(), 0u);
     text->Release();
@@ -199,18 +194,15 @@ TEST_F(ResourceManagerTest, DamagedFilesAreRefusedAndNotCached) {
     std::string const whole = ReadAll(path);
     std::ostringstream head;
     head << text->_get_draAttributes();
-    struct Case {
-        std::size_t keep;
-        char const* error;
-    };
-    Case const cases[] = {{3, "Damaged resource header in "},
-                          {head.str().size() - 1, "Damaged resource header in "},
-                          {head.str().size() + 2, "Damaged resource content in "},
-                          {whole.size() - 1, "Damaged resource content in "}};
-    for (Case const& c : cases) {
-        WriteAll(path, whole.substr(0, c.keep));
-        EXPECT_EQ(prm->ReadResource(Named("r").c_str(), 1, nullptr), nullptr) << c.keep;
-        EXPECT_EQ(Error(), c.error + path) << c.keep;
+    std::tuple<std::size_t, char const*> const cases[] = {
+        {3, "Damaged resource header in "},
+        {head.str().size() - 1, "Damaged resource header in "},
+        {head.str().size() + 2, "Damaged resource content in "},
+        {whole.size() - 1, "Damaged resource content in "}};
+    for (auto const& [keep, error] : cases) {
+        WriteAll(path, whole.substr(0, keep));
+        EXPECT_EQ(prm->ReadResource(Named("r").c_str(), 1, nullptr), nullptr) << keep;
+        EXPECT_EQ(Error(), error + path) << keep;
         EXPECT_EQ(CacheLength(), 0u);
     }
     text->Release();

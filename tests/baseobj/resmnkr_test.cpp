@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -30,49 +31,42 @@ std::string Built(ResourceMoniker& mk, short nForm) {
 // the bracketed form, which reads back to the same moniker, and in the arrow
 // form.
 TEST_F(ResourceMonikerTest, TextsParseAndBuildBack) {
-    struct Row {
-        char const* text;
-        char const* type;
-        char const* file;
-        char const* path; // the drive with ":", each node after "|"
-        char const* bracketed;
-        char const* arrow;
-    };
-    Row const rows[] = {
-        {R"(C:\dir\file)", "volume", "dos", "C:|dir|file", R"([volume@dos]C:\dir\file)",
-         R"(<volume>->C:\dir\file)"},
-        {R"([FlatText@notes.txt]C:\a b\c.txt)", "flattext", "dos flattext", "C:|a b|c.txt",
-         R"([flattext@dos flattext]C:\a b\c.txt)", R"(<flattext>->C:\a b\c.txt)"},
-        {R"([store@D:\x]\y)", "store", "D:x", "|y", R"([store@D:x]\y)", R"(<store>->\y)"},
-        {"[store]", "store", "dos", "", "[store@dos]", "<store>->"},
-        // A POSIX path: "/" cannot begin a name, so it is a node of its own.
-        {"/home/x/file", "volume", "dos", "|/|home/x/file", R"([volume@dos]\/\home/x/file)",
-         R"(<volume>->\/\home/x/file)"},
-        {"[volume@/srv/data]/home/x", "volume", "/srv/data", "|/|home/x",
-         R"([volume@/srv/data]\/\home/x)", R"(<volume>->\/\home/x)"},
-        {"rel (1)-x&y", "volume", "dos", "|rel (1)-x&y", "[volume@dos]\\rel (1)-x&y",
-         "<volume>->\\rel (1)-x&y"},
-        // Reserved words are plain names here.
-        {"if:\\while", "volume", "dos", "if:|while", "[volume@dos]if:\\while",
-         "<volume>->if:\\while"},
-        {"", "", "", "", "[]", ""},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text);
+    // path: the drive with ":", each node after "|"
+    std::tuple<char const*, char const*, char const*, char const*, char const*, char const*> const
+        rows[] = {{R"(C:\dir\file)", "volume", "dos", "C:|dir|file", R"([volume@dos]C:\dir\file)",
+                   R"(<volume>->C:\dir\file)"},
+                  {R"([FlatText@notes.txt]C:\a b\c.txt)", "flattext", "dos flattext",
+                   "C:|a b|c.txt", R"([flattext@dos flattext]C:\a b\c.txt)",
+                   R"(<flattext>->C:\a b\c.txt)"},
+                  {R"([store@D:\x]\y)", "store", "D:x", "|y", R"([store@D:x]\y)", R"(<store>->\y)"},
+                  {"[store]", "store", "dos", "", "[store@dos]", "<store>->"},
+                  // A POSIX path: "/" cannot begin a name, so it is a node of its own.
+                  {"/home/x/file", "volume", "dos", "|/|home/x/file",
+                   R"([volume@dos]\/\home/x/file)", R"(<volume>->\/\home/x/file)"},
+                  {"[volume@/srv/data]/home/x", "volume", "/srv/data", "|/|home/x",
+                   R"([volume@/srv/data]\/\home/x)", R"(<volume>->\/\home/x)"},
+                  {"rel (1)-x&y", "volume", "dos", "|rel (1)-x&y", "[volume@dos]\\rel (1)-x&y",
+                   "<volume>->\\rel (1)-x&y"},
+                  // Reserved words are plain names here.
+                  {"if:\\while", "volume", "dos", "if:|while", "[volume@dos]if:\\while",
+                   "<volume>->if:\\while"},
+                  {"", "", "", "", "[]", ""}};
+    for (auto const& [text, type, file, szPath, szBracketed, arrow] : rows) {
+        SCOPED_TRACE(text);
         ResourceMoniker mk;
-        mk.Scan(row.text);
-        EXPECT_EQ(Str(mk._get_strContainerType()), row.type);
-        EXPECT_EQ(Str(mk._get_strContainerFilePath()), row.file);
+        mk.Scan(text);
+        EXPECT_EQ(Str(mk._get_strContainerType()), type);
+        EXPECT_EQ(Str(mk._get_strContainerFilePath()), file);
         std::string path;
         for (EdgeSpec* pes = mk.GetFirstSubval(); pes != nullptr; pes = mk.GetNextSubval())
             path += ResourceMoniker::IsDrive(pes) != 0
                         ? std::string(pes->_get_szName(nullptr)) + ":"
                         : "|" + std::string(pes->_get_szName(nullptr));
-        EXPECT_EQ(path, row.path);
+        EXPECT_EQ(path, szPath);
         std::string const bracketed = Built(mk, 1);
-        EXPECT_EQ(bracketed, row.bracketed);
-        EXPECT_EQ(Built(mk, PMoniker::kArrowForm), row.arrow);
-        if (row.text[0] == '\0') continue;
+        EXPECT_EQ(bracketed, szBracketed);
+        EXPECT_EQ(Built(mk, PMoniker::kArrowForm), arrow);
+        if (text[0] == '\0') continue;
         ResourceMoniker mkAgain;
         mkAgain.Scan(bracketed.c_str());
         EXPECT_EQ(Built(mkAgain, 1), bracketed);

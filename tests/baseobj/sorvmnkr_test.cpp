@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -31,16 +32,10 @@ std::string Subvalues(PMoniker& mk) {
 }
 
 TEST_F(SorvaneMonikerTest, TextsParseAndBuildBack) {
-    struct Row {
-        char const* text;
-        char const* item;
-        char const* parent;
-        char const* subvalues;
-        int flags; // item specified, indirection, fetch the item: 1, 2, 4
-        char const* built;
-        char const* bracketed; // the form for any code but the arrow's
-    };
-    Row const rows[] = {
+    // flags: item specified, indirection, fetch the item: 1, 2, 4
+    // bracketed: the form for any code but the arrow's
+    std::tuple<char const*, char const*, char const*, char const*, int, char const*,
+               char const*> const rows[] = {
         {"<a>->b:c[2]", "a", "b", ".c#2", 1, "<a>->b:c[2]", "[a@b]"},
         {"[a:x]->b", "a:x", "b", "", 3, "[a:x]->b", "[a:x@b]"},
         {"b", "", "b", "", 0, "b", "[@b]"},
@@ -50,31 +45,25 @@ TEST_F(SorvaneMonikerTest, TextsParseAndBuildBack) {
         {"[a]", "a", "", "", 7, "[a]->", "[a]"},
         {"<my item>->p.q/r:s-t[-1][0]", "my item", "p.q/r", ".s-t#-1#0", 1,
          "<my item>->p.q/r:s-t[-1][0]", "[my item@p.q/r]"},
-        {"  <a> -> b : c [ 2 ]", "a", "b ", ".c #2", 1, "<a>->b :c [2]", "[a@b ]"},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text);
+        {"  <a> -> b : c [ 2 ]", "a", "b ", ".c #2", 1, "<a>->b :c [2]", "[a@b ]"}};
+    for (auto const& [text, item, parent, subvalues, flags, built, bracketed] : rows) {
+        SCOPED_TRACE(text);
         SorvaneMoniker mk;
-        mk.Scan(row.text);
-        EXPECT_STREQ(mk._get_szItemName(nullptr), row.item);
-        EXPECT_STREQ(mk._get_szParentName(nullptr), row.parent);
-        EXPECT_EQ(Subvalues(mk), row.subvalues);
-        EXPECT_EQ(mk.ItemSpecified(), (row.flags & 1) != 0 ? 1 : 0);
-        EXPECT_EQ(mk._get_bItemIndirection(), (row.flags & 2) != 0 ? 1 : 0);
-        EXPECT_EQ(mk._get_bFetchItemHandle(), (row.flags & 4) != 0 ? 1 : 0);
-        EXPECT_EQ(Built(mk), row.built);
+        mk.Scan(text);
+        EXPECT_STREQ(mk._get_szItemName(nullptr), item);
+        EXPECT_STREQ(mk._get_szParentName(nullptr), parent);
+        EXPECT_EQ(Subvalues(mk), subvalues);
+        EXPECT_EQ(mk.ItemSpecified(), (flags & 1) != 0 ? 1 : 0);
+        EXPECT_EQ(mk._get_bItemIndirection(), (flags & 2) != 0 ? 1 : 0);
+        EXPECT_EQ(mk._get_bFetchItemHandle(), (flags & 4) != 0 ? 1 : 0);
+        EXPECT_EQ(Built(mk), built);
         mk._set_nFormCode(1);
-        EXPECT_EQ(Built(mk), row.bracketed);
+        EXPECT_EQ(Built(mk), bracketed);
     }
 }
 
 TEST_F(SorvaneMonikerTest, BadTextsThrowTheirCodes) {
-    struct Row {
-        char const* text;
-        short code;
-        char const* message;
-    };
-    Row const rows[] = {
+    std::tuple<char const*, short, char const*> const rows[] = {
         {"", 214, "Expected input, got "},
         {"<a", 271, "Expected closing angular bracket >, got "},
         {"[a>->b", 270, "Expected closing square bracket ], got "},
@@ -82,17 +71,16 @@ TEST_F(SorvaneMonikerTest, BadTextsThrowTheirCodes) {
         {"<a>->", 214, "Expected input, got "},
         {"<a>->b->c", 214, "Expected input, got "}, // arrows do not nest
         {"b:", 214, "Expected input, got "},
-        {"b[x]", 214, "Expected input, got "},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.text);
+        {"b[x]", 214, "Expected input, got "}};
+    for (auto const& [text, code, message] : rows) {
+        SCOPED_TRACE(text);
         SorvaneMoniker mk;
         try {
-            mk.Scan(row.text);
+            mk.Scan(text);
             ADD_FAILURE() << "no exception";
         } catch (Exception const& e) {
-            EXPECT_EQ(e._get_nException(), row.code);
-            EXPECT_EQ(std::string(e.szMessage).substr(0, std::strlen(row.message)), row.message);
+            EXPECT_EQ(e._get_nException(), code);
+            EXPECT_EQ(std::string(e.szMessage).substr(0, std::strlen(message)), message);
         }
     }
 }

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -48,25 +49,20 @@ protected:
         setenv("XDG_CONFIG_HOME", "/nonexistent/sorvane-tests", 1);
         if (UnitSymbolTable() == nullptr) UnitInitialize(nullptr);
     }
-    // The text of the Exception that f throws, or "no exception".
-    template <class F> static std::string Thrown(F f, short nCode) {
+    // f throws the Exception nCode with a message that holds szText.
+    template <class F> static void ExpectThrown(F f, short nCode, std::string const& szText) {
         try {
             f();
+            ADD_FAILURE() << "no exception, " << szText;
         } catch (Exception const& e) {
             EXPECT_EQ(e._get_nException(), nCode);
-            return e.szMessage;
+            EXPECT_NE(std::string(e.szMessage).find(szText), std::string::npos) << e.szMessage;
         }
-        return "no exception";
     }
 };
 
 TEST_F(UnitStringTest, AssignmentValidatesTranslatesAndDropsDeg) {
-    struct Case {
-        char const* szIn;
-        char const* szText;
-        std::int32_t nId;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*, std::int32_t> const cases[] = {
         {"degC", "C", Id("K")},
         {"dedegg", "", 0}, // "deg" removed until none is left: nothing stays
         {"xyz", "", 0},
@@ -76,11 +72,11 @@ TEST_F(UnitStringTest, AssignmentValidatesTranslatesAndDropsDeg) {
         {"", "", 0},
         {"\"kg", "", 0}, // the scanner's open quote: no unit, and no throw
     };
-    for (Case const& c : cases) {
-        UnitString unstr(c.szIn);
-        EXPECT_EQ(Text(unstr), c.szText) << c.szIn;
-        EXPECT_EQ(unstr._get_nUnitID(), c.nId) << c.szIn;
-        EXPECT_EQ(unstr._get_bBaseUnits(), 0) << c.szIn;
+    for (auto const& [szIn, szText, nId] : cases) {
+        UnitString unstr(szIn);
+        EXPECT_EQ(Text(unstr), szText) << szIn;
+        EXPECT_EQ(unstr._get_nUnitID(), nId) << szIn;
+        EXPECT_EQ(unstr._get_bBaseUnits(), 0) << szIn;
     }
     UnitString unstrKPa("kPa");
     UnitString unstrPa("Pa");
@@ -97,7 +93,7 @@ TEST_F(UnitStringTest, AssignmentValidatesTranslatesAndDropsDeg) {
     EXPECT_EQ(unstrFromUnit._get_nUnitID(), Id("K"));
 }
 
-TEST_F(UnitStringTest, BaseUnitsAreSharedCanonicalTexts) {
+TEST_F(UnitStringTest, BaseUnitsAreSharedAndPlainTextsValidated) {
     UnitString unstr("kPa");
     UnitString* const punstrBase = unstr.BaseUnits();
     ASSERT_NE(punstrBase, nullptr);
@@ -108,16 +104,12 @@ TEST_F(UnitStringTest, BaseUnitsAreSharedCanonicalTexts) {
     // Base units of base units are themselves.
     UnitString* const punstrSelf = punstrBase->BaseUnits();
     EXPECT_EQ(punstrSelf, punstrBase);
-    punstrSelf->Release();
-    punstrAgain->Release();
-    punstrBase->Release();
-}
+    for (UnitString* p : {punstrSelf, punstrAgain, punstrBase})
+        p->Release();
 
-TEST_F(UnitStringTest, PlainTextValidationThrowsOnlyForNoUnit) {
-    UnitString unstr("m");
+    // Validating a plain text throws only when it names no unit.
     CPString strBad("xyz");
-    std::string const text = Thrown([&] { unstr.ValidateUnitString(&strBad); }, 1343);
-    EXPECT_NE(text.find("Invalid Unit: xyz"), std::string::npos) << text;
+    ExpectThrown([&] { unstr.ValidateUnitString(&strBad); }, 1343, "Invalid Unit: xyz");
     CPString strForeign("m3/hr");
     unstr.ValidateUnitString(&strForeign);
     EXPECT_EQ(Text(strForeign), "m^3*h^-1");
@@ -127,13 +119,7 @@ TEST_F(UnitStringTest, PlainTextValidationThrowsOnlyForNoUnit) {
 }
 
 TEST_F(UnitStringTest, ForeignTextsTranslateWithTheirValues) {
-    struct Case {
-        char const* szForeign;
-        double dIn;
-        char const* szOurs;
-        double dOut;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, double, char const*, double> const cases[] = {
         {"1/s", 1.0, "s^-1", 1.0},
         {"2/s", 1.0, "s^-1", 1.0},
         {"1-s", 1.0, "s", 1.0},
@@ -156,38 +142,31 @@ TEST_F(UnitStringTest, ForeignTextsTranslateWithTheirValues) {
         {"AWG", 65536.0 + 12.0, "in", 0.081}, // 16 bits of the gauge
         {"AWG", 1e300, "in", 0.0},
         {"BWG", 36.0, "in", 0.004},
-        {"BWG", 37.0, "in", 0.0},
-    };
+        {"BWG", 37.0, "in", 0.0}};
     UnitString unstrEmpty;
-    for (Case const& c : cases) {
+    for (auto const& [szForeign, dIn, szOurs, dOut] : cases) {
         CPString strOut("leftover");
-        double const d = unstrEmpty.TranslateFromKresk(c.szForeign, strOut, c.dIn);
-        EXPECT_EQ(Text(strOut), c.szOurs) << c.szForeign;
-        EXPECT_DOUBLE_EQ(d, c.dOut) << c.szForeign << " " << c.dIn;
+        double const d = unstrEmpty.TranslateFromKresk(szForeign, strOut, dIn);
+        EXPECT_EQ(Text(strOut), szOurs) << szForeign;
+        EXPECT_DOUBLE_EQ(d, dOut) << szForeign << " " << dIn;
     }
 }
 
 TEST_F(UnitStringTest, OursWrittenInTheForeignNotation) {
-    struct Case {
-        char const* szOurs;
-        short nResult;
-        char const* szForeign;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, short, char const*> const cases[] = {
         {"kJ*kgmole^-1*C^-1", 1, "kJ/kgmole-C"}, {"m^3*h^-1", 1, "m3/h"}, {"s^-1", 1, "1/s"},
-        {"kg*m^2*s^-2", 1, "kg-m2/s2"},          {"m", 1, "m"},           {"m+s", 0, "untouched"},
-    };
-    for (Case const& c : cases) {
+        {"kg*m^2*s^-2", 1, "kg-m2/s2"},          {"m", 1, "m"},           {"m+s", 0, "untouched"}};
+    for (auto const& [szOurs, nResult, szForeign] : cases) {
         UnitString unstr;
-        unstr.CPString::Copy(c.szOurs);
+        unstr.CPString::Copy(szOurs);
         CPString strOut("untouched");
-        EXPECT_EQ(unstr.GetKRESKUnitString(&strOut), c.nResult) << c.szOurs;
-        EXPECT_EQ(Text(strOut), c.szForeign) << c.szOurs;
+        EXPECT_EQ(unstr.GetKRESKUnitString(&strOut), nResult) << szOurs;
+        EXPECT_EQ(Text(strOut), szForeign) << szOurs;
         // A second call answers from the cache, the same.
-        if (c.nResult == 1) {
+        if (nResult == 1) {
             CPString strAgain("");
             unstr.GetKRESKUnitString(&strAgain);
-            EXPECT_EQ(Text(strAgain), c.szForeign);
+            EXPECT_EQ(Text(strAgain), szForeign);
         }
     }
     UnitString unstr("m");
@@ -195,51 +174,39 @@ TEST_F(UnitStringTest, OursWrittenInTheForeignNotation) {
 }
 
 TEST_F(UnitStringTest, ConvertToFollowsTheTargetAndChecksDimensions) {
-    struct Case {
-        char const* szFrom;
-        char const* szTo;
-        double dIn;
-        short bDifference;
-        double dOut;
-        char const* szActual;
-    };
-    Case const cases[] = {
-        {"m", "ft", 1.0, 0, 3.28083, "ft"}, {"C", "degF", 100.0, 0, 212.0, "F"},
-        {"degC", "F", 10.0, 1, 18.0, "F"},  {"m^3*s^-1", "m3/hr", 1.0, 0, 3600.0, "m^3*h^-1"},
-        {"", "kPa", 7.0, 0, 7.0, "kPa"},
-    };
-    for (Case const& c : cases) {
-        UnitString unstr(c.szFrom);
+    std::tuple<char const*, char const*, double, short, double, char const*> const cases[] = {
+        {"m", "ft", 1.0, 0, 3.28083, "ft"},
+        {"C", "degF", 100.0, 0, 212.0, "F"},
+        {"degC", "F", 10.0, 1, 18.0, "F"},
+        {"m^3*s^-1", "m3/hr", 1.0, 0, 3600.0, "m^3*h^-1"},
+        {"", "kPa", 7.0, 0, 7.0, "kPa"}};
+    for (auto const& [szFrom, szTo, dIn, bDifference, dOut, szActual] : cases) {
+        UnitString unstr(szFrom);
         CPString strActual("");
-        EXPECT_NEAR(unstr.ConvertTo(c.szTo, c.dIn, &strActual, c.bDifference), c.dOut, 1e-9)
-            << c.szFrom << " to " << c.szTo;
-        EXPECT_EQ(Text(strActual), c.szActual);
+        EXPECT_NEAR(unstr.ConvertTo(szTo, dIn, &strActual, bDifference), dOut, 1e-9)
+            << szFrom << " to " << szTo;
+        EXPECT_EQ(Text(strActual), szActual);
     }
     // Texts met before convert on their kept terms, exactly as Convert would.
-    struct Pair {
-        char const* szFrom;
-        char const* szTo;
-    };
-    Pair const pairs[] = {{"kPa", "psi"},        {"C", "F"},
-                          {"kC", "K"},           {"g^2", "lb^2"},
-                          {"kg*m^2*s^-2", "J"},  {"psig", "psia"},
-                          {"km*h^-1", "m*s^-1"}, {"J*kg^-1*C^-1", "J*g^-1*F^-1"}};
-    for (Pair const& p : pairs) {
-        UnitString unstr(p.szFrom);
+    std::tuple<char const*, char const*> const pairs[] = {
+        {"kPa", "psi"},        {"C", "F"},
+        {"kC", "K"},           {"g^2", "lb^2"},
+        {"kg*m^2*s^-2", "J"},  {"psig", "psia"},
+        {"km*h^-1", "m*s^-1"}, {"J*kg^-1*C^-1", "J*g^-1*F^-1"}};
+    for (auto const& [szFrom, szTo] : pairs) {
+        UnitString unstr(szFrom);
         for (double d : {0.0, -40.0, 1.5e-7, 123456.789}) {
             for (short bDifference : {0, 1}) {
-                double const dExpected = Convert(d, p.szFrom, p.szTo, bDifference);
+                double const dExpected = Convert(d, szFrom, szTo, bDifference);
                 for (int nTimes = 0; nTimes < 2; ++nTimes)
-                    EXPECT_EQ(unstr.ConvertTo(p.szTo, d, nullptr, bDifference), dExpected)
-                        << p.szFrom << " to " << p.szTo << " " << d << " " << bDifference;
+                    EXPECT_EQ(unstr.ConvertTo(szTo, d, nullptr, bDifference), dExpected)
+                        << szFrom << " to " << szTo << " " << d << " " << bDifference;
             }
         }
     }
     UnitString unstrM("m");
-    std::string const text = Thrown([&] { unstrM.ConvertTo("s", 1.0, nullptr, 0); }, 1344);
-    EXPECT_NE(text.find("Cannot perform conversion: Unit dimensions inequivalent |m| , |s|"),
-              std::string::npos)
-        << text;
+    ExpectThrown([&] { unstrM.ConvertTo("s", 1.0, nullptr, 0); }, 1344,
+                 "Cannot perform conversion: Unit dimensions inequivalent |m| , |s|");
     // Base units convert from SI without rounding.
     UnitString* const punstrBase = UnitString("kPa").BaseUnits();
     EXPECT_DOUBLE_EQ(punstrBase->ConvertTo("kPa", 1.0, nullptr, 0), 0.001);
@@ -254,39 +221,30 @@ TEST_F(UnitStringTest, OperationsCombineUnits) {
 
     EXPECT_EQ(U::PerformOperation(nullptr, nullptr, U::opMultiply), nullptr);
     EXPECT_EQ(U::PerformOperation(empty.p, nullptr, U::opAdd), nullptr);
-    struct Case {
-        UnitString* pLeft;
-        UnitString* pRight;
-        char nOperation;
-        UnitString* pSame; // the operand answered, or null for a shared result
-        char const* szText;
-    };
-    Case const cases[] = {
+    // pSame: the operand answered, or null for a shared result
+    std::tuple<UnitString*, UnitString*, char, UnitString*, char const*> const cases[] = {
         {nullptr, s.p, U::opDivide, s.p, "s"},
         {m.p, empty.p, U::opDivide, m.p, "m"},
         {m.p, ft.p, U::opAdd, m.p, "m"},
         {ft.p, m.p, U::opSubtract, ft.p, "ft"},
         {m.p, ft.p, U::opMultiply, nullptr, "m^2"},
         {m.p, s.p, U::opDivide, nullptr, "m*s^-1"},
-        {m.p, perM.p, U::opMultiply, nullptr, ""},
-    };
-    for (Case const& c : cases) {
-        UnitString* const presult = U::PerformOperation(c.pLeft, c.pRight, c.nOperation);
-        ASSERT_NE(presult, nullptr) << c.szText;
-        if (c.pSame != nullptr) {
-            EXPECT_EQ(presult, c.pSame);
+        {m.p, perM.p, U::opMultiply, nullptr, ""}};
+    for (auto const& [pLeft, pRight, nOperation, pSame, szText] : cases) {
+        UnitString* const presult = U::PerformOperation(pLeft, pRight, nOperation);
+        ASSERT_NE(presult, nullptr) << szText;
+        if (pSame != nullptr) {
+            EXPECT_EQ(presult, pSame);
         }
-        EXPECT_EQ(Text(*presult), c.szText);
-        EXPECT_EQ(presult->_get_bBaseUnits() != 0, c.pSame == nullptr && c.szText[0] != '\0');
+        EXPECT_EQ(Text(*presult), szText);
+        EXPECT_EQ(presult->_get_bBaseUnits() != 0, pSame == nullptr && szText[0] != '\0');
         presult->Release();
     }
     EXPECT_EQ(U::PerformOperation(m.p, ft.p, U::opDivide), nullptr);
-    std::string const add = Thrown([&] { U::PerformOperation(m.p, s.p, U::opAdd); }, 1344);
-    EXPECT_NE(add.find("Cannot perform add: Unit dimensions inequivalent |s| , |m|"),
-              std::string::npos)
-        << add;
-    std::string const sub = Thrown([&] { U::PerformOperation(m.p, s.p, U::opSubtract); }, 1344);
-    EXPECT_NE(sub.find("Cannot perform subtraction"), std::string::npos) << sub;
+    ExpectThrown([&] { U::PerformOperation(m.p, s.p, U::opAdd); }, 1344,
+                 "Cannot perform add: Unit dimensions inequivalent |s| , |m|");
+    ExpectThrown([&] { U::PerformOperation(m.p, s.p, U::opSubtract); }, 1344,
+                 "Cannot perform subtraction");
 }
 
 TEST_F(UnitStringTest, EachTextIsParsedOnce) {
@@ -431,8 +389,7 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
         {50.0, &unstrFlow, nullptr, 1, "m^3*s^-1", 5},
         {50.0, &unstrK, "Process", 1, "C", 4}, // no numbers: start 0, decimals 4
         {50.0, &unstrM, nullptr, 0, "unchanged", -1},
-        {50.0, &unstrPa, "Storage", 0, "unchanged", -1},
-    };
+        {50.0, &unstrPa, "Storage", 0, "unchanged", -1}};
     auto const check = [](UnitPreferences& p, Case const& c) {
         CPString strInto("unchanged");
         char cDecimals = -1;
@@ -458,12 +415,10 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
     std::string const more = dir.Path("more.xml");
     WriteAll(more, kMorePreferences);
     prefs.ReadPreferencesFile(more.c_str(), 1);
-    Case const merged[] = {
-        {150.0, &unstrPa, "Process", 1, "atm", 4},
-        {50.0, &unstrPa, "Process", 1, "bar", 1},
-        {50.0, &unstrM, nullptr, 1, "ft", 2},
-        {1000.0, &unstrPa, nullptr, 1, "MPa", 3},
-    };
+    Case const merged[] = {{150.0, &unstrPa, "Process", 1, "atm", 4},
+                           {50.0, &unstrPa, "Process", 1, "bar", 1},
+                           {50.0, &unstrM, nullptr, 1, "ft", 2},
+                           {1000.0, &unstrPa, nullptr, 1, "MPa", 3}};
     for (Case const& c : merged)
         check(prefs, c);
     prefs.ReadPreferencesFile(more.c_str(), 0);
@@ -476,13 +431,8 @@ TEST_F(UnitStringTest, PreferencesAnswerByPurposeAndValue) {
 
 TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
     UnitString unstrPa("Pa");
-    struct Case {
-        char const* szName;
-        std::string xml;
-        bool bThrows;
-        std::uint32_t nRanges; // of Pa under "Default"
-    };
-    Case const cases[] = {
+    // nRanges: of Pa under "Default"
+    std::tuple<char const*, std::string, bool, std::uint32_t> const cases[] = {
         {"a root of another name is ignored",
          "<Prefs><Unit NISTString=\"Pa\"><Range Start=\"0\" DisplayString=\"kPa\"/></Unit></Prefs>"
          "<End/>",
@@ -502,11 +452,10 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
          "<Unit KRESKString=\"&quot;Pa\"><Range Start=\"0\" DisplayString=\"kPa\"/></Unit><End/>",
          false, 0},
         {"no XML at all", "Pa kPa 0 2", false, 0},
-        {"empty", "", false, 0},
-    };
-    for (Case const& c : cases) {
+        {"empty", "", false, 0}};
+    for (auto const& [szName, xml, bThrows, nRanges] : cases) {
         UnitPreferences prefs;
-        std::string text = c.xml;
+        std::string text = xml;
         bool bThrew = false;
         try {
             prefs.ReadPreferencesText(text.data(), 0);
@@ -514,8 +463,8 @@ TEST_F(UnitStringTest, MalformedPreferencesGiveWhatWasReadOrTheThrow) {
             EXPECT_EQ(n, 0xDEADBEEFu);
             bThrew = true;
         }
-        EXPECT_EQ(bThrew, c.bThrows) << c.szName;
-        EXPECT_EQ(prefs.RangeCount(nullptr, unstrPa._get_nUnitID()), c.nRanges) << c.szName;
+        EXPECT_EQ(bThrew, bThrows) << szName;
+        EXPECT_EQ(prefs.RangeCount(nullptr, unstrPa._get_nUnitID()), nRanges) << szName;
     }
 }
 

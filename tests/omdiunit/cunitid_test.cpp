@@ -6,14 +6,14 @@
 
 #include <cstdint>
 #include <random>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 
 TEST(CUnitIdTest, UnpacksAndPacksEveryField) {
     CUnitId const pressure(0xF87F);
-    EXPECT_EQ(pressure.Length_Get(), -1);
-    EXPECT_EQ(pressure.Mass_Get(), 1);
-    EXPECT_EQ(pressure.Time_Get(), -2);
+    EXPECT_EQ(std::tuple(pressure.Length_Get(), pressure.Mass_Get(), pressure.Time_Get()),
+              std::tuple(char{-1}, char{1}, char{-2}));
     EXPECT_EQ(pressure.Count(), 3);
     EXPECT_EQ(static_cast<std::uint32_t>(pressure), 0xF87Fu);
 
@@ -27,8 +27,7 @@ TEST(CUnitIdTest, UnpacksAndPacksEveryField) {
         {0x20, -32, &CUnitId::Length_Get},         {0x200, -8, &CUnitId::Mass_Get},
         {0x8000, -32, &CUnitId::Time_Get},         {0x80000, -8, &CUnitId::Current_Get},
         {0x400000, -4, &CUnitId::Temperature_Get}, {0x2000000, -4, &CUnitId::Substance_Get},
-        {0x8000000, -2, &CUnitId::Intensity_Get},  {0x20000000, -2, &CUnitId::User_Get},
-    };
+        {0x8000000, -2, &CUnitId::Intensity_Get},  {0x20000000, -2, &CUnitId::User_Get}};
     for (Case const& c : cases) {
         CUnitId const id(c.word);
         EXPECT_EQ((id.*c.get)(), c.expected) << std::hex << c.word;

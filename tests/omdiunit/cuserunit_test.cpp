@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 using omdiunit_test::UserFile;
@@ -73,11 +74,7 @@ TEST_F(UserUnitTest, FileDefinesOneDimensionAndItsUnits) {
 }
 
 TEST_F(UserUnitTest, ReadingStopsQuietlyOrFailsLoudly) {
-    struct Case {
-        std::string text;
-        std::uint32_t added;
-    };
-    Case const cases[] = {
+    std::tuple<std::string, std::uint32_t> const cases[] = {
         {"# only a comment\n", 0},
         {"", 0},
         {"dimension only", 0},
@@ -86,12 +83,12 @@ TEST_F(UserUnitTest, ReadingStopsQuietlyOrFailsLoudly) {
         {"dim\n1.0 a\n#x\n#y", 1},
         {"dim\n#" + std::string(300, 'c') + "\n1.0 a\n", 0}, // long comment
     };
-    for (Case const& c : cases) {
+    for (auto const& [text, added] : cases) {
         CUserUnit::DimensionName() = "";
         std::uint32_t const before = CUserUnit::Count();
-        std::istringstream in(c.text);
+        std::istringstream in(text);
         CUserUnit::ReadUnits(in, nullptr, nullptr);
-        EXPECT_EQ(CUserUnit::Count() - before, c.added) << c.text;
+        EXPECT_EQ(CUserUnit::Count() - before, added) << text;
     }
     CUserUnit::DimensionName() = "";
     std::istringstream comment("# only a comment\n");

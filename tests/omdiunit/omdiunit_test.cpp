@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <string>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 using omdiunit_test::UnitsTest;
@@ -13,13 +14,7 @@ using omdiunit_test::UnitsTest;
 using UnitConvertTest = UnitsTest;
 
 TEST_F(UnitConvertTest, IntoAndOutOfSI) {
-    struct Case {
-        double value;
-        char const* unit;
-        short difference;
-        double si;
-    };
-    Case const cases[] = {
+    std::tuple<double, char const*, short, double> const cases[] = {
         {1.0, "kg", 0, 1.0},
         {1.0, "g", 0, 0.001},
         {1.0, "g^2", 0, 1e-06},
@@ -35,15 +30,12 @@ TEST_F(UnitConvertTest, IntoAndOutOfSI) {
         {2.0, "kC", 0, 275150.0}, // prefix after the offset
         {1.0, "km*h^-1", 0, 1000.0 / 3600.0},
         {1.0, "xyz", 0, 0.0},
-        {1.0, "", 0, 0.0},
-    };
-    for (Case const& c : cases) {
-        EXPECT_NEAR(ConvertToSI(c.value, c.unit, c.difference), c.si, std::fabs(c.si) * 1e-14)
-            << c.unit;
-        if (c.si == 0.0 || std::string(c.unit) == "kC") continue;
-        EXPECT_NEAR(ConvertFromSI(c.si, c.unit, c.difference), c.value,
-                    std::fabs(c.value) * 1e-12 + 1e-12)
-            << c.unit;
+        {1.0, "", 0, 0.0}};
+    for (auto const& [value, unit, difference, si] : cases) {
+        EXPECT_NEAR(ConvertToSI(value, unit, difference), si, std::fabs(si) * 1e-14) << unit;
+        if (si == 0.0 || std::string(unit) == "kC") continue;
+        EXPECT_NEAR(ConvertFromSI(si, unit, difference), value, std::fabs(value) * 1e-12 + 1e-12)
+            << unit;
     }
     // A prefixed offset unit does not come back: the offset is undone before
     // the prefix is.
@@ -51,14 +43,7 @@ TEST_F(UnitConvertTest, IntoAndOutOfSI) {
 }
 
 TEST_F(UnitConvertTest, BetweenUnits) {
-    struct Case {
-        double value;
-        char const* from;
-        char const* to;
-        short difference;
-        double expected;
-    };
-    Case const cases[] = {
+    std::tuple<double, char const*, char const*, short, double> const cases[] = {
         {0.0, "C", "K", 0, 273.15},
         {32.0, "F", "K", 0, UnitRound(32.0 * 0.55555555555 + 255.37222222222, 1e-05)},
         {10.0, "C", "F", 1, UnitRound(10.0 / 0.55555555555, 1e-05)},
@@ -69,11 +54,9 @@ TEST_F(UnitConvertTest, BetweenUnits) {
         {5.0, "xyz", "xyz", 0, 5.0},      // equal texts are not parsed
         {5.0, "xyz", "abc", 0, 0.0},      // both unknown: id 0 each
         {1.0, "J*kg^-1*C^-1", "J*kg^-1*K^-1", 0, 1.0},
-        {1.0, "dam", "m", 0, 10.0},
-    };
-    for (Case const& c : cases)
-        EXPECT_DOUBLE_EQ(Convert(c.value, c.from, c.to, c.difference), c.expected)
-            << c.from << " to " << c.to;
+        {1.0, "dam", "m", 0, 10.0}};
+    for (auto const& [value, from, to, difference, expected] : cases)
+        EXPECT_DOUBLE_EQ(Convert(value, from, to, difference), expected) << from << " to " << to;
 
     EXPECT_EQ(ThrownText([] { Convert(1.0, "m", "s", 0); }),
               "not same type omdiunit/omdiunit 569\n");
@@ -94,22 +77,14 @@ TEST(UnitRoundTest, GrainFollowsTheSize) {
 }
 
 TEST_F(UnitConvertTest, DimensionTexts) {
-    struct Case {
-        char const* unit;
-        std::uint32_t id;
-        char const* text;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, std::uint32_t, char const*> const cases[] = {
         {"Pa", 0xF87F, "m^-1*kg*s^-2"},
         {"kg*m^2*s^-2", 0xF842, "m^2*kg*s^-2"},
         {"/R", 0x3F0F842, "m^2*kg*s^-2*K^-1*mol^-1"},
         {"cd*A*m^-1", 0x401003F, "m^-1*A*cd"},
-        {"/\x01"
-         "93",
-         0, ""},
-    };
-    for (Case const& c : cases) {
-        EXPECT_EQ(IdFromString(c.unit), c.id) << c.unit;
-        EXPECT_STREQ(UnitTextOf(StringFromId(c.id)), c.text);
+        {"/\00193", 0, ""}};
+    for (auto const& [unit, id, text] : cases) {
+        EXPECT_EQ(IdFromString(unit), id) << unit;
+        EXPECT_STREQ(UnitTextOf(StringFromId(id)), text);
     }
 }

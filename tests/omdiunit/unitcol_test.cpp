@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 using omdiunit_test::ThrownText;
 using omdiunit_test::UnitsTest;
@@ -28,13 +29,8 @@ UnitCollection Parsed(char const* text) {
 } // namespace
 
 TEST_F(UnitParseTest, Terms) {
-    struct Case {
-        char const* text;
-        char const* prefix; // null: none
-        char const* unit;
-        short exponent;
-    };
-    Case const cases[] = {
+    // prefix: null for none
+    std::tuple<char const*, char const*, char const*, short> const cases[] = {
         {"kg", "kilo", "gram", 1},
         {"dam", "deka", "meter", 1},
         {"dm", "deci", "meter", 1},
@@ -48,24 +44,33 @@ TEST_F(UnitParseTest, Terms) {
         {"m^", nullptr, "meter", 0},
         {"m^abc", nullptr, "meter", 0},
         {"u", nullptr, "unified atomic mass unit", 1},
-        {"\x01"
-         "92"
-         "m",
-         "micro", "meter", 1},
+        {"\00192m", "micro", "meter", 1},
         {"mmHg", nullptr, "millimeter of mercury", 1},
         {"kft", "kilo", "foot (US survey)", 1}, // a prefix on any unit
+        // Where table units share a symbol, the first to claim it wins.
+        {"gpm", nullptr, "gallon per minute", 1},
+        {"Farad", nullptr, "farad", 1},
+        {"F", nullptr, "degree Fahrenheit", 1},
+        {"C", nullptr, "degree Celcius", 1},
+        {"d", nullptr, "day", 1},
+        {"h", nullptr, "hour", 1},
+        {"T", nullptr, "tesla", 1},
+        {"G", nullptr, "gauss", 1},
+        {"\00194", nullptr, "ohm", 1},
+        {"l.y.", nullptr, "light year", 1},
+        {"Btu\\IT", nullptr, "British thermal unit (international table)", 1},
     };
-    for (Case const& c : cases) {
+    for (auto const& [text, prefix, unit, exponent] : cases) {
         UnitCollection terms;
-        ASSERT_TRUE(terms.Parse(c.text)) << c.text;
+        ASSERT_TRUE(terms.Parse(text)) << text;
         ASSERT_EQ(terms.Count(), 1);
         UnitTerm const& term = terms.Term(0);
-        if (c.prefix == nullptr)
-            EXPECT_EQ(term.nPrefix, -1) << c.text;
+        if (prefix == nullptr)
+            EXPECT_EQ(term.nPrefix, -1) << text;
         else
-            EXPECT_STREQ(UnitTextOf(unittables::PrefixAt(term.nPrefix).Name()), c.prefix);
-        EXPECT_STREQ(UnitTextOf(term.pUnit->Name()), c.unit) << c.text;
-        EXPECT_EQ(term.nExponent, c.exponent) << c.text;
+            EXPECT_STREQ(UnitTextOf(unittables::PrefixAt(term.nPrefix).Name()), prefix);
+        EXPECT_STREQ(UnitTextOf(term.pUnit->Name()), unit) << text;
+        EXPECT_EQ(term.nExponent, exponent) << text;
     }
 }
 
@@ -95,22 +100,17 @@ TEST_F(UnitParseTest, FailuresLeaveTheCollectionAsItWas) {
 }
 
 TEST_F(UnitParseTest, SimplifyAndTheOtherOperations) {
-    struct Case {
-        char const* text;
-        char const* simplified;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"m*s*m^-1", "s"},     // merged, and the zero dropped
         {"s*m", "m*s"},        // sorted only
         {"m^0*s", "m^0*s"},    // nothing merged: the zero stays
         {"km*m*km", "m*km^2"}, // by unit symbol; prefixes keep runs apart
         {"N*m*N^-1*m^-1", ""}, // everything cancels
-        {"kg*m^2*s^-2*kg^-1", "m^2*s^-2"},
-    };
-    for (Case const& c : cases) {
-        UnitCollection terms = Parsed(c.text);
+        {"kg*m^2*s^-2*kg^-1", "m^2*s^-2"}};
+    for (auto const& [text, simplified] : cases) {
+        UnitCollection terms = Parsed(text);
         terms.Simplify();
-        EXPECT_EQ(Text(terms), c.simplified) << c.text;
+        EXPECT_EQ(Text(terms), simplified) << text;
     }
 
     UnitCollection const pressure = Parsed("kg*m^-1*s^-2");
@@ -163,11 +163,7 @@ TEST_F(UnitParseTest, OperationsOnTexts) {
 }
 
 TEST_F(UnitParseTest, Descriptions) {
-    struct Case {
-        char const* text;
-        char const* info;
-    };
-    Case const cases[] = {
+    std::tuple<char const*, char const*> const cases[] = {
         {"kPa*m^2", "kilopascal square meter"},
         {"m*s^-1", "meter per second"},
         {"kg*m^-3", "kilogram per cubic meter"},
@@ -175,8 +171,7 @@ TEST_F(UnitParseTest, Descriptions) {
         {"m^4", "quartic meter"},
         {"m^5", "meter"}, // no word past four
         {"m^0", " per"},
-        {"xyz", ""},
-    };
-    for (Case const& c : cases)
-        EXPECT_STREQ(UnitTextOf(UnitGetInfo(c.text)), c.info) << c.text;
+        {"xyz", ""}};
+    for (auto const& [text, info] : cases)
+        EXPECT_STREQ(UnitTextOf(UnitGetInfo(text)), info) << text;
 }
