@@ -5,10 +5,14 @@
 #include <platform/comalloc.h>
 #include <platform/process.h>
 #include <platform/syserror.h>
-#include <splash/window.h>
 #include <splash/module.h>
 #include <splash/seams.h>
+#include <splash/splashimage.h>
+#include <splash/splashpaint.h>
 #include <splash/textcopy.h>
+#include <splash/window.h>
+
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <map>
@@ -67,7 +71,7 @@ private:
 class FakeWindowSystem final : public splash::WindowSystem {
 public:
     std::unique_ptr<splash::Window> CreatePopup(splash::WindowHandler& handler,
-                                                  splash::Rect const& rect) override {
+                                                splash::Rect const& rect) override {
         if (failWith != 0) {
             platform::SetLastError(failWith);
             return nullptr;
@@ -154,5 +158,44 @@ public:
 };
 
 using Bstr = OwnedBstr;
+
+// One splash object with no timer, on whatever window system it is given.
+struct Splash {
+    Splash(splash::EventLoop& loop, splash::WindowSystem& windows, SplashPainter& painter)
+        : module(loop), services{windows, module, checks, recent, painter} {
+        EXPECT_EQ(CSplashWindow::CreateInstance(services, &object), platform::S_OK);
+        if (object != nullptr) object->SetSplashTimeout(-1);
+    }
+    ~Splash() { Release(); }
+
+    CSplashWindow& Object() const { return *static_cast<CSplashWindow*>(object); }
+    void Show() {
+        Bstr title(u"Heat Exchanger Designer"), subtitle(u"Orvel Engineering"),
+            licensee(u"Acme Process Engineering Ltd.");
+        object->ShowSplash(title, subtitle, 8, 4, 2005, 2019, licensee);
+    }
+    void Release() {
+        if (object != nullptr) object->Release();
+        object = nullptr;
+    }
+
+    CExeModule module;
+    NullSplashChecks checks;
+    NullRecentLists recent;
+    SplashServices services;
+    ISplashWindow* object = nullptr;
+};
+
+// The same splash painted into an image, for what the window should show.
+struct ImageSplash {
+    cairo_surface_t* Painted() {
+        windows.LastWindow()->UpdateWindow();
+        return windows.LastWindow()->Image();
+    }
+    splash::EventLoop loop;
+    splash::ImageWindowSystem windows;
+    CairoSplashPainter painter;
+    Splash splash{loop, windows, painter};
+};
 
 } // namespace splash
