@@ -5,10 +5,6 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 namespace {
 
 using namespace cpcoll_test;

@@ -4,11 +4,6 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 namespace {
 
 using namespace cpcoll_test;

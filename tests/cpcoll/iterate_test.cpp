@@ -4,10 +4,7 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
-#include <vector>
 
 namespace {
 
