@@ -14,6 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -158,6 +161,25 @@ public:
 };
 
 using Bstr = OwnedBstr;
+
+// The colour at (x, y) of an image surface, without alpha.
+inline std::uint32_t Pixel(cairo_surface_t* image, int x, int y) {
+    cairo_surface_flush(image);
+    std::uint32_t pixel;
+    std::memcpy(
+        &pixel,
+        cairo_image_surface_get_data(image) + y * cairo_image_surface_get_stride(image) + x * 4, 4);
+    return pixel & 0xFFFFFF;
+}
+
+// How far apart two colours are in the channel where they differ most.
+inline int ChannelGap(std::uint32_t a, std::uint32_t b) {
+    int gap = 0;
+    for (int shift : {0, 8, 16})
+        gap = std::max(gap, std::abs(static_cast<int>(a >> shift & 0xFF) -
+                                     static_cast<int>(b >> shift & 0xFF)));
+    return gap;
+}
 
 // One splash object with no timer, on whatever window system it is given.
 struct Splash {

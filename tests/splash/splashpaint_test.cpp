@@ -1,3 +1,5 @@
+#include "fakes.h"
+
 #include <splash/dib.h>
 #include <splash/splashpaint.h>
 
@@ -33,16 +35,9 @@ std::u16string Break(std::u16string_view title) {
 // The colours at the places given.
 std::vector<std::uint32_t> Pixels(splash::SurfacePtr const& image,
                                   std::vector<std::pair<int, int>> const& places) {
-    cairo_surface_flush(image.get());
     std::vector<std::uint32_t> out;
-    for (auto const& [x, y] : places) {
-        std::uint32_t pixel;
-        std::memcpy(&pixel,
-                    cairo_image_surface_get_data(image.get()) +
-                        y * cairo_image_surface_get_stride(image.get()) + x * 4,
-                    4);
-        out.push_back(pixel & 0xFFFFFF);
-    }
+    for (auto const& [x, y] : places)
+        out.push_back(Pixel(image.get(), x, y));
     return out;
 }
 
