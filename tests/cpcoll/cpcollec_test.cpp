@@ -5,10 +5,6 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 namespace {
 
 using namespace cpcoll_test;
@@ -44,9 +40,7 @@ TEST(CPCollectionTest, TheFacadeRecordsAKindAndStoresNothing) {
 TEST(CPCollectionTest, VectorsStopAtANullElementAndOnlyFillAnEmptyCollection) {
     CPList lst;
     EXPECT_EQ(lst.BuildVector(), nullptr);
-    lst.Add(Item(0));
-    lst.Add(nullptr);
-    lst.Add(Item(2));
+    AddAll(lst, {Item(0), nullptr, Item(2)});
     void** const ppv = lst.BuildVector();
     ASSERT_NE(ppv, nullptr);
     EXPECT_EQ(ppv[0], Item(0));
@@ -72,8 +66,7 @@ TEST(CPCollectionTest, SortRebuildsTheListAndSortedCopyNeverFills) {
     EXPECT_EQ(Forward(lst), std::vector<void*>{Item(1)});
     EXPECT_NE(lst._get_nXACT(), before);
 
-    lst.Add(Item(5));
-    lst.Add(Item(3));
+    AddAll(lst, {Item(5), Item(3)});
     lst.Sort(ByAddressDescending);
     EXPECT_EQ(Forward(lst), (std::vector<void*>{Item(5), Item(3), Item(1)}));
 
@@ -89,10 +82,7 @@ TEST(CPCollectionTest, SortRebuildsTheListAndSortedCopyNeverFills) {
 
 TEST(CPCollectionTest, CopyFromFillsOnlyAnEmptyCollectionThroughTheSourceCursor) {
     CPList source;
-    source.Add(Item(0));
-    source.Add(Item(1));
-    source.Add(nullptr);
-    source.Add(Item(3));
+    AddAll(source, {Item(0), Item(1), nullptr, Item(3)});
 
     CPList full;
     full.Add(Item(7));

@@ -1,15 +1,14 @@
 // Long chains: a search answers, and leaves the chain's cursor, as the walk
 // by index (or FirstThat, for ExistsKeyNum) does, also after the chain or a
-// key was changed from outside.
+// key was changed from outside, and through many adds and removals in a mixed
+// order (on an absent key the cursor rests on the last entry).
 #include <cpcoll/cpdict.h>
 #include <util/pstring.h>
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <random>
 
 namespace {
 
@@ -146,6 +145,38 @@ TEST(CPDictionaryLongChainTest, ChangesFromOutsideAndRemovalsAreSeen) {
         EXPECT_EQ(dct.FindKeyNum(n == 10 ? NumberIn(1000) : NumberIn(n)),
                   bGone ? nullptr : Item(n % 8));
         if (!bGone) ExpectWalkedTo(lst, n - n / 3 - 1);
+    }
+}
+
+TEST(CPDictionaryChurnTest, SearchesAgreeWithTheChainThroughAddsAndRemovals) {
+    CPDictionary dct;
+    std::vector<std::uintptr_t> model; // the chain's keys in order
+    std::mt19937 random(16);
+    for (int round = 0; round < 3000; ++round) {
+        std::uintptr_t const nKey = NumberIn(random() % 300);
+        bool const bPresent = std::find(model.begin(), model.end(), nKey) != model.end();
+        if (random() % 3 != 0) {
+            dct.AddKeyNum(nKey, Item(1));
+            if (!bPresent) model.push_back(nKey);
+        } else if (bPresent) {
+            dct.DetachKeyNum(nKey);
+            model.erase(std::find(model.begin(), model.end(), nKey));
+        }
+        std::uintptr_t const nProbe = NumberIn(random() % 300);
+        auto const at = std::find(model.begin(), model.end(), nProbe);
+        SCOPED_TRACE(round);
+        ASSERT_EQ(dct.FindKeyNum(nProbe), at != model.end() ? Item(1) : nullptr);
+        CPList const* const plst = dct._get_plstSlot(kSlot);
+        if (plst == nullptr) {
+            ASSERT_TRUE(model.empty());
+            continue;
+        }
+        auto const nAt =
+            static_cast<std::int32_t>(at != model.end() ? at - model.begin() : model.size() - 1);
+        ASSERT_EQ(plst->_get_nDXCursor(), nAt);
+        ASSERT_EQ(static_cast<CPDictionaryAssociation*>(plst->_get_pbktCursor()->_get_pvData())
+                      ->GetKeyCardinal(),
+                  model[static_cast<std::size_t>(nAt)]);
     }
 }
 

@@ -4,11 +4,6 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 namespace {
 
 using namespace cpcoll_test;
@@ -108,9 +103,7 @@ TEST(CPStackTest, TheCursorRunsOldestFirstAndWraps) {
 }
 
 TEST(CPSymmetricMapTest, MappingsAreFoundFromEitherSideAndCounted) {
-    bool bGone1 = false;
-    bool bGone2 = false;
-    bool bGone3 = false;
+    bool bGone1 = false, bGone2 = false, bGone3 = false;
     auto* const pobj1 = new Counted(&bGone1);
     auto* const pobj2 = new Counted(&bGone2);
     auto* const pobj3 = new Counted(&bGone3);

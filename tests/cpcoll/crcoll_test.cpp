@@ -1,20 +1,21 @@
 #include <cpcoll/btree.h>
 #include <cpcoll/cpdict.h>
+#include <cpcoll/cpstack.h>
 #include <cpcoll/crdict.h>
 #include <cpcoll/crlist.h>
 #include <cpcoll/crtree.h>
+#include <cpcoll/recycler.h>
 #include <util/pstring.h>
 
 #include "support.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace cpcoll_test;
 
 // What both keyed classes promise: the first entry under a key stays, each
-// entry holds one reference, and removal gives it back.
+// entry holds one reference, removal gives it back, and number keys keep
+// their pointer width through the lookups.
 template <class Keyed> void CheckKeyed() {
     bool bGone = false;
     Counted held;
@@ -62,7 +63,31 @@ template <class Keyed> void CheckKeyed() {
     EXPECT_EQ(other._get_nRefCount(), 1);
     EXPECT_EQ(texts.RemoveKeyString("gamma"), 0);
     pstrKey->Release();
+
+    constexpr std::uintptr_t kHigh = std::uintptr_t{1} << 32;
+    // Alike in their low 32 bits, and so in their slot.
+    constexpr std::uintptr_t keys[] = {3, kHigh + 3, (kHigh << 8) + 3};
+    Createable entries[3];
+    Keyed wide;
+    for (int i = 0; i < 3; ++i) {
+        entries[i].AddRef(); // held here too, so the collection never deletes it
+        ASSERT_EQ(wide.AddKeyNum(keys[i], &entries[i]), 1);
+    }
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(wide[keys[i]], &entries[i]) << keys[i];
+    EXPECT_EQ(wide[2 * kHigh + 3], nullptr);
+    wide.RemoveAll();
 }
+
+struct Pooled : Createable, Recyclable {
+    Pooled() { ++nLive; }
+    ~Pooled() override { --nLive; }
+    void InitializeObject() override { ++nInit; }
+    void UnInitializeObject() override { ++nUnInit; }
+    int nInit = 0;
+    int nUnInit = 0;
+    static inline int nLive = 0;
+};
 
 } // namespace
 
@@ -122,4 +147,47 @@ TEST(CrCollectionDeathTest, NullEntriesAndMissingWalksReport) {
                     "1==0");
     ExpectAssertion([] { CrTree().ForEach(CrKeyedCollection::pfnKeyFunc{}, nullptr); },
                     "cpcoll/btree", "1==0");
+}
+
+// A const stack reads as the stack does.
+TEST(StackConst, IndexingAConstStackReadsAsRetrieveIDX) {
+    int items[3];
+    CPStack stk(4);
+    for (int& n : items)
+        stk.Push(&n);
+    CPStack const& view = stk;
+    for (std::uint32_t n = 0; n < 5; ++n)
+        EXPECT_EQ(view[n], stk.RetrieveIDX(n)) << n;
+}
+
+TEST(RecyclerTest, ThePoolKeepsUpTo255AndReleasesTheRest) {
+    {
+        Recycler<Pooled> pool;
+        Pooled* const pFresh = pool.Get();
+        EXPECT_EQ(pFresh->_get_nRefCount(), 1);
+        EXPECT_EQ(pFresh->nInit, 0);
+        EXPECT_EQ(pool.Put(pFresh), 1);
+        EXPECT_EQ(pFresh->nUnInit, 1);
+        // The last one put back comes out first, set up again, same count.
+        EXPECT_EQ(pool.Get(), pFresh);
+        EXPECT_EQ(pFresh->nInit, 1);
+        pool.Put(pFresh);
+
+        // Warm: taking and giving back makes nothing new.
+        int const nLive = Pooled::nLive;
+        for (int i = 0; i < 1000; ++i)
+            pool.Put(pool.Get());
+        EXPECT_EQ(Pooled::nLive, nLive);
+
+        std::vector<Pooled*> out;
+        for (int i = 0; i < 256; ++i)
+            out.push_back(pool.Get());
+        EXPECT_EQ(Pooled::nLive, 256);
+        for (int i = 0; i < 255; ++i)
+            ASSERT_EQ(pool.Put(out[i]), 1);
+        EXPECT_EQ(pool.Put(out[255]), 0);
+        EXPECT_EQ(Pooled::nLive, 255);
+        EXPECT_EQ(pool._get_nPooled(), 255u);
+    }
+    EXPECT_EQ(Pooled::nLive, 0);
 }

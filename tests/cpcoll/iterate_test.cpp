@@ -4,10 +4,7 @@
 
 #include "support.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
-#include <vector>
 
 namespace {
 
@@ -36,8 +33,7 @@ short itAlwaysContainer(CPInternalContainer*, void*) {
 
 std::unique_ptr<CPList> ListOf(std::initializer_list<void*> elements) {
     auto plst = std::make_unique<CPList>();
-    for (void* pv : elements)
-        plst->Add(pv);
+    AddAll(*plst, elements);
     return plst;
 }
 

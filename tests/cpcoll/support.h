@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,12 @@ struct Counted : Createable {
     }
     bool* pbGone;
 };
+
+// Adds the elements in order.
+inline void AddAll(CPCollection& coll, std::initializer_list<void*> elements) {
+    for (void* pv : elements)
+        coll.Add(pv);
+}
 
 // A list's elements from head to tail by the links.
 inline std::vector<void*> Forward(CPList const& lst) {

@@ -5,11 +5,18 @@
 #include <platform/comalloc.h>
 #include <platform/process.h>
 #include <platform/syserror.h>
-#include <splash/window.h>
 #include <splash/module.h>
 #include <splash/seams.h>
+#include <splash/splashimage.h>
+#include <splash/splashpaint.h>
 #include <splash/textcopy.h>
+#include <splash/window.h>
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -67,7 +74,7 @@ private:
 class FakeWindowSystem final : public splash::WindowSystem {
 public:
     std::unique_ptr<splash::Window> CreatePopup(splash::WindowHandler& handler,
-                                                  splash::Rect const& rect) override {
+                                                splash::Rect const& rect) override {
         if (failWith != 0) {
             platform::SetLastError(failWith);
             return nullptr;
@@ -154,5 +161,63 @@ public:
 };
 
 using Bstr = OwnedBstr;
+
+// The colour at (x, y) of an image surface, without alpha.
+inline std::uint32_t Pixel(cairo_surface_t* image, int x, int y) {
+    cairo_surface_flush(image);
+    std::uint32_t pixel;
+    std::memcpy(
+        &pixel,
+        cairo_image_surface_get_data(image) + y * cairo_image_surface_get_stride(image) + x * 4, 4);
+    return pixel & 0xFFFFFF;
+}
+
+// How far apart two colours are in the channel where they differ most.
+inline int ChannelGap(std::uint32_t a, std::uint32_t b) {
+    int gap = 0;
+    for (int shift : {0, 8, 16})
+        gap = std::max(gap, std::abs(static_cast<int>(a >> shift & 0xFF) -
+                                     static_cast<int>(b >> shift & 0xFF)));
+    return gap;
+}
+
+// One splash object with no timer, on whatever window system it is given.
+struct Splash {
+    Splash(splash::EventLoop& loop, splash::WindowSystem& windows, SplashPainter& painter)
+        : module(loop), services{windows, module, checks, recent, painter} {
+        EXPECT_EQ(CSplashWindow::CreateInstance(services, &object), platform::S_OK);
+        if (object != nullptr) object->SetSplashTimeout(-1);
+    }
+    ~Splash() { Release(); }
+
+    CSplashWindow& Object() const { return *static_cast<CSplashWindow*>(object); }
+    void Show() {
+        Bstr title(u"Heat Exchanger Designer"), subtitle(u"Orvel Engineering"),
+            licensee(u"Acme Process Engineering Ltd.");
+        object->ShowSplash(title, subtitle, 8, 4, 2005, 2019, licensee);
+    }
+    void Release() {
+        if (object != nullptr) object->Release();
+        object = nullptr;
+    }
+
+    CExeModule module;
+    NullSplashChecks checks;
+    NullRecentLists recent;
+    SplashServices services;
+    ISplashWindow* object = nullptr;
+};
+
+// The same splash painted into an image, for what the window should show.
+struct ImageSplash {
+    cairo_surface_t* Painted() {
+        windows.LastWindow()->UpdateWindow();
+        return windows.LastWindow()->Image();
+    }
+    splash::EventLoop loop;
+    splash::ImageWindowSystem windows;
+    CairoSplashPainter painter;
+    Splash splash{loop, windows, painter};
+};
 
 } // namespace splash

@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -29,6 +31,19 @@ protected:
 
     int Run(char const* commandLine) { return ServerMain(commandLine, server); }
 
+    // Once the class is published, a client makes one splash, uses it and
+    // lets it go.
+    void ClientDoes(std::function<void(ISplashWindow*)> use) {
+        host.client = [this, use](ClassFactory& classes) {
+            loop.PostTask([&classes, use] {
+                ISplashWindow* made = nullptr;
+                ASSERT_EQ(classes.CreateInstance(&made), platform::S_OK);
+                use(made);
+                made->Release();
+            });
+        };
+    }
+
     splash::EventLoop loop;
     CExeModule module;
     splash::NullWindowSystem windows;
@@ -41,7 +56,8 @@ protected:
     FakeRegistrar registrar;
     ServerPlatform server{loop, module, host, registrar, factory};
     FakeProcess process;
-    platform::ScopedSeam<platform::ProcessService> exitSeam{platform::ProcessSeam(), process};
+    std::optional<platform::ScopedSeam<platform::ProcessService>> exitSeam{
+        std::in_place, platform::ProcessSeam(), process};
     RecordingBox box;
     platform::ScopedSeam<platform::MessageBoxService> boxSeam{platform::MessageBoxSeam(), box};
 };
@@ -96,19 +112,14 @@ TEST_F(ServerTest, RoadOfOneRequestEndsAtTheTickAfterRelease) {
     // "/RegServer /Embedding" matches nothing at the first switch; the second
     // starts the server without registering.
     CSplashWindow* splash = nullptr;
-    host.client = [&](ClassFactory& classes) {
-        loop.PostTask([&] {
-            ISplashWindow* made = nullptr;
-            ASSERT_EQ(classes.CreateInstance(&made), platform::S_OK);
-            splash = static_cast<CSplashWindow*>(made);
-            Bstr title(u"Heat Designer"), status(u"Loading units...");
-            made->SetSplashTimeout(30);
-            made->ShowSplash(title, nullptr, 13, 1, 2009, 2019, nullptr);
-            made->SetStatusText(status);
-            made->AddToRecentAppList(title, title);
-            made->Release();
-        });
-    };
+    ClientDoes([&](ISplashWindow* made) {
+        splash = static_cast<CSplashWindow*>(made);
+        Bstr title(u"Heat Designer"), status(u"Loading units...");
+        made->SetSplashTimeout(30);
+        made->ShowSplash(title, nullptr, 13, 1, 2009, 2019, nullptr);
+        made->SetStatusText(status);
+        made->AddToRecentAppList(title, title);
+    });
     try {
         Run("splash /RegServer /Embedding");
         ADD_FAILURE() << "the tick should have ended the process";
@@ -126,16 +137,12 @@ TEST_F(ServerTest, RoadOfOneRequestEndsAtTheTickAfterRelease) {
 
 TEST_F(ServerTest, UntimedSplashEndsThroughTheMonitorAfterTheIdleTime) {
     Clock::time_point released;
-    host.client = [&](ClassFactory& classes) {
-        loop.PostTask([&] {
-            ISplashWindow* made = nullptr;
-            ASSERT_EQ(classes.CreateInstance(&made), platform::S_OK);
-            made->SetSplashTimeout(-1);
-            made->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
-            released = Clock::now();
-            made->Release(); // the last reference: window and lock go
-        });
-    };
+    // The client's is the last reference: window and lock go with it.
+    ClientDoes([&](ISplashWindow* made) {
+        made->SetSplashTimeout(-1);
+        made->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
+        released = Clock::now();
+    });
     module._set_nPostLoopDelayMs(250);
     EXPECT_EQ(Run("splash -Embedding"), 0);
     EXPECT_GE(Clock::now() - released, milliseconds(kIdleMs));
@@ -208,30 +215,14 @@ TEST(EventLoopTest, TimersFireWhenNothingIsQueuedAndQuitComesFromAnyThread) {
     quitter.join();
 }
 
-TEST(ServerDeathTest, TheTickEndsTheRealProcessWithZero) {
-    auto run = [] {
-        splash::EventLoop loop;
-        CExeModule module(loop);
-        splash::NullWindowSystem windows(loop);
-        NullSplashChecks checks;
-        NullRecentLists recent;
-        NullSplashPainter painter;
-        SplashServices services{windows, module, checks, recent, painter};
-        ClassFactory factory(services);
-        FakeHost host;
-        host.client = [&](ClassFactory& classes) {
-            loop.PostTask([&] {
-                ISplashWindow* made = nullptr;
-                classes.CreateInstance(&made);
-                made->SetSplashTimeout(20);
-                made->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
-                made->Release();
-            });
-        };
-        NullClassRegistrar registrar;
-        ServerPlatform server{loop, module, host, registrar, factory};
-        ServerMain("orvelsplash -Embedding", server);
-        std::exit(3); // not reached: the tick exits first
-    };
-    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
+using ServerDeathTest = ServerTest;
+
+TEST_F(ServerDeathTest, TheTickEndsTheRealProcessWithZero) {
+    exitSeam.reset();
+    ClientDoes([](ISplashWindow* made) {
+        made->SetSplashTimeout(20);
+        made->ShowSplash(nullptr, nullptr, 1, 0, 0, 0, nullptr);
+    });
+    // The exit is not reached: the tick exits first.
+    EXPECT_EXIT((Run("orvelsplash -Embedding"), std::exit(3)), ::testing::ExitedWithCode(0), "");
 }

@@ -218,3 +218,33 @@ TEST_F(RecentListTest, ConcurrentServersLeaveAListSomeSerialOrderWouldGive) {
             EXPECT_EQ(adds[i], kAdds - 1 - static_cast<int>(i)) << "process " << process;
     }
 }
+
+// The store refuses (read-only here, locked for longer than its wait in
+// life): the updates are kept in order and written once it takes them; what
+// is still unwritten at the end is said on standard error.
+TEST_F(RecentListTest, UpdatesTheStoreRefusesAreKeptInOrderAndReportedAtTheEnd) {
+    std::string const readOnly = "file:" + dir_ / "missing.db" + "?mode=ro";
+    {
+        RecentListStore refused(panel);
+        ::setenv(kRegistryPathVariable, readOnly.c_str(), 1);
+        Bstr first(u"/opt/orvel/first"), second(u"/opt/orvel/second"), lost(u"/opt/orvel/lost");
+        refused.AddToRecentAppList(first, nullptr);
+        refused.AddToRecentAppList(second, nullptr);
+        EXPECT_EQ(refused.PendingCount(), 2u);
+
+        ::setenv(kRegistryPathVariable, store_.c_str(), 1);
+        EXPECT_TRUE(refused.WritePending());
+        EXPECT_EQ(Slots("RecentApps")[0], "/opt/orvel/second");
+
+        ::setenv(kRegistryPathVariable, readOnly.c_str(), 1);
+        refused.AddToRecentAppList(lost, nullptr);
+        testing::internal::CaptureStderr();
+        refused.Finish();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "orvelsplash: a recent-list update could not be written: RecentApps "
+                  "\"/opt/orvel/lost\"\n");
+        EXPECT_EQ(refused.PendingCount(), 0u);
+    }
+    ::setenv(kRegistryPathVariable, store_.c_str(), 1);
+    EXPECT_EQ(Slots("RecentApps")[0], "/opt/orvel/second");
+}

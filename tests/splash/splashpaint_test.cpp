@@ -1,3 +1,5 @@
+#include "fakes.h"
+
 #include <splash/dib.h>
 #include <splash/splashpaint.h>
 
@@ -24,17 +26,19 @@ Size Measure(std::u16string_view text) {
     return {static_cast<int>(text.size()) * 10, 24};
 }
 
-splash::TitleLines Break(std::u16string_view title) {
-    return splash::BreakTitle(title, -21, {100, 50}, Measure);
+// The two lines, joined at a bar.
+std::u16string Break(std::u16string_view title) {
+    splash::TitleLines const lines = splash::BreakTitle(title, -21, {100, 50}, Measure);
+    return lines.first + u"|" + lines.second;
 }
 
-std::uint32_t Pixel(cairo_surface_t* image, int x, int y) {
-    cairo_surface_flush(image);
-    std::uint32_t pixel;
-    std::memcpy(
-        &pixel,
-        cairo_image_surface_get_data(image) + y * cairo_image_surface_get_stride(image) + x * 4, 4);
-    return pixel & 0xFFFFFF;
+// The colours at the places given.
+std::vector<std::uint32_t> Pixels(splash::SurfacePtr const& image,
+                                  std::vector<std::pair<int, int>> const& places) {
+    std::vector<std::uint32_t> out;
+    for (auto const& [x, y] : places)
+        out.push_back(Pixel(image.get(), x, y));
+    return out;
 }
 
 void Put32(std::vector<std::uint8_t>& dib, std::size_t at, std::uint32_t value) {
@@ -58,47 +62,35 @@ std::vector<std::uint8_t> Dib(int width, int height, int bits, std::size_t table
 
 } // namespace
 
-TEST(SplashSuite, FirstRowOfTheLowerCasedSubtitleDecidesAndTheFieldIsLowered) {
-    auto subtitle = Subtitle("Orvel POLYMERS Suite");
-    splash::Suite suite = splash::DecideSuite(subtitle);
-    EXPECT_EQ(suite.title, "Business Process Templates");
-    EXPECT_EQ(suite.tag, "polymers");
-    EXPECT_EQ(std::string(subtitle.data()), "orvel polymers suite");
-
-    // The table's order decides, not the words' order in the subtitle.
-    subtitle = Subtitle("Refining and Supply");
-    EXPECT_EQ(splash::DecideSuite(subtitle).title, "Supply Chain Suite");
-
-    subtitle = Subtitle("Integration Services");
-    suite = splash::DecideSuite(subtitle);
-    EXPECT_EQ(suite.title, "Orvel Framework");
-    EXPECT_EQ(suite.tag, "");
-
-    subtitle = Subtitle("Thermal Tools");
-    suite = splash::DecideSuite(subtitle);
-    EXPECT_EQ(suite.title, "");
-    EXPECT_EQ(suite.tag, "");
-    EXPECT_FALSE(suite.hasSubText);
-    EXPECT_FALSE(suite.qvlsVariant);
-}
-
-TEST(SplashSuite, QvlsVariantSplitsAtColonsAndKeepsTheSubtitleAsGiven) {
-    auto subtitle = Subtitle("QVLS:Quality Validation:Lab Systems:more");
-    splash::Suite const suite = splash::DecideSuite(subtitle);
-    EXPECT_TRUE(suite.qvlsVariant);
-    EXPECT_TRUE(suite.hasSubText);
-    EXPECT_EQ(suite.title, "Quality Validation");
-    EXPECT_EQ(suite.subText, "Lab Systems");
-    EXPECT_EQ(suite.tag, "");
-    // A second paint must find the marker again.
-    EXPECT_EQ(std::string(subtitle.data()), "QVLS:Quality Validation:Lab Systems:more");
-
-    // The first five characters go whatever they are; the marker alone is
-    // not the variant.
-    subtitle = Subtitle("Engineering QVLS:x");
-    EXPECT_EQ(splash::DecideSuite(subtitle).title, "eering QVLS");
-    subtitle = Subtitle("QVLS:");
-    EXPECT_FALSE(splash::DecideSuite(subtitle).qvlsVariant);
+TEST(SplashSuite, FirstRowOfTheLowerCasedSubtitleDecidesAndQvlsSplitsAtColons) {
+    struct Case {
+        char const* subtitle;
+        char const* suite; // title|sub-text|tag, with + for the sub-text, * for QVLS
+        char const* after; // the field after the decision
+    };
+    // The table's order decides, not the words' order in the subtitle. QVLS
+    // keeps the subtitle as given, for a second paint must find the marker
+    // again; its first five characters go whatever they are, and the marker
+    // alone is not the variant.
+    Case const cases[] = {
+        {"Orvel POLYMERS Suite", "Business Process Templates||polymers", "orvel polymers suite"},
+        {"Refining and Supply", "Supply Chain Suite||", "refining and supply"},
+        {"Integration Services", "Orvel Framework||", "integration services"},
+        {"Thermal Tools", "||", "thermal tools"},
+        {"QVLS:Quality Validation:Lab Systems:more", "Quality Validation|Lab Systems|+*",
+         "QVLS:Quality Validation:Lab Systems:more"},
+        {"Engineering QVLS:x", "eering QVLS|x|+*", "Engineering QVLS:x"},
+        {"QVLS:", "||", "qvls:"},
+    };
+    for (Case const& c : cases) {
+        auto field = Subtitle(c.subtitle);
+        splash::Suite const suite = splash::DecideSuite(field);
+        EXPECT_EQ(suite.title + "|" + suite.subText + "|" + suite.tag +
+                      (suite.hasSubText ? "+" : "") + (suite.qvlsVariant ? "*" : ""),
+                  c.suite)
+            << c.subtitle;
+        EXPECT_EQ(std::string(field.data()), c.after) << c.subtitle;
+    }
 }
 
 TEST(SplashTitle, SignsAreResolvedInEitherCaseWithinTheWorkArea) {
@@ -109,27 +101,15 @@ TEST(SplashTitle, SignsAreResolvedInEitherCaseWithinTheWorkArea) {
 
 TEST(SplashTitle, BreaksAtBlanksBackToFrontThenByCharacters) {
     // Fits: one line, untouched.
-    EXPECT_EQ(Break(u"Short one").first, u"Short one");
-    EXPECT_EQ(Break(u"Short one").second, u"");
-
+    EXPECT_EQ(Break(u"Short one"), u"Short one|");
     // The last blank first, then further back a word at a time.
-    splash::TitleLines lines = Break(u"Alpha Beta Gamma");
-    EXPECT_EQ(lines.first, u"Alpha Beta");
-    EXPECT_EQ(lines.second, u"Gamma");
-    lines = Break(u"Heat Exchange Design Tool");
-    EXPECT_EQ(lines.first, u"Heat");
-    EXPECT_EQ(lines.second, u"Exchange Design Tool");
-
+    EXPECT_EQ(Break(u"Alpha Beta Gamma"), u"Alpha Beta|Gamma");
+    EXPECT_EQ(Break(u"Heat Exchange Design Tool"), u"Heat|Exchange Design Tool");
     // One long word goes by characters.
-    lines = Break(u"Supercalifragilistic");
-    EXPECT_EQ(lines.first, u"Supercalif");
-    EXPECT_EQ(lines.second, u"ragilistic");
-
+    EXPECT_EQ(Break(u"Supercalifragilistic"), u"Supercalif|ragilistic");
     // A first word too long on its own: characters move to the start of the
     // second line, which takes the blank's place.
-    lines = Break(u"Thermodynamics Tool");
-    EXPECT_EQ(lines.first, u"Thermodyna");
-    EXPECT_EQ(lines.second, u"micsTool");
+    EXPECT_EQ(Break(u"Thermodynamics Tool"), u"Thermodyna|micsTool");
 }
 
 TEST(SplashTitle, FitHeightScalesByTheTighterSide) {
@@ -155,11 +135,9 @@ TEST(SplashBitmaps, EveryImageIsThereAtItsSizeAndDepth) {
         SCOPED_TRACE(e.number);
         auto const header = splash::ReadInfoHeader(FindBitmapResource(e.number));
         ASSERT_TRUE(header.has_value());
-        EXPECT_EQ(header->biSize, 40u);
-        EXPECT_EQ(header->biWidth, e.width);
-        EXPECT_EQ(header->biHeight, e.height);
-        EXPECT_EQ(header->biBitCount, e.bits);
-        EXPECT_EQ(header->biCompression, 0u);
+        EXPECT_EQ((std::vector<long>{header->biSize, header->biWidth, header->biHeight,
+                                     header->biBitCount, header->biCompression}),
+                  (std::vector<long>{40, e.width, e.height, e.bits, 0}));
     }
     EXPECT_TRUE(FindBitmapResource(211).empty());
 }
@@ -172,11 +150,9 @@ TEST(SplashBitmaps, PaletteProcedureWritesTheCountBackAndMapsRowsBottomUp) {
     splash::Rect const reversed{6, 0, 5, 4};
     EXPECT_EQ(splash::DrawThroughPalette(cr.get(), dib, 1, 1, 0xFF0000, &reversed), 2);
     EXPECT_EQ(splash::ReadInfoHeader(dib)->biClrUsed, 256u);
-    EXPECT_EQ(Pixel(target.get(), 1, 1), 0x404040u);
-    EXPECT_EQ(Pixel(target.get(), 3, 1), 0x606060u);
-    EXPECT_EQ(Pixel(target.get(), 1, 2), 0x101010u);
-    EXPECT_EQ(Pixel(target.get(), 4, 1), 0u); // nothing beyond the image
-    EXPECT_EQ(Pixel(target.get(), 5, 0), 0u); // the reversed box filled nothing
+    // Nothing beyond the image (4,1); the reversed box filled nothing (5,0).
+    EXPECT_EQ(Pixels(target, {{1, 1}, {3, 1}, {1, 2}, {4, 1}, {5, 0}}),
+              (std::vector<std::uint32_t>{0x404040, 0x606060, 0x101010, 0, 0}));
 
     // 24 bits follow the header directly, blue first; a box the right way
     // round is filled.
@@ -184,18 +160,16 @@ TEST(SplashBitmaps, PaletteProcedureWritesTheCountBackAndMapsRowsBottomUp) {
     splash::Rect const box{6, 0, 8, 4};
     splash::DrawThroughPalette(cr.get(), dib, 0, 0, 0x00FF00, &box);
     EXPECT_EQ(splash::ReadInfoHeader(dib)->biClrUsed, 0u);
-    EXPECT_EQ(Pixel(target.get(), 0, 0), 0x332211u);
-    EXPECT_EQ(Pixel(target.get(), 1, 0), 0x665544u);
-    EXPECT_EQ(Pixel(target.get(), 7, 3), 0x00FF00u);
+    EXPECT_EQ(Pixels(target, {{0, 0}, {1, 0}, {7, 3}}),
+              (std::vector<std::uint32_t>{0x332211, 0x665544, 0x00FF00}));
 
     // Four bits: the left pixel in the high half of its byte.
     dib = Dib(2, 1, 4, 16, {0x2F, 0, 0, 0});
     splash::DrawThroughPalette(cr.get(), dib, 0, 3, 0, nullptr);
-    EXPECT_EQ(Pixel(target.get(), 0, 3), 0x202020u);
-    EXPECT_EQ(Pixel(target.get(), 1, 3), 0xF0F0F0u);
+    EXPECT_EQ(Pixels(target, {{0, 3}, {1, 3}}), (std::vector<std::uint32_t>{0x202020, 0xF0F0F0}));
 
     // Too few bytes for the rows: nothing is drawn, nothing is read past.
     dib = Dib(40, 40, 24, 0, {1, 2, 3});
     EXPECT_EQ(splash::DrawThroughPalette(cr.get(), dib, 0, 0, 0, nullptr), 40);
-    EXPECT_EQ(Pixel(target.get(), 0, 0), 0x332211u);
+    EXPECT_EQ(Pixels(target, {{0, 0}}), std::vector<std::uint32_t>{0x332211});
 }
