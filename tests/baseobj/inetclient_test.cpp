@@ -22,29 +22,36 @@ namespace {
 using namespace inet_test;
 using platform::INTERNET_OPTION_RECEIVE_TIMEOUT;
 
-char* Mutable(std::string& text) {
+// The clients take texts they do not change as char*; a temporary lives
+// to the end of the call.
+char* Mutable(std::string&& text) {
     return text.data();
 }
 
 // HTTP connections carry no credentials: they come with the challenge.
 bool Connect(InternetClient& client, std::string server) {
-    return client.ConnectToServer(Mutable(server), 3, nullptr, nullptr) == 1;
+    return client.ConnectToServer(Mutable(std::move(server)), 3, nullptr, nullptr) == 1;
 }
 
 short Login(HttpClient& client, std::string object, std::string* out,
             std::string password = kPassword) {
-    std::string user = kUser;
-    return client.GetLoginInfo(Mutable(object), Mutable(user), Mutable(password), *out);
+    return client.GetLoginInfo(Mutable(std::move(object)), Mutable(kUser),
+                               Mutable(std::move(password)), *out);
 }
 
 short Post(HttpClient& client, std::string object, std::string file) {
-    return client.Post(Mutable(object), Mutable(file));
+    return client.Post(Mutable(std::move(object)), Mutable(std::move(file)));
 }
 
 class HttpTest : public ::testing::Test {
 protected:
+    void SetUp() override {
+        ASSERT_GT(http.port(), 0);
+        ASSERT_TRUE(Connect(client, http.Address("http://")));
+    }
     ScratchDir dir;
     Server http{{"http", dir.path().string()}};
+    HttpClient client;
 };
 
 } // namespace
@@ -64,17 +71,13 @@ TEST(InternetClientTest, NoConnectionAnswersZeroAndPortsFollowTheService) {
     EXPECT_EQ(ftp.ReadFromFile(buffer, sizeof buffer), 0u);
 
     // Service 443 is kept as given; the connection is an HTTP one on 443.
-    std::string server = "127.0.0.1";
-    EXPECT_EQ(http.ConnectToServer(Mutable(server), 443, nullptr, nullptr), 1);
+    EXPECT_EQ(http.ConnectToServer(Mutable("127.0.0.1"), 443, nullptr, nullptr), 1);
     EXPECT_EQ(http._get_nService(), 443u);
     EXPECT_EQ(http.Disconnect(), 1);
     EXPECT_FALSE(http.IsConnected());
 }
 
 TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
-    ASSERT_GT(http.port(), 0);
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out = "<";
     EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
     EXPECT_EQ(out, "<welcome user");
@@ -101,8 +104,6 @@ TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
 }
 
 TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out;
     EXPECT_EQ(Login(client, "/auth/big", &out), 200);
     ASSERT_EQ(out.size(), 10u * 1024 * 1024);
@@ -112,8 +113,6 @@ TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
 }
 
 TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string body = "name=a&value=\x01\xff\r\n";
     body += std::string(5000, 'z'); // longer than one step of any buffer
     WriteAll(dir / "expected-post.bin", body);
@@ -127,8 +126,6 @@ TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
 }
 
 TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     WriteAll(dir / "body.txt", "b");
     // To HTTPS: not followed, the redirect is the answer.
     EXPECT_EQ(Post(client, "/redirect?https://127.0.0.1:1/x", dir / "body.txt"), 302);
@@ -140,8 +137,6 @@ TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
 }
 
 TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out;
     // The server hangs up after 100 of 1,000 bytes.
     EXPECT_EQ(Login(client, "/cut", &out), platform::ERROR_INTERNET_CONNECTION_ABORTED);
@@ -222,9 +217,8 @@ TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
 namespace {
 
 short ConnectFtp(FtpClient& client, Server const& ftp, std::string password = kPassword) {
-    std::string server = ftp.Address(), user = kUser;
-    return client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
-                                  Mutable(password));
+    return client.ConnectToServer(Mutable(ftp.Address()), platform::INTERNET_SERVICE_FTP,
+                                  Mutable(kUser), Mutable(std::move(password)));
 }
 
 // Every entry of the current directory as GetFirst/GetNext give them.
@@ -267,29 +261,26 @@ std::string Binary(std::size_t size) {
 TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
     std::string const data = Binary(300000); // NUL bytes and CR LF pairs survive
     WriteAll(Local("up.bin"), data);
-    std::string local = Local("up.bin"), remote = "up.bin";
-    ASSERT_EQ(client.PutFile(Mutable(local), Mutable(remote)), 1);
+    ASSERT_EQ(client.PutFile(Mutable(Local("up.bin")), Mutable("up.bin")), 1);
     EXPECT_TRUE(ReadAll((root() / "up.bin").string()) == data);
 
-    std::string from = "up.bin", to = "moved.bin", back = Local("down.bin");
-    ASSERT_EQ(client.RenameFile(Mutable(from), Mutable(to)), 1);
-    ASSERT_EQ(client.GetFile(Mutable(to), Mutable(back)), 1);
+    std::string const back = Local("down.bin");
+    ASSERT_EQ(client.RenameFile(Mutable("up.bin"), Mutable("moved.bin")), 1);
+    ASSERT_EQ(client.GetFile(Mutable("moved.bin"), Mutable(Local("down.bin"))), 1);
     EXPECT_TRUE(ReadAll(back) == data);
-    EXPECT_EQ(client.GetFile(Mutable(from), Mutable(back)), 0); // gone by its old name
+    EXPECT_EQ(client.GetFile(Mutable("up.bin"), Mutable(Local("down.bin"))), 0); // old name
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_EXTENDED_ERROR);
     EXPECT_TRUE(ReadAll(back) == data) << "a failed fetch leaves the local file alone";
 
-    ASSERT_EQ(client.DeleteFileA(Mutable(to)), 1);
+    ASSERT_EQ(client.DeleteFileA(Mutable("moved.bin")), 1);
     EXPECT_FALSE(fs::exists(root() / "moved.bin"));
-    EXPECT_EQ(client.DeleteFileA(Mutable(to)), 0);
-    std::string missing = Local("missing.bin");
-    EXPECT_EQ(client.PutFile(Mutable(missing), Mutable(remote)), 0);
+    EXPECT_EQ(client.DeleteFileA(Mutable("moved.bin")), 0);
+    EXPECT_EQ(client.PutFile(Mutable(Local("missing.bin")), Mutable("up.bin")), 0);
 
     // An empty file comes back as an empty file.
     WriteAll((root() / "empty.txt").string(), "");
-    std::string empty = "empty.txt", emptyLocal = Local("empty.txt");
-    ASSERT_EQ(client.GetFile(Mutable(empty), Mutable(emptyLocal)), 1);
-    EXPECT_TRUE(fs::exists(emptyLocal));
+    ASSERT_EQ(client.GetFile(Mutable("empty.txt"), Mutable(Local("empty.txt"))), 1);
+    EXPECT_TRUE(fs::exists(Local("empty.txt")));
 }
 
 TEST_F(FtpTest, DirectoriesAndListings) {
@@ -298,28 +289,25 @@ TEST_F(FtpTest, DirectoriesAndListings) {
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/");
 
-    std::string sub = "sub", empty = "sub/empty";
-    ASSERT_EQ(client.MakeDirectory(Mutable(sub)), 1);
-    ASSERT_EQ(client.MakeDirectory(Mutable(empty)), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable("sub")), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable("sub/empty")), 1);
     WriteAll((root() / "a file.txt").string(), "x");
     WriteAll((root() / "sub" / "inner.txt").string(), "y");
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
 
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("sub")), 1);
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/sub");
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
-    std::string emptyHere = "empty";
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(emptyHere)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("empty")), 1);
     EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
 
     // A directory that is not there, and a buffer too small, leave it empty.
-    std::string nowhere = "nowhere", up = "../..";
-    EXPECT_EQ(client.SetWorkingDirectory(Mutable(nowhere)), 0);
+    EXPECT_EQ(client.SetWorkingDirectory(Mutable("nowhere")), 0);
     char tiny[4] = "abc";
     EXPECT_EQ(client.GetWorkingDirectory(tiny, sizeof tiny), 0);
     EXPECT_STREQ(tiny, "");
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(up)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("../..")), 1);
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/");
 
@@ -332,22 +320,20 @@ TEST_F(FtpTest, DirectoriesAndListings) {
     EXPECT_EQ(client.GetNextDirectoryEntry(entry), 0);
     EXPECT_STREQ(entry, "untouched");
 
-    EXPECT_EQ(client.RemoveDirectoryA(Mutable(sub)), 0); // not empty
-    ASSERT_EQ(client.RemoveDirectoryA(Mutable(empty)), 1);
+    EXPECT_EQ(client.RemoveDirectoryA(Mutable("sub")), 0); // not empty
+    ASSERT_EQ(client.RemoveDirectoryA(Mutable("sub/empty")), 1);
     EXPECT_FALSE(fs::exists(root() / "sub" / "empty"));
 }
 
 TEST_F(FtpTest, OpenFileReadsAndWrites) {
     std::string const data = Binary(1000);
-    std::string name = "stream.bin";
-    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_WRITE), 1);
-    std::string part1 = data.substr(0, 600), part2 = data.substr(600);
-    EXPECT_EQ(client.WriteToFile(Mutable(part1), part1.size()), 600u);
-    EXPECT_EQ(client.WriteToFile(Mutable(part2), part2.size()), 400u);
+    ASSERT_EQ(client.OpenFile(Mutable("stream.bin"), platform::GENERIC_WRITE), 1);
+    EXPECT_EQ(client.WriteToFile(Mutable(data.substr(0, 600)), 600), 600u);
+    EXPECT_EQ(client.WriteToFile(Mutable(data.substr(600)), 400), 400u);
     ASSERT_EQ(client.CloseFile(), 1);
     EXPECT_TRUE(ReadAll((root() / "stream.bin").string()) == data);
 
-    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_READ), 1);
+    ASSERT_EQ(client.OpenFile(Mutable("stream.bin"), platform::GENERIC_READ), 1);
     std::string back;
     char chunk[256];
     while (unsigned long n = client.ReadFromFile(chunk, sizeof chunk))
@@ -357,8 +343,7 @@ TEST_F(FtpTest, OpenFileReadsAndWrites) {
     EXPECT_EQ(client.CloseFile(), 1);
     EXPECT_EQ(client.CloseFile(), 0);
 
-    std::string missing = "missing.bin";
-    EXPECT_EQ(client.OpenFile(Mutable(missing), platform::GENERIC_READ), 0);
+    EXPECT_EQ(client.OpenFile(Mutable("missing.bin"), platform::GENERIC_READ), 0);
     EXPECT_EQ(client.ReadFromFile(chunk, sizeof chunk), 0u);
 }
 
@@ -379,7 +364,6 @@ TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
     FtpClient client;
     ASSERT_EQ(ConnectFtp(client, ftp), 1);
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
-    std::string sub = "sub";
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("sub")), 1);
     EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
 }

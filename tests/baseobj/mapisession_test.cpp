@@ -16,7 +16,8 @@ namespace {
 
 using namespace inet_test;
 
-char* Mutable(std::string& text) {
+// A temporary lives to the end of the call that reads it.
+char* Mutable(std::string&& text) {
     return text.data();
 }
 
@@ -64,12 +65,11 @@ protected:
 } // namespace
 
 TEST_F(MailTest, WithoutSettingsEveryOperationAnswersFalse) {
-    std::string to = "a@example.test", subject = "s", body = "b";
     {
         MAPISession session;
         EXPECT_EQ(session._get_bInitialized(), 0);
         EXPECT_EQ(session.Logon(), 0);
-        EXPECT_EQ(session.Send(Mutable(to), Mutable(subject), Mutable(body), nullptr), 0);
+        EXPECT_EQ(session.Send(Mutable("a@example.test"), Mutable("s"), Mutable("b"), nullptr), 0);
         EXPECT_EQ(session.Logoff(), 0);
     }
     // A server without a sender is no set-up either.
@@ -89,10 +89,11 @@ TEST_F(MailTest, SendsRecipientsSubjectBodyAndAttachments) {
     MAPISession session;
     ASSERT_EQ(session._get_bInitialized(), 1);
     ASSERT_EQ(session.Logon(), 1);
-    std::string to = "a@example.test;b@example.test", subject = "Licence reminder";
-    std::string body = "Dear user,\r\nyour licence ends soon.\r\n";
-    std::string files = dir / "report.bin" + ";" + dir / "notes.txt";
-    ASSERT_EQ(session.Send(Mutable(to), Mutable(subject), Mutable(body), Mutable(files)), 1);
+    char subject[] = "Licence reminder", body[] = "Dear user,\r\nyour licence ends soon.\r\n";
+    std::string const files = dir / "report.bin" + ";" + dir / "notes.txt";
+    ASSERT_EQ(session.Send(Mutable("a@example.test;b@example.test"), subject, body,
+                           Mutable(std::string(files))),
+              1);
     EXPECT_EQ(session.Logoff(), 1);
     EXPECT_EQ(session.Logoff(), 0);
 
@@ -110,8 +111,7 @@ TEST_F(MailTest, SendsRecipientsSubjectBodyAndAttachments) {
 
     // Without Logon and without attachments the mail goes too.
     MAPISession again;
-    std::string one = "c@example.test";
-    ASSERT_EQ(again.Send(Mutable(one), Mutable(subject), Mutable(body), nullptr), 1);
+    ASSERT_EQ(again.Send(Mutable("c@example.test"), subject, body, nullptr), 1);
     EXPECT_NE(Mail(2).find(R"("attachments": {})"), std::string::npos) << Mail(2);
 }
 
@@ -120,13 +120,13 @@ TEST_F(MailTest, RefusalsAndMissingPartsAnswerFalse) {
     ASSERT_GT(smtp.port(), 0);
     PointAt(smtp);
     MAPISession session;
-    std::string to = "a@example.test", subject = "s", body = "b", empty;
     EXPECT_EQ(session.Logon(), 1);
-    EXPECT_EQ(session.Send(Mutable(to), Mutable(subject), Mutable(body), nullptr), 0);
-    EXPECT_EQ(session.Send(Mutable(to), Mutable(empty), Mutable(body), nullptr), 0);
-    EXPECT_EQ(session.Send(nullptr, Mutable(subject), Mutable(body), nullptr), 0);
-    std::string missing = dir / "missing.bin";
-    EXPECT_EQ(session.Send(Mutable(to), Mutable(subject), Mutable(body), Mutable(missing)), 0);
+    // Refused by the sink, no subject, no recipient, an attachment missing.
+    char to[] = "a@example.test", subject[] = "s", body[] = "b", empty[] = "";
+    EXPECT_EQ(session.Send(to, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, empty, body, nullptr), 0);
+    EXPECT_EQ(session.Send(nullptr, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, subject, body, Mutable(dir / "missing.bin")), 0);
 
     // Nobody listening: no greeting.
     SetValue(platform::kMailServerValue, "smtp://127.0.0.1:1");
@@ -151,8 +151,7 @@ TEST(MailDescriptionsTest, CountsFollowTheListAndStayInTheArray) {
     for (Case const& c : cases) {
         // A guard slot past the ten stays untouched.
         MapiRecipDesc recips[MAPISession::kMaxRecips + 1] = {};
-        std::string list = c.list;
-        EXPECT_EQ(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips, Mutable(list)),
+        EXPECT_EQ(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips, Mutable(c.list)),
                   c.count)
             << c.list;
         unsigned long made = 0;
@@ -168,7 +167,7 @@ TEST(MailDescriptionsTest, CountsFollowTheListAndStayInTheArray) {
 
 TEST(MailDescriptionsDeathTest, NameLongerThanItsBufferEndsTheProcess) {
     MapiRecipDesc recips[MAPISession::kMaxRecips] = {};
-    std::string list(MAPISession::kNameSize, 'n');
-    EXPECT_EXIT(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips, Mutable(list)),
+    EXPECT_EXIT(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips,
+                                          Mutable(std::string(MAPISession::kNameSize, 'n'))),
                 ::testing::ExitedWithCode(kFatalStatus), "");
 }

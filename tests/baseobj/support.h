@@ -10,9 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace baseobj_test {
 
@@ -21,6 +21,12 @@ class BoxedTest : public ::testing::Test {
 protected:
     RecordingBox box;
     platform::ScopedSeam<platform::MessageBoxService> seam{platform::MessageBoxSeam(), box};
+};
+
+// Boxes recorded, and none asked for by an Exception, for one test.
+struct QuietTest : BoxedTest {
+    QuietTest() { Exception::_set_bDisableMessageBoxes(1); }
+    ~QuietTest() override { Exception::_set_bDisableMessageBoxes(0); }
 };
 
 // A scanner over its own copy of the text.
@@ -32,6 +38,16 @@ struct TextScanner {
     std::string text;
     Scanner scn;
 };
+
+// "code message" of the Exception the statement throws.
+inline std::string Thrown(std::function<void()> const& statement) {
+    try {
+        statement();
+    } catch (Exception const& e) {
+        return std::to_string(e._get_nException()) + " " + e.szMessage;
+    }
+    return "nothing thrown";
+}
 
 inline std::string Text(Token const& tok) {
     char buf[1024];

@@ -8,9 +8,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -152,15 +152,18 @@ TEST(TokenTest, TextFormsFollowTypeRadixAndPrecision) {
     code.SetValueToken(12);
     EXPECT_EQ(Text(code), "");
 
-    EXPECT_EQ(Precise(Make(1.5), 6), "1.500000");
-    EXPECT_EQ(Precise(Make(1.5), -6), "1.5");
-    EXPECT_EQ(Precise(Make(3.0), -6), "3.0");
-    EXPECT_EQ(Precise(Make(3.0), 0), "3.");
-    EXPECT_EQ(Precise(Make(2.0 / 3.0), 3), "0.666"); // cut, not rounded
-    EXPECT_EQ(Precise(Make(1e20), 6), "1e+20.000000");
-    EXPECT_EQ(Precise(Make(1.5e20), 6), "1.5e+200");
-    EXPECT_EQ(Precise(Make(1.23456789012e20), 6), "1.234567e+20");
-    EXPECT_EQ(Precise(Make(100.0), -12), "100.0");
+    // 2/3 is cut, not rounded.
+    struct {
+        double value;
+        char nPrecision;
+        char const* text;
+    } const precise[] = {{1.5, 6, "1.500000"},    {1.5, -6, "1.5"},
+                         {3.0, -6, "3.0"},        {3.0, 0, "3."},
+                         {2.0 / 3.0, 3, "0.666"}, {1e20, 6, "1e+20.000000"},
+                         {1.5e20, 6, "1.5e+200"}, {1.23456789012e20, 6, "1.234567e+20"},
+                         {100.0, -12, "100.0"}};
+    for (auto const& c : precise)
+        EXPECT_EQ(Precise(Make(c.value), c.nPrecision), c.text) << c.value;
 
     char buf[64];
     Token quoted = Make("\"say \"hi\"\\\tnow\n\"");
@@ -204,17 +207,15 @@ TEST(TokenTest, MatchesNeedTheExactType) {
 
 TEST(TokenTest, TextIsParsedByThePresentType) {
     Token tok;
-    tok.SetValueFromString("12");
-    EXPECT_TRUE(tok.Match(std::int32_t{12}));
-    tok.UnInitialize();
-    tok.SetValueFromString("2.0");
-    EXPECT_TRUE(tok.Match(std::int32_t{2})); // no fractional part: a long
-    tok.UnInitialize();
-    tok.SetValueFromString("2.5");
-    EXPECT_TRUE(tok.Match(2.5));
-    tok.UnInitialize();
-    tok.SetValueFromString("");
-    EXPECT_TRUE(tok.Match(0.0));
+    auto parsed = [&tok](char const* sz) -> Token& {
+        tok.UnInitialize();
+        tok.SetValueFromString(sz);
+        return tok;
+    };
+    EXPECT_TRUE(parsed("12").Match(std::int32_t{12}));
+    EXPECT_TRUE(parsed("2.0").Match(std::int32_t{2})); // no fractional part: a long
+    EXPECT_TRUE(parsed("2.5").Match(2.5));
+    EXPECT_TRUE(parsed("").Match(0.0));
 
     tok.SetValue(static_cast<short>(1));
     tok.SetValueFromString("70000");
@@ -314,39 +315,32 @@ TEST(TokenTest, FileFormIsByteExactAndReadsBackWithItsPosition) {
 
 TEST(TokenTest, TextFormsOfTheFileAreReadToo) {
     Exception::_set_bDisableMessageBoxes(1);
-    std::istringstream oldest("\x03 42\x07line one\r\n\x02 5\x01 q");
     Token tok;
-    oldest >> tok;
-    EXPECT_TRUE(tok.Match(static_cast<short>(42)));
-    oldest >> tok;
-    EXPECT_TRUE(tok.Match("line one"));
-    oldest >> tok;
-    EXPECT_TRUE(tok.MatchBool(1));
-    oldest >> tok;
-    EXPECT_TRUE(tok.Match('q'));
-
-    std::istringstream newest("Int16\r\n42\nBoolean\n7\nString\nhello there\nFloat64\n2.5\n");
-    newest >> tok;
-    EXPECT_TRUE(tok.Match(static_cast<short>(42)));
-    newest >> tok;
-    EXPECT_TRUE(tok.MatchBool(1));
-    newest >> tok;
-    EXPECT_TRUE(tok.Match("hello there"));
-    newest >> tok;
-    EXPECT_TRUE(tok.Match(2.5));
+    // Each token read as its type's name and its text.
+    auto read = [&tok](std::string const& text) {
+        std::istringstream in(text);
+        std::vector<std::string> got;
+        for (int i = 0; i < 4; ++i) {
+            in >> tok;
+            char szType[32];
+            got.push_back(Token::MapTypeToString(static_cast<short>(tok._get_nDataType()), szType) +
+                          (" " + Text(tok)));
+        }
+        return got;
+    };
+    EXPECT_EQ(
+        read("\x03 42\x07line one\r\n\x02 5\x01 q"),
+        (std::vector<std::string>{"TY_SHORT 42", "TY_STRING line one", "TY_BOOL 1", "TY_CHAR q"}));
+    EXPECT_EQ(read("Int16\r\n42\nBoolean\n7\nString\nhello there\nFloat64\n2.5\n"),
+              (std::vector<std::string>{"TY_SHORT 42", "TY_BOOL 1", "TY_STRING hello there",
+                                        "TY_DOUBLE 2.500000"}));
 
     // What cannot be read throws 402, the detail unused by its message.
     for (std::string const& bad :
          {std::string("Bool\n1\n"), std::string(), std::string("\x37\0\0\0\0\0\0", 7),
           std::string("\x37\0\0\0\0\0\0\x09\0\0\0\0\0\0\0abc", 18)}) {
         std::istringstream in(bad);
-        try {
-            in >> tok;
-            ADD_FAILURE() << "read " << bad.size() << " bytes";
-        } catch (Exception const& e) {
-            EXPECT_EQ(e._get_nException(), 402);
-            EXPECT_STREQ(e.szMessage, "Unable to Load File");
-        }
+        EXPECT_EQ(Thrown([&] { in >> tok; }), "402 Unable to Load File") << bad.size() << " bytes";
     }
     Exception::_set_bDisableMessageBoxes(0);
 }

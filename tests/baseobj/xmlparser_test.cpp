@@ -85,24 +85,22 @@ TEST(CXMLParserTest, RemoveSpecialSymbolsJudgesByTheNextByte) {
     struct Case {
         char const* in;
         char const* out;
-    } const cases[] = {
-        {"&apos;", "'"},
-        {"&amp;", "&"},
-        {"&gt;", ">"},
-        {"&lt;", "<"},
-        {"&quot;", "\""},
-        {"&#65;", "&#65;"},
-        {"&amp;lt;", "&lt;"},
-        {"&aXYZ!", "&!"},
-        {"&gXY", ">"},
-        {"x&", "x&"},
-        {"&l", "<"},
-        {"&&gt;", "&>"},
-        {"a&b", "a&b"},
-        {"&apos", "'"},
-        {"", ""},
-        {"no entity", "no entity"},
-    };
+    } const cases[] = {{"&apos;", "'"},
+                       {"&amp;", "&"},
+                       {"&gt;", ">"},
+                       {"&lt;", "<"},
+                       {"&quot;", "\""},
+                       {"&#65;", "&#65;"},
+                       {"&amp;lt;", "&lt;"},
+                       {"&aXYZ!", "&!"},
+                       {"&gXY", ">"},
+                       {"x&", "x&"},
+                       {"&l", "<"},
+                       {"&&gt;", "&>"},
+                       {"a&b", "a&b"},
+                       {"&apos", "'"},
+                       {"", ""},
+                       {"no entity", "no entity"}};
     for (auto const& c : cases) {
         std::string text = c.in;
         CXMLParser::RemoveSpecialSymbols(text.data());
