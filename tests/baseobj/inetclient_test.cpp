@@ -1,25 +1,141 @@
-// The HTTP and FTP clients against servers of the tests' own on loopback.
-#include "inet_support.h"
-
+// The HTTP and FTP clients and the mail session against servers of the
+// tests' own (inet_servers.py beside this file) started on ephemeral loopback
+// ports and stopped with the object, with a scratch folder, certificates made
+// with openssl at test time, and, for mail, a registry store of the test's own.
 #include <baseobj/inetclient.h>
+#include <baseobj/mapisession.h>
 #include <platform/internet.h>
+#include <platform/mail.h>
+#include <platform/registry.h>
 #include <platform/syserror.h>
+
+#include <support/fatal.h>
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <netinet/in.h>
+#include <spawn.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
 
 namespace {
 
-using namespace inet_test;
+namespace fs = std::filesystem;
+
+constexpr char kPython[] = "/usr/bin/python3";
+constexpr char kUser[] = "user";
+constexpr char kPassword[] = "secret";
+
+std::string ServersScript() {
+    return (fs::path(__FILE__).parent_path() / "inet_servers.py").string();
+}
+
+using test_support::ReadAll;
+using test_support::ScratchDir;
+using test_support::WriteAll;
+
+// One server process; its standard input is held open, and closing it (then
+// SIGTERM, should that not do) ends the server.
+class Server {
+public:
+    explicit Server(std::vector<std::string> args) {
+        int toChild[2], fromChild[2];
+        // Close-on-exec, so that no other server holds these ends open.
+        if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) return;
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, toChild[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, fromChild[1], STDOUT_FILENO);
+        for (int fd : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
+            posix_spawn_file_actions_addclose(&actions, fd);
+        args.insert(args.begin(), ServersScript());
+        args.insert(args.begin(), kPython);
+        std::vector<char*> argv;
+        for (std::string& arg : args)
+            argv.push_back(arg.data());
+        argv.push_back(nullptr);
+        if (::posix_spawn(&pid_, kPython, &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
+        posix_spawn_file_actions_destroy(&actions);
+        ::close(toChild[0]);
+        ::close(fromChild[1]);
+        stdin_ = toChild[1];
+        ReadPort(fromChild[0]);
+        ::close(fromChild[0]);
+    }
+    ~Server() {
+        if (stdin_ >= 0) ::close(stdin_);
+        if (pid_ <= 0) return;
+        // A second to leave by itself, then it is told to.
+        for (int i = 0; i < 20; ++i) {
+            if (::waitpid(pid_, nullptr, WNOHANG) == pid_) return;
+            ::usleep(50000);
+        }
+        ::kill(pid_, SIGTERM);
+        ::waitpid(pid_, nullptr, 0);
+    }
+    Server(Server const&) = delete;
+    Server& operator=(Server const&) = delete;
+
+    int port() const { return port_; }
+    // "127.0.0.1:<port>", with a prefix if given.
+    std::string Address(std::string const& prefix = "") const {
+        return prefix + "127.0.0.1:" + std::to_string(port_);
+    }
+
+private:
+    void ReadPort(int fd) {
+        std::string line;
+        char c;
+        while (::read(fd, &c, 1) == 1 && c != '\n')
+            line += c;
+        if (line.rfind("PORT ", 0) == 0) port_ = std::atoi(line.c_str() + 5);
+    }
+
+    pid_t pid_ = -1;
+    int stdin_ = -1;
+    int port_ = 0;
+};
+
+bool Run(std::string const& command) {
+    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// A test authority, a server certificate it signed for a name that is not
+// the loopback address, and a self-signed certificate nobody trusts.
+struct Certificates {
+    explicit Certificates(ScratchDir const& dir)
+        : caCert(dir / "ca.pem"), serverCert(dir / "server.pem"), serverKey(dir / "server.key"),
+          strangerCert(dir / "stranger.pem"), strangerKey(dir / "stranger.key") {
+        std::string const ec = " -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes";
+        std::string const caKey = dir / "ca.key";
+        std::string const csr = dir / "server.csr";
+        made = Run("openssl req -x509" + ec + " -days 2 -subj '/CN=Sorvane Test Authority'" +
+                   " -keyout " + caKey + " -out " + caCert) &&
+               Run("openssl req" + ec + " -subj '/CN=sorvane-test.invalid' -keyout " + serverKey +
+                   " -out " + csr) &&
+               Run("openssl x509 -req -days 2 -in " + csr + " -CA " + caCert + " -CAkey " + caKey +
+                   " -CAcreateserial -out " + serverCert) &&
+               Run("openssl req -x509" + ec + " -days 2 -subj '/CN=sorvane-test.invalid'" +
+                   " -keyout " + strangerKey + " -out " + strangerCert);
+    }
+    std::string caCert, serverCert, serverKey, strangerCert, strangerKey;
+    bool made = false;
+};
+
 using platform::INTERNET_OPTION_RECEIVE_TIMEOUT;
 
 // The clients take texts they do not change as char*; a temporary lives
@@ -366,4 +482,158 @@ TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
     ASSERT_EQ(client.SetWorkingDirectory(Mutable("sub")), 1);
     EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
+}
+
+// The mail session, set up through a registry store of the test's own.
+namespace {
+
+void SetValue(char const* name, std::string const& text) {
+    platform::HKEY key = nullptr;
+    ASSERT_EQ(platform::RegCreateKeyExA(platform::HKEY_CURRENT_USER, platform::kMailSettingsKey, 0,
+                                        nullptr, 0, platform::KEY_ALL_ACCESS, nullptr, &key,
+                                        nullptr),
+              0);
+    platform::RegSetValueExA(key, name, 0, platform::REG_SZ,
+                             reinterpret_cast<std::uint8_t const*>(text.c_str()),
+                             static_cast<std::uint32_t>(text.size() + 1));
+    platform::RegCloseKey(key);
+}
+
+// Reaches the counts and buffers that Send makes.
+struct Descriptions : MAPISession {
+    using MAPISession::FreeRecips;
+    using MAPISession::SetupAttachments;
+    using MAPISession::SetupRecips;
+};
+
+class MailTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ::setenv(platform::kRegistryPathVariable, (dir / "registry.db").c_str(), 1);
+        // No credentials of the user's own reach the sink.
+        home_ = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+        ::setenv("HOME", dir.path().c_str(), 1);
+    }
+    void TearDown() override {
+        ::unsetenv(platform::kRegistryPathVariable);
+        ::setenv("HOME", home_.c_str(), 1);
+    }
+    void PointAt(Server const& smtp) {
+        SetValue(platform::kMailServerValue, "smtp://" + smtp.Address());
+        SetValue(platform::kMailSenderValue, "sender@example.test");
+    }
+    std::string Mail(int n) const { return ReadAll(dir / ("mail-" + std::to_string(n) + ".json")); }
+
+    ScratchDir dir;
+    std::string home_;
+};
+
+} // namespace
+
+TEST_F(MailTest, WithoutSettingsEveryOperationAnswersFalse) {
+    {
+        MAPISession session;
+        EXPECT_EQ(session._get_bInitialized(), 0);
+        EXPECT_EQ(session.Logon(), 0);
+        EXPECT_EQ(session.Send(Mutable("a@example.test"), Mutable("s"), Mutable("b"), nullptr), 0);
+        EXPECT_EQ(session.Logoff(), 0);
+    }
+    // A server without a sender is no set-up either.
+    SetValue(platform::kMailServerValue, "smtp://127.0.0.1:1");
+    MAPISession session;
+    EXPECT_EQ(session._get_bInitialized(), 0);
+}
+
+TEST_F(MailTest, SendsRecipientsSubjectBodyAndAttachments) {
+    Server smtp{{"smtp", dir.path().string()}};
+    ASSERT_GT(smtp.port(), 0);
+    PointAt(smtp);
+    std::string const binary("\x00\x01\xff\r\n\x80 end", 10);
+    WriteAll(dir / "report.bin", binary);
+    WriteAll(dir / "notes.txt", "plain notes\n");
+
+    MAPISession session;
+    ASSERT_EQ(session._get_bInitialized(), 1);
+    ASSERT_EQ(session.Logon(), 1);
+    char subject[] = "Licence reminder", body[] = "Dear user,\r\nyour licence ends soon.\r\n";
+    std::string const files = dir / "report.bin" + ";" + dir / "notes.txt";
+    ASSERT_EQ(session.Send(Mutable("a@example.test;b@example.test"), subject, body,
+                           Mutable(std::string(files))),
+              1);
+    EXPECT_EQ(session.Logoff(), 1);
+    EXPECT_EQ(session.Logoff(), 0);
+
+    // The sink's summary, its byte strings in hexadecimal.
+    std::string const mail = Mail(1);
+    for (char const* expected : {
+             R"("from": "sender@example.test")",
+             R"("rcpt": ["a@example.test", "b@example.test"])",
+             R"("subject": "Licence reminder")",
+             R"("text": "Dear user,\r\nyour licence ends soon.\r\n")",
+             R"("report.bin": "0001ff0d0a8020656e64")",
+             R"("notes.txt": "706c61696e206e6f7465730a")",
+         })
+        EXPECT_NE(mail.find(expected), std::string::npos) << expected << "\nin " << mail;
+
+    // Without Logon and without attachments the mail goes too.
+    MAPISession again;
+    ASSERT_EQ(again.Send(Mutable("c@example.test"), subject, body, nullptr), 1);
+    EXPECT_NE(Mail(2).find(R"("attachments": {})"), std::string::npos) << Mail(2);
+}
+
+TEST_F(MailTest, RefusalsAndMissingPartsAnswerFalse) {
+    Server smtp{{"smtp", dir.path().string(), "sender@example.test"}};
+    ASSERT_GT(smtp.port(), 0);
+    PointAt(smtp);
+    MAPISession session;
+    EXPECT_EQ(session.Logon(), 1);
+    // Refused by the sink, no subject, no recipient, an attachment missing.
+    char to[] = "a@example.test", subject[] = "s", body[] = "b", empty[] = "";
+    EXPECT_EQ(session.Send(to, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, empty, body, nullptr), 0);
+    EXPECT_EQ(session.Send(nullptr, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, subject, body, Mutable(dir / "missing.bin")), 0);
+
+    // Nobody listening: no greeting.
+    SetValue(platform::kMailServerValue, "smtp://127.0.0.1:1");
+    MAPISession nowhere;
+    EXPECT_EQ(nowhere.Logon(), 0);
+}
+
+TEST(MailDescriptionsTest, CountsFollowTheListAndStayInTheArray) {
+    struct Case {
+        char const* list;
+        unsigned long count;
+        unsigned long made;
+    } const cases[] = {
+        {"a", 1, 1},
+        {"a;b", 2, 2},
+        {"a;", 2, 2}, // a trailing ';' makes one empty name
+        {"a;b;c;d;e;f;g;h;i;j", 10, 10},
+        {"a;b;c;d;e;f;g;h;i;j;k", 11, 10},   // the eleventh is counted, not made
+        {"a;b;c;d;e;f;g;h;i;j;k;l", 12, 10}, // one too high
+        {"a;b;c;d;e;f;g;h;i;j;k;l;m;n", 12, 10},
+    };
+    for (Case const& c : cases) {
+        // A guard slot past the ten stays untouched.
+        MapiRecipDesc recips[MAPISession::kMaxRecips + 1] = {};
+        EXPECT_EQ(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips, Mutable(c.list)),
+                  c.count)
+            << c.list;
+        unsigned long made = 0;
+        while (made < MAPISession::kMaxRecips && recips[made].lpszName != nullptr)
+            ++made;
+        EXPECT_EQ(made, c.made) << c.list;
+        EXPECT_EQ(recips[MAPISession::kMaxRecips].lpszName, nullptr) << c.list;
+        EXPECT_EQ(recips[0].ulRecipClass, MAPISession::MAPI_TO);
+        EXPECT_STREQ(recips[0].lpszName, "a");
+        Descriptions::FreeRecips(recips, MAPISession::kMaxRecips);
+    }
+}
+
+TEST(MailDescriptionsDeathTest, NameLongerThanItsBufferEndsTheProcess) {
+    MapiRecipDesc recips[MAPISession::kMaxRecips] = {};
+    EXPECT_EXIT(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips,
+                                          Mutable(std::string(MAPISession::kNameSize, 'n'))),
+                ::testing::ExitedWithCode(kFatalStatus), "");
 }
