@@ -1,5 +1,4 @@
 #include <platform/namedevent.h>
-#include <platform/paths.h>
 #include <platform/registry.h>
 
 #include <support/registry_store.h>
@@ -25,6 +24,22 @@ protected:
                               reinterpret_cast<std::uint8_t const*>(text.c_str()),
                               static_cast<std::uint32_t>(text.size() + (terminator ? 1 : 0)));
     }
+    // RegCreateKeyExA with all access, telling whether the key was new.
+    static LSTATUS Create(char const* path, HKEY* key, std::uint32_t* disposition = nullptr) {
+        return RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key,
+                               disposition);
+    }
+    static LSTATUS SetDword(HKEY key, char const* name, std::uint32_t value) {
+        return RegSetValueExA(key, name, 0, REG_DWORD, reinterpret_cast<std::uint8_t*>(&value), 4);
+    }
+    // The value's first four bytes; 0xFFFFFFFF when it cannot be read.
+    static std::uint32_t GetDword(HKEY key, char const* name, std::uint32_t* type = nullptr) {
+        std::uint32_t value = 0, size = 4;
+        return RegQueryValueExA(key, name, nullptr, type, reinterpret_cast<std::uint8_t*>(&value),
+                                &size) == 0
+                   ? value
+                   : 0xFFFFFFFF;
+    }
     static std::string GetString(HKEY key, char const* name, std::uint32_t limit = 256,
                                  LSTATUS* status = nullptr) {
         std::string buffer(limit, '\0');
@@ -44,9 +59,7 @@ protected:
 TEST_F(RegistryTest, KeysAndValuesBehaveAsTheRegistryDoes) {
     HKEY key = nullptr;
     std::uint32_t disposition = 0;
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech\\RecentlyUsed", 0, nullptr, 0,
-                              KEY_ALL_ACCESS, nullptr, &key, &disposition),
-              0);
+    ASSERT_EQ(Create("Software\\Orveltech\\RecentlyUsed", &key, &disposition), 0);
     EXPECT_EQ(disposition, REG_CREATED_NEW_KEY);
     EXPECT_EQ(SetString(key, "RecentApps0", "/usr/bin/a|A", false), 0); // no terminator stored
     EXPECT_EQ(SetString(key, "recentapps1", "b"), 0);
@@ -54,9 +67,7 @@ TEST_F(RegistryTest, KeysAndValuesBehaveAsTheRegistryDoes) {
 
     // Names compare without regard to case; strings come back terminated.
     HKEY same = nullptr;
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\orveltech\\recentlyused", 0, nullptr, 0,
-                              KEY_ALL_ACCESS, nullptr, &same, &disposition),
-              0);
+    ASSERT_EQ(Create("SOFTWARE\\orveltech\\recentlyused", &same, &disposition), 0);
     EXPECT_EQ(disposition, REG_OPENED_EXISTING_KEY);
     EXPECT_EQ(GetString(same, "RECENTAPPS0"), "/usr/bin/a|A");
     EXPECT_EQ(GetString(same, "RecentApps1"), "b");
@@ -73,13 +84,10 @@ TEST_F(RegistryTest, KeysAndValuesBehaveAsTheRegistryDoes) {
     GetString(same, "Missing", 255, &status);
     EXPECT_EQ(status, ERROR_FILE_NOT_FOUND);
 
-    std::uint8_t const dword[4] = {0x10, 0, 0, 0};
-    EXPECT_EQ(RegSetValueExA(same, "Count", 0, REG_DWORD, dword, 4), 0);
-    std::uint8_t back[4] = {};
-    size = 4;
-    EXPECT_EQ(RegQueryValueExA(same, "Count", nullptr, &type, back, &size), 0);
+    std::uint32_t const dword = 0x10;
+    EXPECT_EQ(SetDword(same, "Count", dword), 0);
+    EXPECT_EQ(GetDword(same, "Count", &type), 0x10u);
     EXPECT_EQ(type, REG_DWORD);
-    EXPECT_EQ(back[0], 0x10);
 
     EXPECT_EQ(RegDeleteValueA(same, "Count"), 0);
     EXPECT_EQ(RegDeleteValueA(same, "Count"), ERROR_FILE_NOT_FOUND);
@@ -106,18 +114,14 @@ TEST_F(RegistryTest, DamagedAndReadOnlyStoresFailWithoutHarm) {
         junk << std::string(8192, 'J');
     }
     HKEY key = nullptr;
-    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                              &key, nullptr),
-              ERROR_BADDB);
+    EXPECT_EQ(Create("Software", &key), ERROR_BADDB);
     EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, KEY_READ, &key), ERROR_BADDB);
     RegTransaction damaged;
     EXPECT_NE(damaged.Status(), 0);
     store_.Remove();
 
     // A store with content, then opened read-only: reads work, writes are denied.
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Orveltech", 0, nullptr, 0,
-                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              0);
+    ASSERT_EQ(Create("Software\\Orveltech", &key), 0);
     ASSERT_EQ(SetString(key, "LogPath", "/tmp/x.log"), 0);
     RegCloseKey(key);
     std::string const readOnly = "file:" + path_ + "?mode=ro";
@@ -126,9 +130,7 @@ TEST_F(RegistryTest, DamagedAndReadOnlyStoresFailWithoutHarm) {
     EXPECT_EQ(GetString(key, "LogPath"), "/tmp/x.log");
     EXPECT_EQ(SetString(key, "LogPath", "/elsewhere"), ERROR_ACCESS_DENIED);
     RegCloseKey(key);
-    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\New", 0, nullptr, 0, KEY_ALL_ACCESS,
-                              nullptr, &key, nullptr),
-              ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Create("Software\\New", &key), ERROR_ACCESS_DENIED);
 
     // A store that cannot be made at all.
     ::setenv(kRegistryPathVariable, "/proc/no-such-dir/registry.db", 1);
@@ -137,9 +139,7 @@ TEST_F(RegistryTest, DamagedAndReadOnlyStoresFailWithoutHarm) {
 
 TEST_F(RegistryTest, TransactionsOfSeveralProcessesAreSerialised) {
     HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, nullptr, 0, KEY_ALL_ACCESS,
-                              nullptr, &key, nullptr),
-              0);
+    ASSERT_EQ(Create("Software\\Counter", &key), 0);
     RegCloseKey(key);
     constexpr int kProcesses = 6;
     constexpr int kRounds = 40;
@@ -152,16 +152,13 @@ TEST_F(RegistryTest, TransactionsOfSeveralProcessesAreSerialised) {
             for (int i = 0; i < kRounds; ++i) {
                 RegTransaction transaction;
                 HKEY counter = nullptr;
-                std::uint32_t value = 0, size = 4;
+                std::uint32_t value = 0;
                 bool ok = transaction.Status() == 0 &&
                           RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, KEY_ALL_ACCESS,
                                         &counter) == 0;
                 if (ok) {
-                    RegQueryValueExA(counter, "n", nullptr, nullptr,
-                                     reinterpret_cast<std::uint8_t*>(&value), &size);
-                    ++value; // read, change, write: lost updates would show
-                    ok = RegSetValueExA(counter, "n", 0, REG_DWORD,
-                                        reinterpret_cast<std::uint8_t*>(&value), 4) == 0 &&
+                    value = GetDword(counter, "n"); // read, change, write: lost updates would show
+                    ok = SetDword(counter, "n", value == 0xFFFFFFFF ? 1 : value + 1) == 0 &&
                          transaction.Commit() == 0;
                     RegCloseKey(counter);
                 }
@@ -177,11 +174,7 @@ TEST_F(RegistryTest, TransactionsOfSeveralProcessesAreSerialised) {
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
     ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Counter", 0, KEY_READ, &key), 0);
-    std::uint32_t value = 0, size = 4;
-    EXPECT_EQ(RegQueryValueExA(key, "n", nullptr, nullptr, reinterpret_cast<std::uint8_t*>(&value),
-                               &size),
-              0);
-    EXPECT_EQ(value, std::uint32_t{kProcesses * kRounds});
+    EXPECT_EQ(GetDword(key, "n"), std::uint32_t{kProcesses * kRounds});
     RegCloseKey(key);
 }
 
@@ -200,28 +193,4 @@ TEST(NamedEventTest, OpenOnlyFindsACreatedEventOfThisUser) {
     EXPECT_EQ(NamedEvent::Open(name), nullptr);
     EXPECT_FALSE(NamedEvent::Remove(name));
     EXPECT_NE(NamedEvent::SystemName("a/b").find(std::to_string(::getuid())), std::string::npos);
-}
-
-TEST(PathsTest, LongPathsAndTheTemporaryFolder) {
-    char buffer[1024];
-    std::string const home = ::testing::TempDir() + "home_" + std::to_string(::getpid());
-    std::string const saved = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
-    ::mkdir(home.c_str(), 0700);
-    ::setenv("HOME", home.c_str(), 1);
-    std::string const real = home + "/";
-    EXPECT_EQ(GetLongPathNameA("~/", buffer, sizeof buffer), real.size());
-    EXPECT_EQ(buffer, real);
-    EXPECT_EQ(GetLongPathNameA("~/missing/x", buffer, sizeof buffer), 0u);
-    EXPECT_STREQ(buffer, "~/missing/x"); // left as it was
-    char tiny[4];
-    EXPECT_EQ(GetLongPathNameA("~/", tiny, sizeof tiny), real.size() + 1);
-    ::setenv("HOME", saved.c_str(), 1);
-    ::rmdir(home.c_str());
-
-    ::setenv("TMPDIR", "/var/tmp", 1);
-    EXPECT_EQ(GetTempPathA(sizeof buffer, buffer), 9u);
-    EXPECT_STREQ(buffer, "/var/tmp/");
-    ::unsetenv("TMPDIR");
-    GetTempPathA(sizeof buffer, buffer);
-    EXPECT_STREQ(buffer, "/tmp/");
 }
