@@ -24,13 +24,8 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -56,24 +51,26 @@ public:
         int toChild[2], fromChild[2];
         // Close-on-exec, so that no other server holds these ends open.
         if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, toChild[0], STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, fromChild[1], STDOUT_FILENO);
-        for (int fd : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
-            posix_spawn_file_actions_addclose(&actions, fd);
-        args.insert(args.begin(), ServersScript());
-        args.insert(args.begin(), kPython);
+        args.insert(args.begin(), {kPython, ServersScript()});
         std::vector<char*> argv;
         for (std::string& arg : args)
             argv.push_back(arg.data());
         argv.push_back(nullptr);
-        if (::posix_spawn(&pid_, kPython, &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
-        posix_spawn_file_actions_destroy(&actions);
+        pid_ = ::fork();
+        if (pid_ == 0) { // only calls that are safe in the child of a threaded process
+            ::dup2(toChild[0], STDIN_FILENO);
+            ::dup2(fromChild[1], STDOUT_FILENO);
+            ::execv(kPython, argv.data());
+            ::_exit(127);
+        }
         ::close(toChild[0]);
         ::close(fromChild[1]);
         stdin_ = toChild[1];
-        ReadPort(fromChild[0]);
+        // The server's first line names its port.
+        std::string line;
+        for (char c; ::read(fromChild[0], &c, 1) == 1 && c != '\n';)
+            line += c;
+        if (line.rfind("PORT ", 0) == 0) port_ = std::atoi(line.c_str() + 5);
         ::close(fromChild[0]);
     }
     ~Server() {
@@ -97,14 +94,6 @@ public:
     }
 
 private:
-    void ReadPort(int fd) {
-        std::string line;
-        char c;
-        while (::read(fd, &c, 1) == 1 && c != '\n')
-            line += c;
-        if (line.rfind("PORT ", 0) == 0) port_ = std::atoi(line.c_str() + 5);
-    }
-
     pid_t pid_ = -1;
     int stdin_ = -1;
     int port_ = 0;
@@ -258,16 +247,8 @@ TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
     EXPECT_EQ(Login(client, "/cut", &out), platform::ERROR_INTERNET_CONNECTION_ABORTED);
 
     // A port nobody listens on.
-    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(s);
     HttpClient refused;
-    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port))));
+    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:1"));
     EXPECT_EQ(Login(refused, "/", &out), platform::ERROR_INTERNET_CANNOT_CONNECT);
 
     HttpClient unknown;

@@ -1,7 +1,6 @@
 #include <baseobj/lex.h>
 
 #include "support.h"
-#include "xml_recorder.h"
 #include <support/fatal.h>
 #include <support/files.h>
 

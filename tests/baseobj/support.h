@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -47,6 +48,26 @@ inline std::string Thrown(std::function<void()> const& statement) {
         return std::to_string(e._get_nException()) + " " + e.szMessage;
     }
     return "nothing thrown";
+}
+
+// The text between quotes, with the quote and '\\' escaped; a null text is
+// empty.
+inline std::string Quote(char const* p, std::size_t nMax = std::string::npos, char cQuote = '"') {
+    std::string out(1, cQuote);
+    for (std::size_t i = 0; p != nullptr && i < nMax && p[i] != '\0'; ++i) {
+        auto const c = static_cast<unsigned char>(p[i]);
+        if (c == static_cast<unsigned char>(cQuote) || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20 || c >= 0x7F) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02x", c);
+            out += hex;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + cQuote;
 }
 
 inline std::string Text(Token const& tok) {

@@ -20,6 +20,11 @@ std::string Text(CPString& s) {
     return s.GetBuffer();
 }
 
+// A call's result and the text it left, read after the call.
+std::string After(std::int32_t nResult, CPString& s) {
+    return std::to_string(nResult) + " " + Text(s);
+}
+
 } // namespace
 
 TEST(CPStringTest, SharingAndCopyOnWrite) {
@@ -137,24 +142,20 @@ TEST(CPStringTest, SearchAndCharacterTests) {
 TEST(CPStringTest, ExtractionAndSplitting) {
     CPString s("Hello, world");
     CPString dest("old");
-    EXPECT_EQ(s.ExtractSubString(&dest, 7, 100), 1); // end clamped
-    EXPECT_EQ(Text(dest), "world");
-    EXPECT_EQ(s.ExtractSubString(&dest, 3, 2), 1); // end before start: empty
+    EXPECT_EQ(After(s.ExtractSubString(&dest, 7, 100), dest), "1 world"); // end clamped
+    EXPECT_EQ(s.ExtractSubString(&dest, 3, 2), 1);                        // end before start: empty
     EXPECT_EQ(dest.Length(), 0);
     dest = "kept";
-    EXPECT_EQ(s.ExtractSubString(&dest, 20, 30), 0);
-    EXPECT_EQ(Text(dest), "kept");
+    EXPECT_EQ(After(s.ExtractSubString(&dest, 20, 30), dest), "0 kept");
 
     // Fewer than two characters between the delimiters count as none.
     EXPECT_EQ(CPString("(a)").ExtractBetweenDelimiters(&dest, '(', ')'), 0);
-    EXPECT_EQ(CPString("x(ab)y").ExtractBetweenDelimiters(&dest, '(', ')'), 1);
-    EXPECT_EQ(Text(dest), "ab");
+    EXPECT_EQ(After(CPString("x(ab)y").ExtractBetweenDelimiters(&dest, '(', ')'), dest), "1 ab");
 
     CPString tagged("name = \"Pump 1\" size=\"big");
-    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "name", '=', '"'), 1);
-    EXPECT_EQ(Text(dest), "Pump 1");
-    EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "size", '=', '"'), 1); // unclosed is accepted
-    EXPECT_EQ(Text(dest), "big");
+    EXPECT_EQ(After(tagged.ExtractTaggedValue(&dest, "name", '=', '"'), dest), "1 Pump 1");
+    // An unclosed value is accepted.
+    EXPECT_EQ(After(tagged.ExtractTaggedValue(&dest, "size", '=', '"'), dest), "1 big");
     EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "size", ':', '"'), 0);
     EXPECT_EQ(tagged.ExtractTaggedValue(&dest, "mass", '=', '"'), 0);
     EXPECT_EQ(tagged.ExtractTaggedValue(nullptr, "name", '=', '"'), 0);
@@ -171,16 +172,13 @@ TEST(CPStringTest, ExtractionAndSplitting) {
 
 TEST(CPStringTest, ReplacementAndItsLimit) {
     CPString s("a/b/c");
-    EXPECT_EQ(s.ReplaceSubString("/", "::", 1), 1);
-    EXPECT_EQ(Text(s), "a/b::c");
+    EXPECT_EQ(After(s.ReplaceSubString("/", "::", 1), s), "1 a/b::c");
     s.MassagePathSeparators(0);
     EXPECT_EQ(Text(s), "a\\b::c");
     s.MassagePathSeparators(1);
     EXPECT_EQ(Text(s), "a/b::c");
-    EXPECT_EQ(s.Substitute("::", CPString("-")), 1);
-    EXPECT_EQ(Text(s), "a/b-c");
-    EXPECT_EQ(s.TerminateAfterSubString("b"), 1);
-    EXPECT_EQ(Text(s), "a/b");
+    EXPECT_EQ(After(s.Substitute("::", CPString("-")), s), "1 a/b-c");
+    EXPECT_EQ(After(s.TerminateAfterSubString("b"), s), "1 a/b");
     EXPECT_EQ(s.TerminateAfterSubString("q"), 0);
 
     // Shrinking a short text wraps the unsigned length check and is refused.
@@ -255,8 +253,7 @@ TEST(CPStringTest, CStyleAccessFormattingAndStreams) {
     EXPECT_STREQ(out, "x-abcdef");
 
     CPString f;
-    EXPECT_EQ(f.SPrintF("%s=%d", "n", 5), 3);
-    EXPECT_EQ(Text(f), "n=5");
+    EXPECT_EQ(After(f.SPrintF("%s=%d", "n", 5), f), "3 n=5");
     EXPECT_EQ(f.Length(), 3);
     EXPECT_GE(f.Size(), 4096);
     CPString sized(100u);
