@@ -57,6 +57,14 @@ protected:
         return data;
     }
 
+    // GetString's result and what the buffer holds after it.
+    static std::string Got(ConfigData& config, char const* section, char const* name,
+                           char const* dflt) {
+        char buffer[32] = "untouched";
+        int const nResult = config.GetString(section, name, dflt, buffer, sizeof buffer);
+        return std::to_string(nResult) + " " + buffer;
+    }
+
     test_support::ScopedRegistryStore store_;
     std::string const ini_ = test_support::TestFileName("settings.ini");
 };
@@ -71,10 +79,8 @@ TEST_F(ConfigDataTest, INIModeReadsTheFileAndMigratesEveryRead) {
 
     EXPECT_EQ(config.GetInt("Units", "Length", 5), 12);
     EXPECT_EQ(config.GetInt("Units", "Width", 7), 7);
-    char buffer[64] = {};
-    EXPECT_EQ(config.GetString("Units", "Name", "none", buffer, sizeof buffer), 5);
-    EXPECT_STREQ(buffer, "metre");
-    EXPECT_EQ(config.GetString("Units", "Colour", "blue", buffer, sizeof buffer), 4);
+    EXPECT_EQ(Got(config, "Units", "Name", "none"), "5 metre");
+    EXPECT_EQ(Got(config, "Units", "Colour", "blue"), "4 blue");
     // Each read, the defaults too, went on into the registry.
     std::string const key = std::string(kRoot) + "Units";
     for (auto [name, stored] :
@@ -105,13 +111,9 @@ TEST_F(ConfigDataTest, RegistryModeAnswersAsTheStoreHasIt) {
     EXPECT_EQ(config.GetInt("Units", "Absent", 5), 5);
     EXPECT_EQ(config.GetInt("Nowhere", "Length", 6), 6);
 
-    char buffer[32] = "untouched";
-    EXPECT_EQ(config.GetString("Nowhere", "Name", "dflt", buffer, sizeof buffer), 0);
-    EXPECT_STREQ(buffer, "untouched");
-    EXPECT_EQ(config.GetString("Units", "Absent", "dflt", buffer, sizeof buffer), 1);
-    EXPECT_STREQ(buffer, "dflt");
-    EXPECT_EQ(config.GetString("Units", "Name", "dflt", buffer, sizeof buffer), 1);
-    EXPECT_STREQ(buffer, "metre");
+    EXPECT_EQ(Got(config, "Nowhere", "Name", "dflt"), "0 untouched");
+    EXPECT_EQ(Got(config, "Units", "Absent", "dflt"), "1 dflt");
+    EXPECT_EQ(Got(config, "Units", "Name", "dflt"), "1 metre");
     EXPECT_FALSE(fs::exists(ini_));
 }
 
