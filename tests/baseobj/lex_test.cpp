@@ -198,8 +198,9 @@ TEST_F(ScannerTest, LinesPagesColumnsAndFields) {
     std::unique_ptr<Token> taken(fld.GetField(TY_STRING, 0));
     EXPECT_EQ(taken.get(), peeked);
     // The text shown is nMaxLen + 1 long.
-    EXPECT_EQ(Thrown([&] { fld.GetField(TY_STRING, 4); }), "274 String literal too long: zzzzz");
-    EXPECT_EQ(Thrown([&] { fld.GetField(TY_STRING, 256); }),
+    EXPECT_EQ(ThrownText([&] { fld.GetField(TY_STRING, 4); }),
+              "274 String literal too long: zzzzz");
+    EXPECT_EQ(ThrownText([&] { fld.GetField(TY_STRING, 256); }),
               "274 String literal too long: Specified nMaxLen > 255 in Scanner::GetField");
     fld.DiminishFieldDelimiterSet(';');
     EXPECT_THROW(fld.GetField(TY_STRING, 255), Exception); // 255 characters at most

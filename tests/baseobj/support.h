@@ -41,7 +41,7 @@ struct TextScanner {
 };
 
 // "code message" of the Exception the statement throws.
-inline std::string Thrown(std::function<void()> const& statement) {
+inline std::string ThrownText(std::function<void()> const& statement) {
     try {
         statement();
     } catch (Exception const& e) {

@@ -390,7 +390,8 @@ TEST(TokenTest, TextFormsOfTheFileAreReadToo) {
          {std::string("Bool\n1\n"), std::string(), std::string("\x37\0\0\0\0\0\0", 7),
           std::string("\x37\0\0\0\0\0\0\x09\0\0\0\0\0\0\0abc", 18)}) {
         std::istringstream in(bad);
-        EXPECT_EQ(Thrown([&] { in >> tok; }), "402 Unable to Load File") << bad.size() << " bytes";
+        EXPECT_EQ(ThrownText([&] { in >> tok; }), "402 Unable to Load File")
+            << bad.size() << " bytes";
     }
     Exception::_set_bDisableMessageBoxes(0);
 }
@@ -594,7 +595,7 @@ TEST_F(TokenStreamTest, TextFromPositions) {
     for (auto const& c : tooFar) {
         TokenStream far;
         far.AddToken(Positioned("t", c.nRow, c.nCol));
-        std::string const thrown = Thrown([&] { Produced(far); });
+        std::string const thrown = ThrownText([&] { Produced(far); });
         EXPECT_EQ(thrown.rfind("307 ", 0), 0u) << thrown;
         EXPECT_NE(thrown.find(c.text), std::string::npos) << thrown;
     }
@@ -657,6 +658,6 @@ TEST_F(TokenStreamTest, FileFormGoldenAndDamaged) {
     for (std::string const& bytes : bad) {
         TokenStream ts;
         std::istringstream in(bytes);
-        EXPECT_EQ(Thrown([&] { ts.StreamIn(in); }).substr(0, 4), "402 ") << bytes.size();
+        EXPECT_EQ(ThrownText([&] { ts.StreamIn(in); }).substr(0, 4), "402 ") << bytes.size();
     }
 }
