@@ -13,8 +13,11 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+extern char** environ;
 
 namespace inet_test {
 
@@ -40,26 +43,24 @@ public:
         int toChild[2], fromChild[2];
         // Close-on-exec, so that no other server holds these ends open.
         if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) return;
-        args.insert(args.begin(), {kPython, ServersScript()});
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, toChild[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, fromChild[1], STDOUT_FILENO);
+        for (int fd : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
+            posix_spawn_file_actions_addclose(&actions, fd);
+        args.insert(args.begin(), ServersScript());
+        args.insert(args.begin(), kPython);
         std::vector<char*> argv;
         for (std::string& arg : args)
             argv.push_back(arg.data());
         argv.push_back(nullptr);
-        pid_ = ::fork();
-        if (pid_ == 0) { // only calls that are safe in the child of a threaded process
-            ::dup2(toChild[0], STDIN_FILENO);
-            ::dup2(fromChild[1], STDOUT_FILENO);
-            ::execv(kPython, argv.data());
-            ::_exit(127);
-        }
+        if (::posix_spawn(&pid_, kPython, &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
+        posix_spawn_file_actions_destroy(&actions);
         ::close(toChild[0]);
         ::close(fromChild[1]);
         stdin_ = toChild[1];
-        // The server's first line names its port.
-        std::string line;
-        for (char c; ::read(fromChild[0], &c, 1) == 1 && c != '\n';)
-            line += c;
-        if (line.rfind("PORT ", 0) == 0) port_ = std::atoi(line.c_str() + 5);
+        ReadPort(fromChild[0]);
         ::close(fromChild[0]);
     }
     ~Server() {
@@ -83,6 +84,14 @@ public:
     }
 
 private:
+    void ReadPort(int fd) {
+        std::string line;
+        char c;
+        while (::read(fd, &c, 1) == 1 && c != '\n')
+            line += c;
+        if (line.rfind("PORT ", 0) == 0) port_ = std::atoi(line.c_str() + 5);
+    }
+
     pid_t pid_ = -1;
     int stdin_ = -1;
     int port_ = 0;
