@@ -56,9 +56,8 @@ TEST(CreateableCacheTest, EvictionByMode) {
 
     // At a limit of 2 a third is nothing: the cache grows past its limit.
     CreateableCache two(2, CreateableCache::cacheLRU);
-    two.Add(1, new Live);
-    two.Add(2, new Live);
-    two.Add(3, new Live);
+    for (std::int32_t n = 1; n <= 3; ++n)
+        two.Add(n, new Live);
     EXPECT_EQ(two.Length(), 3u);
 
     // Mode 1 empties the cache, even for a key already there.

@@ -18,7 +18,8 @@ namespace {
 
 using namespace baseobj_test;
 
-using ExceptionMessageTest = BoxedTest;
+using ExceptionMessageTest = QuietTest;
+using ExceptionBoxTest = BoxedTest;
 
 } // namespace
 
@@ -63,7 +64,6 @@ TEST(LanguageTablesTest, EveryWordScansToItsCodeAndPrintsBack) {
 }
 
 TEST_F(ExceptionMessageTest, MessagesFollowTheErrorTable) {
-    Exception::_set_bDisableMessageBoxes(1);
     struct Case {
         short nCode;
         char const* szDetail;
@@ -97,10 +97,9 @@ TEST_F(ExceptionMessageTest, MessagesFollowTheErrorTable) {
         EXPECT_TRUE(e.HasErrorString());
     }
     EXPECT_TRUE(box.shown.empty());
-    Exception::_set_bDisableMessageBoxes(0);
 }
 
-TEST_F(ExceptionMessageTest, BoxIsShownUnlessDisabledOrAFlowSignal) {
+TEST_F(ExceptionBoxTest, BoxIsShownUnlessDisabledOrAFlowSignal) {
     ASSERT_EQ(Exception::_get_bDisableMessageBoxes(), 0);
     Exception const shown(264, "}");
     ASSERT_EQ(box.shown.size(), 1u);
@@ -124,7 +123,6 @@ TEST_F(ExceptionMessageTest, BoxIsShownUnlessDisabledOrAFlowSignal) {
 }
 
 TEST_F(ExceptionMessageTest, ContextsLeadTheMessageOldestFirstWhileInScope) {
-    Exception::_set_bDisableMessageBoxes(1);
     auto* pstrShared = new CPString("reading units.xml");
     pstrShared->AddRef();
     {
@@ -156,11 +154,9 @@ TEST_F(ExceptionMessageTest, ContextsLeadTheMessageOldestFirstWhileInScope) {
             guards.pop_back();
     }
     EXPECT_EQ(Exception::_get_stkContexts().Length(), 0u);
-    Exception::_set_bDisableMessageBoxes(0);
 }
 
 TEST_F(ExceptionMessageTest, TokenFormWrapsTheTokenAndTakesItsPosition) {
-    Exception::_set_bDisableMessageBoxes(1);
     TextScanner scanner("\n  count 2.5");
     auto word = scanner.Next();
     Exception const atWord(261, word.get(), "in header");
@@ -180,5 +176,4 @@ TEST_F(ExceptionMessageTest, TokenFormWrapsTheTokenAndTakesItsPosition) {
     Exception const noRow(264, &unplaced, "x");
     EXPECT_STREQ(noRow.szMessage, "Expected semicolon, got \"4\" x");
     EXPECT_EQ(noRow.nCol, 65535);
-    Exception::_set_bDisableMessageBoxes(0);
 }

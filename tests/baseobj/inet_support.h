@@ -6,14 +6,12 @@
 
 #include <support/files.h>
 
-#include <cstdio>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
-#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>

@@ -1,9 +1,16 @@
-// The HTTP and FTP clients against servers of the tests' own on loopback.
+// The HTTP and FTP clients and the mail session against servers of the
+// tests' own on loopback; mail is set up through a registry store of the
+// test's own.
 #include "inet_support.h"
 
 #include <baseobj/inetclient.h>
+#include <baseobj/mapisession.h>
 #include <platform/internet.h>
+#include <platform/mail.h>
+#include <platform/registry.h>
 #include <platform/syserror.h>
+
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -14,37 +21,48 @@
 #include <string>
 #include <vector>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 namespace {
 
 using namespace inet_test;
 using platform::INTERNET_OPTION_RECEIVE_TIMEOUT;
 
-char* Mutable(std::string& text) {
+// The clients take texts they do not change as char*; a temporary lives
+// to the end of the call.
+char* Mutable(std::string&& text) {
     return text.data();
 }
 
 // HTTP connections carry no credentials: they come with the challenge.
 bool Connect(InternetClient& client, std::string server) {
-    return client.ConnectToServer(Mutable(server), 3, nullptr, nullptr) == 1;
+    return client.ConnectToServer(Mutable(std::move(server)), 3, nullptr, nullptr) == 1;
 }
 
 short Login(HttpClient& client, std::string object, std::string* out,
             std::string password = kPassword) {
-    std::string user = kUser;
-    return client.GetLoginInfo(Mutable(object), Mutable(user), Mutable(password), *out);
+    return client.GetLoginInfo(Mutable(std::move(object)), Mutable(kUser),
+                               Mutable(std::move(password)), *out);
+}
+
+// The status of a login and the text it appended.
+std::string Answer(HttpClient& client, std::string object, std::string password = kPassword) {
+    std::string out;
+    short const nStatus = Login(client, std::move(object), &out, std::move(password));
+    return std::to_string(nStatus) + " " + out;
 }
 
 short Post(HttpClient& client, std::string object, std::string file) {
-    return client.Post(Mutable(object), Mutable(file));
+    return client.Post(Mutable(std::move(object)), Mutable(std::move(file)));
 }
 
 class HttpTest : public ::testing::Test {
 protected:
+    void SetUp() override {
+        ASSERT_GT(http.port(), 0);
+        ASSERT_TRUE(Connect(client, http.Address("http://")));
+    }
     ScratchDir dir;
     Server http{{"http", dir.path().string()}};
+    HttpClient client;
 };
 
 } // namespace
@@ -64,17 +82,13 @@ TEST(InternetClientTest, NoConnectionAnswersZeroAndPortsFollowTheService) {
     EXPECT_EQ(ftp.ReadFromFile(buffer, sizeof buffer), 0u);
 
     // Service 443 is kept as given; the connection is an HTTP one on 443.
-    std::string server = "127.0.0.1";
-    EXPECT_EQ(http.ConnectToServer(Mutable(server), 443, nullptr, nullptr), 1);
+    EXPECT_EQ(http.ConnectToServer(Mutable("127.0.0.1"), 443, nullptr, nullptr), 1);
     EXPECT_EQ(http._get_nService(), 443u);
     EXPECT_EQ(http.Disconnect(), 1);
     EXPECT_FALSE(http.IsConnected());
 }
 
 TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
-    ASSERT_GT(http.port(), 0);
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out = "<";
     EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
     EXPECT_EQ(out, "<welcome user");
@@ -85,24 +99,18 @@ TEST_F(HttpTest, ChallengeIsAnsweredOnceAndTheBodyAppended) {
     struct Case {
         char const* object;
         char const* password;
-        short result;
-        char const* text;
+        char const* answer;
     } const cases[] = {
-        {"/open", kPassword, 1, ""},
-        {"/missing", kPassword, 1, ""},
-        {"/auth/hello", "wrong", 401, "who are you?"},
-        {"/auth/nul", kPassword, 200, "before"}, // the text ends at a NUL byte
+        {"/open", kPassword, "1 "},
+        {"/missing", kPassword, "1 "},
+        {"/auth/hello", "wrong", "401 who are you?"},
+        {"/auth/nul", kPassword, "200 before"}, // the text ends at a NUL byte
     };
-    for (Case const& c : cases) {
-        std::string text;
-        EXPECT_EQ(Login(client, c.object, &text, c.password), c.result) << c.object;
-        EXPECT_EQ(text, c.text) << c.object;
-    }
+    for (Case const& c : cases)
+        EXPECT_EQ(Answer(client, c.object, c.password), c.answer) << c.object;
 }
 
 TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out;
     EXPECT_EQ(Login(client, "/auth/big", &out), 200);
     ASSERT_EQ(out.size(), 10u * 1024 * 1024);
@@ -112,8 +120,6 @@ TEST_F(HttpTest, LongAnswerIsReadWholeInSmallSteps) {
 }
 
 TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string body = "name=a&value=\x01\xff\r\n";
     body += std::string(5000, 'z'); // longer than one step of any buffer
     WriteAll(dir / "expected-post.bin", body);
@@ -127,36 +133,22 @@ TEST_F(HttpTest, PostSendsTheFileToItsFirstNulByte) {
 }
 
 TEST_F(HttpTest, RedirectsAreFollowedOnlyOnTheirOwnScheme) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     WriteAll(dir / "body.txt", "b");
     // To HTTPS: not followed, the redirect is the answer.
     EXPECT_EQ(Post(client, "/redirect?https://127.0.0.1:1/x", dir / "body.txt"), 302);
     // Same scheme: followed, to the challenge and past it.
-    std::string out;
-    std::string const target = "/redirect?http://" + http.Address() + "/auth/hello";
-    EXPECT_EQ(Login(client, target, &out), 200);
-    EXPECT_EQ(out, "welcome user");
+    EXPECT_EQ(Answer(client, "/redirect?http://" + http.Address() + "/auth/hello"),
+              "200 welcome user");
 }
 
 TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
-    HttpClient client;
-    ASSERT_TRUE(Connect(client, http.Address("http://")));
     std::string out;
     // The server hangs up after 100 of 1,000 bytes.
     EXPECT_EQ(Login(client, "/cut", &out), platform::ERROR_INTERNET_CONNECTION_ABORTED);
 
     // A port nobody listens on.
-    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(s);
     HttpClient refused;
-    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port))));
+    ASSERT_TRUE(Connect(refused, "http://127.0.0.1:1"));
     EXPECT_EQ(Login(refused, "/", &out), platform::ERROR_INTERNET_CANNOT_CONNECT);
 
     HttpClient unknown;
@@ -166,8 +158,8 @@ TEST_F(HttpTest, FaultsAnswerTheLibraryErrorNumbers) {
     // TLS to a server that speaks plain HTTP.
     HttpClient mismatched;
     ASSERT_TRUE(Connect(mismatched, http.Address()));
-    EXPECT_EQ(Login(mismatched, "/open", &out), platform::ERROR_INTERNET_SECURITY_CHANNEL_ERROR);
-    EXPECT_EQ(out, "");
+    EXPECT_EQ(Answer(mismatched, "/open"),
+              std::to_string(platform::ERROR_INTERNET_SECURITY_CHANNEL_ERROR) + " ");
 }
 
 TEST(HttpTimeoutTest, ServerThatNeverAnswersTimesOut) {
@@ -201,14 +193,10 @@ TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
     // The certificate names sorvane-test.invalid; we ask 127.0.0.1.
     HttpClient client;
     ASSERT_TRUE(Connect(client, trusted.Address()));
-    std::string out;
-    EXPECT_EQ(Login(client, "/auth/hello", &out), 200);
-    EXPECT_EQ(out, "welcome user");
+    EXPECT_EQ(Answer(client, "/auth/hello"), "200 welcome user");
     // HTTPS to HTTP is not followed either.
-    std::string const back = "/redirect?http://" + trusted.Address() + "/auth/hello";
-    out.clear();
-    EXPECT_EQ(Login(client, back, &out), 1);
-    EXPECT_EQ(out, "");
+    EXPECT_EQ(Answer(client, "/redirect?http://" + trusted.Address() + "/auth/hello"), "1 ");
+    std::string out;
 
     HttpClient untrusted;
     ASSERT_TRUE(Connect(untrusted, stranger.Address()));
@@ -222,9 +210,8 @@ TEST(HttpsTest, NameMismatchIsToleratedButTheChainIsChecked) {
 namespace {
 
 short ConnectFtp(FtpClient& client, Server const& ftp, std::string password = kPassword) {
-    std::string server = ftp.Address(), user = kUser;
-    return client.ConnectToServer(Mutable(server), platform::INTERNET_SERVICE_FTP, Mutable(user),
-                                  Mutable(password));
+    return client.ConnectToServer(Mutable(ftp.Address()), platform::INTERNET_SERVICE_FTP,
+                                  Mutable(kUser), Mutable(std::move(password)));
 }
 
 // Every entry of the current directory as GetFirst/GetNext give them.
@@ -267,29 +254,26 @@ std::string Binary(std::size_t size) {
 TEST_F(FtpTest, FilesGoUpAndComeBackAndMoveAbout) {
     std::string const data = Binary(300000); // NUL bytes and CR LF pairs survive
     WriteAll(Local("up.bin"), data);
-    std::string local = Local("up.bin"), remote = "up.bin";
-    ASSERT_EQ(client.PutFile(Mutable(local), Mutable(remote)), 1);
+    ASSERT_EQ(client.PutFile(Mutable(Local("up.bin")), Mutable("up.bin")), 1);
     EXPECT_TRUE(ReadAll((root() / "up.bin").string()) == data);
 
-    std::string from = "up.bin", to = "moved.bin", back = Local("down.bin");
-    ASSERT_EQ(client.RenameFile(Mutable(from), Mutable(to)), 1);
-    ASSERT_EQ(client.GetFile(Mutable(to), Mutable(back)), 1);
+    std::string const back = Local("down.bin");
+    ASSERT_EQ(client.RenameFile(Mutable("up.bin"), Mutable("moved.bin")), 1);
+    ASSERT_EQ(client.GetFile(Mutable("moved.bin"), Mutable(Local("down.bin"))), 1);
     EXPECT_TRUE(ReadAll(back) == data);
-    EXPECT_EQ(client.GetFile(Mutable(from), Mutable(back)), 0); // gone by its old name
+    EXPECT_EQ(client.GetFile(Mutable("up.bin"), Mutable(Local("down.bin"))), 0); // old name
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_EXTENDED_ERROR);
     EXPECT_TRUE(ReadAll(back) == data) << "a failed fetch leaves the local file alone";
 
-    ASSERT_EQ(client.DeleteFileA(Mutable(to)), 1);
+    ASSERT_EQ(client.DeleteFileA(Mutable("moved.bin")), 1);
     EXPECT_FALSE(fs::exists(root() / "moved.bin"));
-    EXPECT_EQ(client.DeleteFileA(Mutable(to)), 0);
-    std::string missing = Local("missing.bin");
-    EXPECT_EQ(client.PutFile(Mutable(missing), Mutable(remote)), 0);
+    EXPECT_EQ(client.DeleteFileA(Mutable("moved.bin")), 0);
+    EXPECT_EQ(client.PutFile(Mutable(Local("missing.bin")), Mutable("up.bin")), 0);
 
     // An empty file comes back as an empty file.
     WriteAll((root() / "empty.txt").string(), "");
-    std::string empty = "empty.txt", emptyLocal = Local("empty.txt");
-    ASSERT_EQ(client.GetFile(Mutable(empty), Mutable(emptyLocal)), 1);
-    EXPECT_TRUE(fs::exists(emptyLocal));
+    ASSERT_EQ(client.GetFile(Mutable("empty.txt"), Mutable(Local("empty.txt"))), 1);
+    EXPECT_TRUE(fs::exists(Local("empty.txt")));
 }
 
 TEST_F(FtpTest, DirectoriesAndListings) {
@@ -298,28 +282,25 @@ TEST_F(FtpTest, DirectoriesAndListings) {
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/");
 
-    std::string sub = "sub", empty = "sub/empty";
-    ASSERT_EQ(client.MakeDirectory(Mutable(sub)), 1);
-    ASSERT_EQ(client.MakeDirectory(Mutable(empty)), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable("sub")), 1);
+    ASSERT_EQ(client.MakeDirectory(Mutable("sub/empty")), 1);
     WriteAll((root() / "a file.txt").string(), "x");
     WriteAll((root() / "sub" / "inner.txt").string(), "y");
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"a file.txt", "sub <DIR>"}));
 
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("sub")), 1);
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/sub");
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"empty <DIR>", "inner.txt"}));
-    std::string emptyHere = "empty";
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(emptyHere)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("empty")), 1);
     EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
 
     // A directory that is not there, and a buffer too small, leave it empty.
-    std::string nowhere = "nowhere", up = "../..";
-    EXPECT_EQ(client.SetWorkingDirectory(Mutable(nowhere)), 0);
+    EXPECT_EQ(client.SetWorkingDirectory(Mutable("nowhere")), 0);
     char tiny[4] = "abc";
     EXPECT_EQ(client.GetWorkingDirectory(tiny, sizeof tiny), 0);
     EXPECT_STREQ(tiny, "");
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(up)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("../..")), 1);
     ASSERT_EQ(client.GetWorkingDirectory(cwd, sizeof cwd), 1);
     EXPECT_STREQ(cwd, "/");
 
@@ -332,22 +313,20 @@ TEST_F(FtpTest, DirectoriesAndListings) {
     EXPECT_EQ(client.GetNextDirectoryEntry(entry), 0);
     EXPECT_STREQ(entry, "untouched");
 
-    EXPECT_EQ(client.RemoveDirectoryA(Mutable(sub)), 0); // not empty
-    ASSERT_EQ(client.RemoveDirectoryA(Mutable(empty)), 1);
+    EXPECT_EQ(client.RemoveDirectoryA(Mutable("sub")), 0); // not empty
+    ASSERT_EQ(client.RemoveDirectoryA(Mutable("sub/empty")), 1);
     EXPECT_FALSE(fs::exists(root() / "sub" / "empty"));
 }
 
-TEST_F(FtpTest, OpenFileReadsAndWrites) {
+TEST_F(FtpTest, OpenFileReadsAndWritesAndAWrongPasswordIsRefused) {
     std::string const data = Binary(1000);
-    std::string name = "stream.bin";
-    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_WRITE), 1);
-    std::string part1 = data.substr(0, 600), part2 = data.substr(600);
-    EXPECT_EQ(client.WriteToFile(Mutable(part1), part1.size()), 600u);
-    EXPECT_EQ(client.WriteToFile(Mutable(part2), part2.size()), 400u);
+    ASSERT_EQ(client.OpenFile(Mutable("stream.bin"), platform::GENERIC_WRITE), 1);
+    EXPECT_EQ(client.WriteToFile(Mutable(data.substr(0, 600)), 600), 600u);
+    EXPECT_EQ(client.WriteToFile(Mutable(data.substr(600)), 400), 400u);
     ASSERT_EQ(client.CloseFile(), 1);
     EXPECT_TRUE(ReadAll((root() / "stream.bin").string()) == data);
 
-    ASSERT_EQ(client.OpenFile(Mutable(name), platform::GENERIC_READ), 1);
+    ASSERT_EQ(client.OpenFile(Mutable("stream.bin"), platform::GENERIC_READ), 1);
     std::string back;
     char chunk[256];
     while (unsigned long n = client.ReadFromFile(chunk, sizeof chunk))
@@ -357,16 +336,12 @@ TEST_F(FtpTest, OpenFileReadsAndWrites) {
     EXPECT_EQ(client.CloseFile(), 1);
     EXPECT_EQ(client.CloseFile(), 0);
 
-    std::string missing = "missing.bin";
-    EXPECT_EQ(client.OpenFile(Mutable(missing), platform::GENERIC_READ), 0);
+    EXPECT_EQ(client.OpenFile(Mutable("missing.bin"), platform::GENERIC_READ), 0);
     EXPECT_EQ(client.ReadFromFile(chunk, sizeof chunk), 0u);
-}
 
-TEST(FtpLoginTest, WrongPasswordIsRefusedAtConnection) {
-    ScratchDir dir;
-    Server ftp{{"ftp", dir.path().string()}};
-    FtpClient client;
-    EXPECT_EQ(ConnectFtp(client, ftp, "wrong"), 0);
+    // A wrong password is refused at connection.
+    FtpClient stranger;
+    EXPECT_EQ(ConnectFtp(stranger, ftp, "wrong"), 0);
     EXPECT_EQ(platform::GetLastError(), platform::ERROR_INTERNET_INCORRECT_PASSWORD);
 }
 
@@ -379,7 +354,156 @@ TEST(FtpListTest, ServersWithoutTheMachineListingAreListedToo) {
     FtpClient client;
     ASSERT_EQ(ConnectFtp(client, ftp), 1);
     EXPECT_EQ(Listing(client), (std::vector<std::string>{"sub <DIR>", "two  spaces.txt"}));
-    std::string sub = "sub";
-    ASSERT_EQ(client.SetWorkingDirectory(Mutable(sub)), 1);
+    ASSERT_EQ(client.SetWorkingDirectory(Mutable("sub")), 1);
     EXPECT_EQ(Listing(client), std::vector<std::string>{"Directory Empty"});
+}
+
+// The mail session, set up through a registry store of the test's own.
+namespace {
+
+void SetValue(char const* name, std::string const& text) {
+    platform::HKEY key = nullptr;
+    ASSERT_EQ(platform::RegCreateKeyExA(platform::HKEY_CURRENT_USER, platform::kMailSettingsKey, 0,
+                                        nullptr, 0, platform::KEY_ALL_ACCESS, nullptr, &key,
+                                        nullptr),
+              0);
+    platform::RegSetValueExA(key, name, 0, platform::REG_SZ,
+                             reinterpret_cast<std::uint8_t const*>(text.c_str()),
+                             static_cast<std::uint32_t>(text.size() + 1));
+    platform::RegCloseKey(key);
+}
+
+// Reaches the counts and buffers that Send makes.
+struct Descriptions : MAPISession {
+    using MAPISession::FreeRecips;
+    using MAPISession::SetupRecips;
+};
+
+class MailTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ::setenv(platform::kRegistryPathVariable, (dir / "registry.db").c_str(), 1);
+        // No credentials of the user's own reach the sink.
+        home_ = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+        ::setenv("HOME", dir.path().c_str(), 1);
+    }
+    void TearDown() override {
+        ::unsetenv(platform::kRegistryPathVariable);
+        ::setenv("HOME", home_.c_str(), 1);
+    }
+    void PointAt(Server const& smtp) {
+        SetValue(platform::kMailServerValue, "smtp://" + smtp.Address());
+        SetValue(platform::kMailSenderValue, "sender@example.test");
+    }
+    std::string Mail(int n) const { return ReadAll(dir / ("mail-" + std::to_string(n) + ".json")); }
+
+    ScratchDir dir;
+    std::string home_;
+};
+
+} // namespace
+
+TEST_F(MailTest, WithoutSettingsEveryOperationAnswersFalse) {
+    {
+        MAPISession session;
+        EXPECT_EQ(session._get_bInitialized(), 0);
+        EXPECT_EQ(session.Logon(), 0);
+        EXPECT_EQ(session.Send(Mutable("a@example.test"), Mutable("s"), Mutable("b"), nullptr), 0);
+        EXPECT_EQ(session.Logoff(), 0);
+    }
+    // A server without a sender is no set-up either.
+    SetValue(platform::kMailServerValue, "smtp://127.0.0.1:1");
+    MAPISession session;
+    EXPECT_EQ(session._get_bInitialized(), 0);
+}
+
+TEST_F(MailTest, SendsRecipientsSubjectBodyAndAttachments) {
+    Server smtp{{"smtp", dir.path().string()}};
+    ASSERT_GT(smtp.port(), 0);
+    PointAt(smtp);
+    std::string const binary("\x00\x01\xff\r\n\x80 end", 10);
+    WriteAll(dir / "report.bin", binary);
+    WriteAll(dir / "notes.txt", "plain notes\n");
+
+    MAPISession session;
+    ASSERT_EQ(session._get_bInitialized(), 1);
+    ASSERT_EQ(session.Logon(), 1);
+    char subject[] = "Licence reminder", body[] = "Dear user,\r\nyour licence ends soon.\r\n";
+    std::string const files = dir / "report.bin" + ";" + dir / "notes.txt";
+    ASSERT_EQ(session.Send(Mutable("a@example.test;b@example.test"), subject, body,
+                           Mutable(std::string(files))),
+              1);
+    EXPECT_EQ(session.Logoff(), 1);
+    EXPECT_EQ(session.Logoff(), 0);
+
+    // The sink's summary, its byte strings in hexadecimal.
+    std::string const mail = Mail(1);
+    for (char const* expected : {
+             R"("from": "sender@example.test")",
+             R"("rcpt": ["a@example.test", "b@example.test"])",
+             R"("subject": "Licence reminder")",
+             R"("text": "Dear user,\r\nyour licence ends soon.\r\n")",
+             R"("report.bin": "0001ff0d0a8020656e64")",
+             R"("notes.txt": "706c61696e206e6f7465730a")",
+         })
+        EXPECT_NE(mail.find(expected), std::string::npos) << expected << "\nin " << mail;
+
+    // Without Logon and without attachments the mail goes too.
+    MAPISession again;
+    ASSERT_EQ(again.Send(Mutable("c@example.test"), subject, body, nullptr), 1);
+    EXPECT_NE(Mail(2).find(R"("attachments": {})"), std::string::npos) << Mail(2);
+}
+
+TEST_F(MailTest, RefusalsAndMissingPartsAnswerFalse) {
+    Server smtp{{"smtp", dir.path().string(), "sender@example.test"}};
+    ASSERT_GT(smtp.port(), 0);
+    PointAt(smtp);
+    MAPISession session;
+    EXPECT_EQ(session.Logon(), 1);
+    // Refused by the sink, no subject, no recipient, an attachment missing.
+    char to[] = "a@example.test", subject[] = "s", body[] = "b", empty[] = "";
+    EXPECT_EQ(session.Send(to, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, empty, body, nullptr), 0);
+    EXPECT_EQ(session.Send(nullptr, subject, body, nullptr), 0);
+    EXPECT_EQ(session.Send(to, subject, body, Mutable(dir / "missing.bin")), 0);
+
+    // Nobody listening: no greeting.
+    SetValue(platform::kMailServerValue, "smtp://127.0.0.1:1");
+    MAPISession nowhere;
+    EXPECT_EQ(nowhere.Logon(), 0);
+}
+
+TEST(MailDescriptionsDeathTest, CountsFollowTheListStayInTheArrayAndANameMustFitItsBuffer) {
+    struct Case {
+        char const* list;
+        unsigned long count;
+        unsigned long made;
+    } const cases[] = {
+        {"a", 1, 1},
+        {"a;b", 2, 2},
+        {"a;", 2, 2}, // a trailing ';' makes one empty name
+        {"a;b;c;d;e;f;g;h;i;j", 10, 10},
+        {"a;b;c;d;e;f;g;h;i;j;k", 11, 10},   // the eleventh is counted, not made
+        {"a;b;c;d;e;f;g;h;i;j;k;l", 12, 10}, // one too high
+        {"a;b;c;d;e;f;g;h;i;j;k;l;m;n", 12, 10},
+    };
+    for (Case const& c : cases) {
+        // A guard slot past the ten stays untouched.
+        MapiRecipDesc recips[MAPISession::kMaxRecips + 1] = {};
+        EXPECT_EQ(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips, Mutable(c.list)),
+                  c.count)
+            << c.list;
+        unsigned long made = 0;
+        while (made < MAPISession::kMaxRecips && recips[made].lpszName != nullptr)
+            ++made;
+        EXPECT_EQ(made, c.made) << c.list;
+        EXPECT_EQ(recips[MAPISession::kMaxRecips].lpszName, nullptr) << c.list;
+        EXPECT_EQ(recips[0].ulRecipClass, MAPISession::MAPI_TO);
+        EXPECT_STREQ(recips[0].lpszName, "a");
+        Descriptions::FreeRecips(recips, MAPISession::kMaxRecips);
+    }
+    MapiRecipDesc recips[MAPISession::kMaxRecips] = {};
+    EXPECT_EXIT(Descriptions::SetupRecips(recips, MAPISession::kMaxRecips,
+                                          Mutable(std::string(MAPISession::kNameSize, 'n'))),
+                ::testing::ExitedWithCode(kFatalStatus), "");
 }

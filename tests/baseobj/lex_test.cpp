@@ -2,12 +2,18 @@
 
 #include "support.h"
 #include <support/fatal.h>
+#include <support/files.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -30,10 +36,7 @@ std::string Words(Scanner& scn) {
     return out;
 }
 
-struct ScannerTest : BoxedTest {
-    ScannerTest() { Exception::_set_bDisableMessageBoxes(1); }
-    ~ScannerTest() override { Exception::_set_bDisableMessageBoxes(0); }
-};
+using ScannerTest = QuietTest;
 
 } // namespace
 
@@ -153,13 +156,6 @@ TEST_F(ScannerTest, CharacterLookAheadIsDestructiveAndPushbackComesFirst) {
     EXPECT_EQ(scn.NextChar(), 'd'); // b and c are gone for the scan
     EXPECT_EQ(scn.Col(), 3);
     EXPECT_EQ(scn.NextChar(), '\0');
-
-    // "-." before a non-digit gives the full stop back to be read again.
-    TextScanner minus("-.x");
-    EXPECT_EQ(Words(minus.scn), "-|.|x");
-    // "1.5e" then a letter: the e is gone, the letter comes back.
-    TextScanner exponent("1.5ey");
-    EXPECT_EQ(Words(exponent.scn), "1.500000|y");
 }
 
 TEST_F(ScannerTest, LinesPagesColumnsAndFields) {
@@ -201,20 +197,11 @@ TEST_F(ScannerTest, LinesPagesColumnsAndFields) {
     EXPECT_EQ(fld.PeekField(TY_SHORT, 10), peeked);
     std::unique_ptr<Token> taken(fld.GetField(TY_STRING, 0));
     EXPECT_EQ(taken.get(), peeked);
-    try {
-        fld.GetField(TY_STRING, 4);
-        ADD_FAILURE();
-    } catch (Exception const& e) {
-        EXPECT_EQ(e._get_nException(), 274);
-        EXPECT_STREQ(e.szMessage, "String literal too long: zzzzz"); // nMaxLen + 1
-    }
-    try {
-        fld.GetField(TY_STRING, 256);
-        ADD_FAILURE();
-    } catch (Exception const& e) {
-        EXPECT_STREQ(e.szMessage,
-                     "String literal too long: Specified nMaxLen > 255 in Scanner::GetField");
-    }
+    // The text shown is nMaxLen + 1 long.
+    EXPECT_EQ(ThrownText([&] { fld.GetField(TY_STRING, 4); }),
+              "274 String literal too long: zzzzz");
+    EXPECT_EQ(ThrownText([&] { fld.GetField(TY_STRING, 256); }),
+              "274 String literal too long: Specified nMaxLen > 255 in Scanner::GetField");
     fld.DiminishFieldDelimiterSet(';');
     EXPECT_THROW(fld.GetField(TY_STRING, 255), Exception); // 255 characters at most
 }
@@ -308,4 +295,152 @@ TEST(ScannerDeathTest, ScanningWithoutASourceEndsTheProcess) {
             scn.BuildToken();
         },
         ExitedWithCode(kFatalStatus), "");
+}
+
+// Words added to the shared reserved table at run time are recognised at
+// once, by every scanner, whatever their first byte and length.
+TEST(ScannerReservedTest, WordsAddedLaterAreFoundAndOnlyThey) {
+    Scanner scnAdding;
+    std::string const szLong(40, 'q');
+    struct Case {
+        std::string word;
+        std::int32_t nCode;
+    } const cases[] = {{"zzqq_unusual", 31901}, {"Q", 31902}, {szLong, 31903}};
+    for (Case const& c : cases)
+        scnAdding.AddReservedSymbol(c.word.c_str(), c.nCode);
+
+    Scanner scn;
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.word);
+        EXPECT_EQ(scn.IsReservedSymbol(c.word.c_str()), c.nCode);
+        // Same first byte, other lengths; same length, other text.
+        EXPECT_EQ(scn.IsReservedSymbol((c.word + "x").c_str()), 0);
+        EXPECT_EQ(scn.IsReservedSymbol(c.word.substr(1).c_str()), 0);
+        EXPECT_EQ(scn.IsReservedSymbol(("x" + c.word.substr(1)).c_str()), 0);
+    }
+    EXPECT_EQ(scn.IsReservedSymbol((szLong + "q").c_str()), 0);
+
+    scn._set_pcBuffer("zzqq_unusual zzqq_unusua Q");
+    std::unique_ptr<Token> ptok{scn.GetTokenPtr()};
+    EXPECT_EQ(ptok->MatchToken(31901), 1);
+    ptok.reset(scn.GetTokenPtr());
+    EXPECT_EQ(ptok->Match("zzqq_unusua"), 1);
+    ptok.reset(scn.GetTokenPtr());
+    EXPECT_EQ(ptok->MatchToken(31902), 1);
+
+    scn._set_bDisableReservedWords(1);
+    EXPECT_EQ(scn.IsReservedSymbol("Q"), 0);
+}
+
+// Every input of scanner_corpus/ is scanned from a buffer and from a stream,
+// and the listing of its tokens (position, type, exact value) or of the
+// error that ended it must equal NAME.expected, or NAME.stream.expected for
+// the stream where the two sources part. SORVANE_UPDATE_CORPUS=1 rewrites
+// the listings, to be read before they are committed.
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::ReadAll;
+using test_support::WriteAll;
+
+fs::path CorpusDir() {
+    return fs::path(__FILE__).parent_path() / "scanner_corpus";
+}
+
+std::string Describe(Token const& tok) {
+    char line[512];
+    char szType[32];
+    Token::MapTypeToString(static_cast<short>(tok._get_nDataType()), szType);
+    std::string value;
+    switch (tok._get_nDataType()) {
+    case TY_CHAR: {
+        char const c[2] = {tok.FetchChar(0), '\0'};
+        value = c[0] == '\0' ? "'\\x00'" : Quote(c, std::string::npos, '\'');
+        break;
+    }
+    case TY_SHORT:
+    case TY_LONG:
+        value = std::to_string(tok.FetchLong(0));
+        break;
+    case TY_DOUBLE: {
+        char number[64];
+        std::snprintf(number, sizeof number, "%.17g", tok.FetchDouble());
+        value = number;
+        break;
+    }
+    case TY_STRING:
+    case TY_COMMENT:
+        value = Quote(tok.FetchStringPointer());
+        break;
+    case TY_TOKEN: {
+        auto const nCode = static_cast<std::int32_t>(tok.FetchDouble());
+        char word[64];
+        Token::MapSymbolID2String(nCode, word);
+        value = std::to_string(nCode) + " " + Quote(word);
+        break;
+    }
+    default:
+        value = "?";
+    }
+    std::snprintf(line, sizeof line, "%u:%u %s %s", tok._get_nRow(), tok._get_nCol(), szType,
+                  value.c_str());
+    std::string out = line;
+    if (tok._get_nRadix() != 10) out += " radix " + std::to_string(tok._get_nRadix());
+    return out + "\n";
+}
+
+std::string Listing(Scanner& scn) {
+    std::string out;
+    try {
+        while (std::unique_ptr<Token> ptok{scn.GetTokenPtr()})
+            out += Describe(*ptok);
+        out += "end " + std::to_string(scn.Row()) + ":" + std::to_string(scn.Col()) + "\n";
+    } catch (Exception const& e) {
+        out += "error " + std::to_string(e._get_nException()) + " " + Quote(e.szMessage) + " at " +
+               std::to_string(scn.Row()) + ":" + std::to_string(scn.Col()) + "\n";
+    }
+    return out;
+}
+
+std::string ScanBuffer(std::string const& input) {
+    Scanner scn;
+    scn._set_pcBuffer(input.c_str());
+    return Listing(scn);
+}
+
+std::string ScanStream(std::string const& input) {
+    std::istringstream in(input);
+    Scanner scn(&in);
+    return Listing(scn);
+}
+
+} // namespace
+
+using ScannerCorpusTest = QuietTest;
+
+TEST_F(ScannerCorpusTest, EachInputScansAsItsListingFromBothSources) {
+    std::vector<fs::path> inputs;
+    for (auto const& entry : fs::directory_iterator(CorpusDir()))
+        if (entry.path().extension() == ".in") inputs.push_back(entry.path());
+    ASSERT_GE(inputs.size(), 10u);
+    for (fs::path const& input : inputs) {
+        SCOPED_TRACE(input.filename().string());
+        std::string const text = ReadAll(input);
+        fs::path expected = input, streamExpected = input;
+        expected.replace_extension(".expected");
+        streamExpected.replace_extension(".stream.expected");
+        std::string const buffer = ScanBuffer(text), stream = ScanStream(text);
+        if (std::getenv("SORVANE_UPDATE_CORPUS") != nullptr) {
+            WriteAll(expected, buffer);
+            if (stream != buffer)
+                WriteAll(streamExpected, stream);
+            else
+                fs::remove(streamExpected);
+            continue;
+        }
+        ASSERT_TRUE(fs::exists(expected));
+        EXPECT_EQ(ReadAll(expected), buffer) << "the buffer";
+        EXPECT_EQ(ReadAll(fs::exists(streamExpected) ? streamExpected : expected), stream)
+            << "the stream";
+    }
 }

@@ -10,9 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace baseobj_test {
 
@@ -21,6 +22,12 @@ class BoxedTest : public ::testing::Test {
 protected:
     RecordingBox box;
     platform::ScopedSeam<platform::MessageBoxService> seam{platform::MessageBoxSeam(), box};
+};
+
+// Boxes recorded, and none asked for by an Exception, for one test.
+struct QuietTest : BoxedTest {
+    QuietTest() { Exception::_set_bDisableMessageBoxes(1); }
+    ~QuietTest() override { Exception::_set_bDisableMessageBoxes(0); }
 };
 
 // A scanner over its own copy of the text.
@@ -32,6 +39,36 @@ struct TextScanner {
     std::string text;
     Scanner scn;
 };
+
+// "code message" of the Exception the statement throws.
+inline std::string ThrownText(std::function<void()> const& statement) {
+    try {
+        statement();
+    } catch (Exception const& e) {
+        return std::to_string(e._get_nException()) + " " + e.szMessage;
+    }
+    return "nothing thrown";
+}
+
+// The text between quotes, with the quote and '\\' escaped; a null text is
+// empty.
+inline std::string Quote(char const* p, std::size_t nMax = std::string::npos, char cQuote = '"') {
+    std::string out(1, cQuote);
+    for (std::size_t i = 0; p != nullptr && i < nMax && p[i] != '\0'; ++i) {
+        auto const c = static_cast<unsigned char>(p[i]);
+        if (c == static_cast<unsigned char>(cQuote) || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20 || c >= 0x7F) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02x", c);
+            out += hex;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + cQuote;
+}
 
 inline std::string Text(Token const& tok) {
     char buf[1024];

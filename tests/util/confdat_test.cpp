@@ -57,6 +57,14 @@ protected:
         return data;
     }
 
+    // GetString's result and what the buffer holds after it.
+    static std::string Got(ConfigData& config, char const* section, char const* name,
+                           char const* dflt) {
+        char buffer[32] = "untouched";
+        int const nResult = config.GetString(section, name, dflt, buffer, sizeof buffer);
+        return std::to_string(nResult) + " " + buffer;
+    }
+
     test_support::ScopedRegistryStore store_;
     std::string const ini_ = test_support::TestFileName("settings.ini");
 };
@@ -71,16 +79,13 @@ TEST_F(ConfigDataTest, INIModeReadsTheFileAndMigratesEveryRead) {
 
     EXPECT_EQ(config.GetInt("Units", "Length", 5), 12);
     EXPECT_EQ(config.GetInt("Units", "Width", 7), 7);
-    char buffer[64] = {};
-    EXPECT_EQ(config.GetString("Units", "Name", "none", buffer, sizeof buffer), 5);
-    EXPECT_STREQ(buffer, "metre");
-    EXPECT_EQ(config.GetString("Units", "Colour", "blue", buffer, sizeof buffer), 4);
+    EXPECT_EQ(Got(config, "Units", "Name", "none"), "5 metre");
+    EXPECT_EQ(Got(config, "Units", "Colour", "blue"), "4 blue");
     // Each read, the defaults too, went on into the registry.
     std::string const key = std::string(kRoot) + "Units";
-    EXPECT_EQ(Stored(key, "Length"), "#12");
-    EXPECT_EQ(Stored(key, "Width"), "#7");
-    EXPECT_EQ(Stored(key, "Name"), "metre");
-    EXPECT_EQ(Stored(key, "Colour"), "blue");
+    for (auto [name, stored] :
+         {std::pair{"Length", "#12"}, {"Width", "#7"}, {"Name", "metre"}, {"Colour", "blue"}})
+        EXPECT_EQ(Stored(key, name), stored) << name;
     EXPECT_EQ(ConfigData::_get_cAccessMode(), 1);
 
     // Writes answer the profile call's result and go to the file alone.
@@ -106,13 +111,9 @@ TEST_F(ConfigDataTest, RegistryModeAnswersAsTheStoreHasIt) {
     EXPECT_EQ(config.GetInt("Units", "Absent", 5), 5);
     EXPECT_EQ(config.GetInt("Nowhere", "Length", 6), 6);
 
-    char buffer[32] = "untouched";
-    EXPECT_EQ(config.GetString("Nowhere", "Name", "dflt", buffer, sizeof buffer), 0);
-    EXPECT_STREQ(buffer, "untouched");
-    EXPECT_EQ(config.GetString("Units", "Absent", "dflt", buffer, sizeof buffer), 1);
-    EXPECT_STREQ(buffer, "dflt");
-    EXPECT_EQ(config.GetString("Units", "Name", "dflt", buffer, sizeof buffer), 1);
-    EXPECT_STREQ(buffer, "metre");
+    EXPECT_EQ(Got(config, "Nowhere", "Name", "dflt"), "0 untouched");
+    EXPECT_EQ(Got(config, "Units", "Absent", "dflt"), "1 dflt");
+    EXPECT_EQ(Got(config, "Units", "Name", "dflt"), "1 metre");
     EXPECT_FALSE(fs::exists(ini_));
 }
 
@@ -145,41 +146,36 @@ TEST_F(ConfigDataTest, WithoutAFileNameGetIntOnlyComments) {
 }
 
 TEST_F(ConfigDataTest, DeathChecksCarryTheirTexts) {
-    auto withoutFile = [](auto operation) {
-        return [operation] {
-            ConfigData config;
-            config._set_strINIFile("");
-            operation(config);
-        };
-    };
     char buffer[16];
-    test_support::ExpectFatalReport(
-        withoutFile([&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }),
-        "strINIFile.Length()");
-    test_support::ExpectFatalReport(withoutFile([](ConfigData& c) { c.WriteInt("S", "k", 1); }),
-                                    "strINIFile.Length()");
-    test_support::ExpectFatalReport(
-        withoutFile([](ConfigData& c) { c.WriteString("S", "k", "v"); }), "strINIFile.Length()");
-
-    auto inMode = [](char mode, auto operation) {
-        return [mode, operation] {
-            ConfigData config;
-            config._set_strRootKey("");
-            ConfigData::_set_cAccessMode(mode);
-            operation(config);
-        };
+    // Mode 0: no file name; else no root key in that mode (3 is neither).
+    struct Case {
+        char mode;
+        std::function<void(ConfigData&)> operation;
+        char const* text;
+    } const cases[] = {
+        {0, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }, "strINIFile.Length()"},
+        {0, [](ConfigData& c) { c.WriteInt("S", "k", 1); }, "strINIFile.Length()"},
+        {0, [](ConfigData& c) { c.WriteString("S", "k", "v"); }, "strINIFile.Length()"},
+        {2, [](ConfigData& c) { c.GetInt("S", "k", 1); }, "strRootKey.Length()"},
+        {2, [](ConfigData& c) { c.WriteString("S", "k", "v"); }, "strRootKey.Length()"},
+        // A mode that is neither, in the class's own spellings.
+        {3, [](ConfigData& c) { c.GetInt("S", "k", 1); }, "1 == 0"},
+        {3, [](ConfigData& c) { c.WriteInt("S", "k", 1); }, "1 == 0"},
+        {3, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }, "1 ==0"},
+        {3, [](ConfigData& c) { c.WriteString("S", "k", "v"); }, "1==0"},
     };
-    test_support::ExpectFatalReport(inMode(2, [](ConfigData& c) { c.GetInt("S", "k", 1); }),
-                                    "strRootKey.Length()");
-    test_support::ExpectFatalReport(inMode(2, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
-                                    "strRootKey.Length()");
-    // A mode that is neither, in the class's own spellings.
-    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.GetInt("S", "k", 1); }),
-                                    "1 == 0");
-    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.WriteInt("S", "k", 1); }),
-                                    "1 == 0");
-    test_support::ExpectFatalReport(
-        inMode(3, [&](ConfigData& c) { c.GetString("S", "k", "", buffer, 16); }), "1 ==0");
-    test_support::ExpectFatalReport(inMode(3, [](ConfigData& c) { c.WriteString("S", "k", "v"); }),
-                                    "1==0");
+    for (Case const& c : cases) {
+        test_support::ExpectFatalReport(
+            [&] {
+                ConfigData config;
+                if (c.mode == 0) {
+                    config._set_strINIFile("");
+                } else {
+                    config._set_strRootKey("");
+                    ConfigData::_set_cAccessMode(c.mode);
+                }
+                c.operation(config);
+            },
+            c.text);
+    }
 }

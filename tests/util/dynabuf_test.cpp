@@ -1,5 +1,8 @@
+#include <util/crc16.h>
 #include <util/dynabuf.h>
 #include <util/exceptions.h>
+
+#include <support/fatal.h>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +47,8 @@ TEST(CreateableTest, CountsAndCopyQuirks) {
     EXPECT_EQ(Createable::_get_ulInstanceCount(), live - 1); // the copy's end
 }
 
+// A Release of an object nobody holds is the fatal check, never a wrap of the
+// count that would keep the object for good.
 TEST(CreateableTest, ReleaseToZeroDeletesAndCountWrapsAt16Bits) {
     auto* object = new Createable();
     for (int i = 0; i < 65535; ++i)
@@ -51,24 +56,21 @@ TEST(CreateableTest, ReleaseToZeroDeletesAndCountWrapsAt16Bits) {
     EXPECT_EQ(object->AddRef(), 0); // wrapped
     EXPECT_EQ(object->AddRef(), 1);
     EXPECT_EQ(object->Release(), 0); // deleted here; the sanitizers see any misuse
+    EXPECT_EXIT(Createable().Release(), ::testing::ExitedWithCode(kFatalStatus), "");
 }
 
 TEST(DynaBufferTest, GrowsInSharedStepsPastWhatWasAsked) {
-    Held a;
+    Held a, b;
     a.p->GrowTo(1);
     EXPECT_EQ(a.p->_get_nBufferSize(), 32);
-    Held b;
-    b.p->GrowTo(33);
-    EXPECT_EQ(b.p->_get_nBufferSize(), 64);
-    b.p->GrowTo(64); // enough already
-    EXPECT_EQ(b.p->_get_nBufferSize(), 64);
-    b.p->GrowTo(64 + 32);
-    EXPECT_EQ(b.p->_get_nBufferSize(), 64 + 64);
-
+    // Enough already at 64; 64 + 32 takes a step of 64.
+    for (auto [nAsked, nSize] : {std::pair{33, 64}, {64, 64}, {64 + 32, 64 + 64}}) {
+        b.p->GrowTo(nAsked);
+        EXPECT_EQ(b.p->_get_nBufferSize(), nSize) << nAsked;
+    }
     DynaBuffer::_set_nDeltaSize(100);
     Held c; // every construction puts the step back to 32
     EXPECT_EQ(DynaBuffer::_get_nDeltaSize(), 32);
-
     c.p->GrowBy(0); // the step, plus one
     EXPECT_EQ(c.p->_get_nBufferSize(), 33);
     c.p->GrowBy(10);
@@ -109,41 +111,35 @@ TEST(DynaBufferTest, EqualityRules) {
     EXPECT_FALSE(a.p->EqualityOperator(b.p));
 }
 
-TEST(DynaBufferTest, UniqueClonesOnlyWhenShared) {
+TEST(DynaBufferTest, UniqueClonesOnlyWhenSharedAndAnAdoptedBlockIsNotFreed) {
     Held a;
     a.p->Copy("shared", 0xFFFFFFFF);
     a.p->GrowTo(200);
-    std::int32_t const capacity = a.p->_get_nBufferSize();
     EXPECT_EQ(a.p->Unique(), a.p); // one holder
-
-    a.p->AddRef(); // a second holder
+    a.p->AddRef();                 // a second holder
     DynaBuffer* mine = a.p->Unique();
     ASSERT_NE(mine, a.p);
     EXPECT_EQ(a.p->_get_nRefCount(), 1);
     EXPECT_EQ(mine->_get_nRefCount(), 1);
-    EXPECT_EQ(mine->_get_nBufferSize(), capacity);
+    EXPECT_EQ(mine->_get_nBufferSize(), a.p->_get_nBufferSize());
     EXPECT_STREQ(mine->GetBuffer(), "shared");
     mine->Release();
-}
 
-TEST(DynaBufferTest, AdoptedBlockWithoutOwnershipIsNotFreed) {
     char block[16] = "outside";
     {
-        Held a;
-        a.p->Adopt(block, sizeof block, 0xFFFFFFFF, 0);
-        EXPECT_EQ(a.p->_get_nLength(), 8u);
-        EXPECT_EQ(a.p->GetBuffer(), block);
-        a.p->GrowTo(100); // moves to a block of its own, which it frees
-        EXPECT_STREQ(a.p->GetBuffer(), "outside");
+        Held b;
+        b.p->Adopt(block, sizeof block, 0xFFFFFFFF, 0);
+        EXPECT_EQ(b.p->_get_nLength(), 8u);
+        EXPECT_EQ(b.p->GetBuffer(), block);
+        b.p->GrowTo(100); // moves to a block of its own, which it frees
+        EXPECT_STREQ(b.p->GetBuffer(), "outside");
     }
     EXPECT_STREQ(block, "outside");
 }
 
 TEST(DynaBufferTest, StreamFormIsByteExact) {
-    Held empty;
+    Held empty, text, back;
     EXPECT_EQ(Write(*empty.p), Bytes({0xFF, 0x00, 0, 0, 0, 0}));
-
-    Held text;
     text.p->Copy("ab", 0xFFFFFFFF);
     // The CRC field goes out as it stands: not yet calculated.
     EXPECT_EQ(Write(*text.p), Bytes({0xFF, 0x00, 3, 0, 0, 0, 'a', 'b', 0, 0, 0}));
@@ -152,7 +148,6 @@ TEST(DynaBufferTest, StreamFormIsByteExact) {
     EXPECT_EQ(Write(*text.p), Bytes({0xFF, 0x00, 3, 0, 0, 0, 'a', 'b', 0, 0xA8, 0x79}));
 
     std::istringstream in(Write(*text.p));
-    Held back;
     in >> *back.p;
     EXPECT_STREQ(back.p->GetBuffer(), "ab");
     EXPECT_EQ(back.p->_get_nLength(), 3u);
@@ -168,9 +163,8 @@ TEST(DynaBufferTest, ReadsTheOlderFormAndRejectsCorruptOnes) {
     older >> *a.p;
     EXPECT_STREQ(a.p->GetBuffer(), "ab");
     EXPECT_EQ(a.p->_get_bCRCValid(), 0);
-    crc16 crc;
     std::uint16_t withTerminator = 0;
-    crc.lCalc("ab", &withTerminator, 3);
+    crc16().lCalc("ab", &withTerminator, 3);
     EXPECT_EQ(Write(*a.p).substr(9), Bytes({withTerminator & 0xFF, withTerminator >> 8}));
 
     for (std::string const& corrupt : {Bytes({0xFF, 0x01, 0, 0, 0, 0}),      // unknown version
@@ -188,5 +182,47 @@ TEST(DynaBufferTest, ReadsTheOlderFormAndRejectsCorruptOnes) {
         FAIL();
     } catch (std::uint32_t code) {
         EXPECT_EQ(code, 0xDEADF0CCu);
+    }
+}
+
+TEST(Crc16, CheckValueAndLengthForms) {
+    crc16 crc;
+    std::uint16_t value = 0xFFFF;
+    std::int32_t length = -1;
+    EXPECT_EQ(crc.Calc("123456789", &value, &length), 1);
+    EXPECT_EQ(value, 0xBB3D);
+    EXPECT_EQ(length, 9);
+    EXPECT_EQ(crc.lCalc("123456789", &value, 9), 1);
+    EXPECT_EQ(value, 0xBB3D);
+
+    // Zero bytes: 0, and still success.
+    EXPECT_EQ(crc.lCalc("x", &value, 0), 1);
+    EXPECT_EQ(value, 0);
+    EXPECT_EQ(crc.Calc("", &value, &length), 1);
+    EXPECT_EQ(value, 0);
+    EXPECT_EQ(length, 0);
+
+    // The counted form runs past a NUL; the text form stops at it.
+    char const data[] = {'a', '\0', 'b'};
+    std::uint16_t counted = 0, text = 0;
+    crc.lCalc(data, &counted, 3);
+    crc.Calc(data, &text, nullptr);
+    std::uint16_t justA = 0;
+    crc.lCalc("a", &justA, 1);
+    EXPECT_EQ(text, justA);
+    EXPECT_NE(counted, justA);
+
+    // No data: result 0; the counted form reports failure.
+    value = 7;
+    EXPECT_EQ(crc.lCalc(nullptr, &value, 4), 0);
+    EXPECT_EQ(value, 0);
+}
+
+TEST(Crc16, TableMatchesShiftRegisterDefinition) {
+    for (unsigned i = 0; i < 256; ++i) {
+        std::uint16_t reg = static_cast<std::uint16_t>(i);
+        for (int bit = 0; bit < 8; ++bit)
+            reg = (reg & 1) ? (reg >> 1) ^ 0xA001 : reg >> 1;
+        EXPECT_EQ(crc16_detail::kTable[i], reg) << "entry " << i;
     }
 }

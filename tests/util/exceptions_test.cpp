@@ -1,6 +1,9 @@
+#include <util/errcont.h>
 #include <util/exceptions.h>
+#include <util/logobj.h>
 
 #include <platform/msgbox.h>
+#include <platform/syserror.h>
 #include <support/fatal.h>
 #include <support/recording_box.h>
 
@@ -8,7 +11,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -26,6 +32,15 @@ using test_support::ReadAll;
 Exceptions& The() {
     return Exceptions::_get_gexeptnsThe();
 }
+
+class Exposed : public Win32ErrorContainer {
+public:
+    using ErrorContainer::AugmentstrError;
+};
+
+// Compiles only while the container shares one Createable with its siblings.
+class Sibling : public virtual Createable {};
+class Both : public ErrorContainer, public Sibling {};
 
 } // namespace
 
@@ -69,13 +84,9 @@ TEST(ExceptionsDeathTest, AssertWithReportPathShowsOnlyThePathAndLogsTheLine) {
     std::remove(path.c_str());
 }
 
-TEST(ExceptionsTest, FailIfNilWithoutTextComesBack) {
+TEST(ExceptionsDeathTest, FailIfNilWithoutTextComesBackFailIfNotNilStillEnds) {
     The().FailIfNIL("h.cpp", 1, nullptr);
     The().FailIfNIL(nullptr, 1, "p");
-    SUCCEED();
-}
-
-TEST(ExceptionsDeathTest, FailIfNotNilWithoutTextStillEnds) {
     EXPECT_EXIT(The().FailIfNotNIL("h.cpp", 1, nullptr), ExitedWithCode(kFatalStatus), "");
 }
 
@@ -131,4 +142,99 @@ TEST(FWErrorDeathTest, TextPastItsBlockEndsTheProcess) {
     std::string const longText(300, 'u');
     EXPECT_EXIT(FWError(longText.c_str(), "z.cpp", 1), ExitedWithCode(kFatalStatus),
                 "nLength < 256");
+}
+
+TEST(LogObjTest, EachObjectEmptiesTheFileAndFlushesEveryItem) {
+    std::string const path = ::testing::TempDir() + "logobj" + std::to_string(::getpid());
+    {
+        std::ofstream old(path);
+        old << std::string(5000, 'o');
+    }
+    LogObj::_set_nMaxSizeKB(1u << 20); // makes no difference: the open empties it anyway
+    std::int16_t const before = LogObj::_get_nFileCount();
+    {
+        LogObj log(path.c_str());
+        EXPECT_EQ(LogObj::_get_nFileCount(), before + 1);
+        // A line feed, the stamp, ctime's 24 characters with its own line
+        // break, and one more line feed.
+        std::string const head = ReadAll(path);
+        std::string const lead = "\nSystem Time Stamp ";
+        ASSERT_EQ(head.size(), lead.size() + 24 + 2) << head;
+        EXPECT_EQ(head.substr(0, lead.size()), lead);
+        EXPECT_EQ(head[lead.size() + 13], ':');
+        EXPECT_EQ(head.substr(head.size() - 2), "\n\n");
+
+        log << 'c' << 42 << " text " << 2.5 << static_cast<unsigned long>(7);
+        // On disk before the object goes.
+        std::string const content = ReadAll(path);
+        EXPECT_EQ(content.substr(content.size() - 13), "c42 text 2.57");
+    }
+    EXPECT_EQ(LogObj::_get_nFileCount(), before + 1); // never counted down
+
+    LogObj second(path.c_str());
+    EXPECT_EQ(ReadAll(path).find("c42"), std::string::npos);
+    std::remove(path.c_str());
+
+    // A path that cannot be opened writes nothing and does not fail.
+    LogObj lost("/nonexistent-folder/x/report.log");
+    lost << "lost" << 1 << static_cast<char const*>(nullptr);
+}
+
+TEST(ErrorContainer, WithNoErrorAnswersTheSharedEmptyString) {
+    ErrorContainer first;
+    ErrorContainer second;
+    CPString dest("stale");
+    CPString& empty = first._get_strError(&dest);
+    EXPECT_EQ(dest.Length(), 0);
+    EXPECT_EQ(empty.Length(), 0);
+    EXPECT_EQ(&second._get_strError(nullptr), &empty);
+
+    char out[8] = "keep";
+    EXPECT_STREQ(first._get_strError_As_sz(out), "");
+    EXPECT_STREQ(out, "keep");
+}
+
+TEST(ErrorContainer, SetFormatAndAugmentReplaceOrExtendTheText) {
+    Exposed container;
+    EXPECT_STREQ(container.AugmentstrError("made").GetBuffer(), "made");
+    container._set_strError(CPString("first"));
+    CPString dest;
+    EXPECT_STREQ(container._get_strError(&dest).GetBuffer(), "first");
+    EXPECT_STREQ(dest.GetBuffer(), "first");
+
+    container.FormatErrorMessage("x", 255);
+    char out[32] = {};
+    EXPECT_STREQ(container._get_strError_As_sz(out), "x : 0xff");
+    EXPECT_STREQ(out, "x : 0xff");
+    container.FormatErrorMessage("open", 0xFFFFFFFF);
+    container.AugmentstrError(CPString(" failed"));
+    EXPECT_STREQ(container._get_strError(nullptr).GetBuffer(), "open : 0xffffffff failed");
+}
+
+TEST(ErrorContainer, CountedLifetimeFreesTheErrorText) {
+    ErrorContainer{}._get_strError(nullptr); // the shared empty string, made once
+    std::uint32_t const before = Createable::_get_ulInstanceCount();
+    auto* both = new Both;
+    both->AddRef();
+    both->_set_strError("gone with its holder");
+    EXPECT_EQ(both->Release(), 0);
+    EXPECT_EQ(Createable::_get_ulInstanceCount(), before);
+}
+
+TEST(Win32ErrorContainer, AnswersTheSystemTextOrWhyThereIsNone) {
+    CPString unused;
+    CPString* text = Win32ErrorContainer::Win32ErrorString(ENOENT, unused);
+    EXPECT_EQ(text->_get_nRefCount(), 1);
+    EXPECT_STREQ(text->GetBuffer(), std::strerror(ENOENT));
+    text->Release();
+
+    text = Win32ErrorContainer::Win32ErrorString(100000, unused);
+    std::string const expected = "Failed to get Win32 Error Message for 100000.  Reason: " +
+                                 std::to_string(platform::ERROR_MR_MID_NOT_FOUND);
+    EXPECT_STREQ(text->GetBuffer(), expected.c_str());
+    text->Release();
+    // The code prints as the signed word it is on the system.
+    text = Win32ErrorContainer::Win32ErrorString(0xFFFFFFFF, unused);
+    EXPECT_EQ(std::strncmp(text->GetBuffer(), "Failed to get Win32 Error Message for -1.", 41), 0);
+    text->Release();
 }
