@@ -342,13 +342,10 @@ struct CPDictionary::ChainIndex {
         CPDictionaryAssociation* pda;
         std::uint32_t nWord;
     };
-    // A word, the position after its entry's (0 marks an empty cell) and
-    // the entry's association, so that a probe confirms a candidate without
-    // reading the entries.
+    // A word and the position after its entry's; 0 marks an empty cell.
     struct Cell {
         std::uint32_t nWord;
         std::uint32_t nAfter;
-        CPDictionaryAssociation* pda;
     };
 
     bool Matches(CPList const* plstChain) const {
@@ -433,7 +430,7 @@ struct CPDictionary::ChainIndex {
             Cell const cell = arCells[i];
             if (cell.nAfter == 0) break;
             if (cell.nWord != nWord || cell.nAfter - 1 >= nFound) continue;
-            if (!match(cell.pda)) continue;
+            if (!match(arEntries[cell.nAfter - 1].pda)) continue;
             nFound = cell.nAfter - 1;
             if (!bSharedWords) break;
         }
@@ -461,7 +458,7 @@ struct CPDictionary::ChainIndex {
         std::size_t i = Home(nWord);
         for (; arCells[i].nAfter != 0; i = (i + 1) & nMask)
             if (arCells[i].nWord == nWord) bSharedWords = true;
-        arCells[i] = Cell{nWord, static_cast<std::uint32_t>(n + 1), arEntries[n].pda};
+        arCells[i] = Cell{nWord, static_cast<std::uint32_t>(n + 1)};
     }
 
     std::size_t CellOf(std::size_t n) const {
@@ -482,7 +479,7 @@ struct CPDictionary::ChainIndex {
             arCells[nGap] = arCells[j];
             nGap = j;
         }
-        arCells[nGap] = Cell{0, 0, nullptr};
+        arCells[nGap] = Cell{0, 0};
     }
 
     // At most half the cells are used, so that a probe ends soon.
@@ -490,7 +487,7 @@ struct CPDictionary::ChainIndex {
         std::size_t nCells = 16;
         while (nCells < arEntries.size() * 4)
             nCells *= 2;
-        arCells.assign(nCells, Cell{0, 0, nullptr});
+        arCells.assign(nCells, Cell{0, 0});
         nMask = nCells - 1;
         bSharedWords = false;
         for (std::size_t n = 0; n < arEntries.size(); ++n)
