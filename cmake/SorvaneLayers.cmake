@@ -56,6 +56,9 @@ function(sorvane_layer name)
         POSITION_INDEPENDENT_CODE ON
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)
+    # Nobody replaces the library's own functions at load time: its calls to
+    # them bind within it, may be inlined and need no PLT.
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
     target_compile_definitions(${name} PRIVATE SORVANE_BUILDING)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${stage}>)
     target_link_libraries(${name} PUBLIC ${L_BELOW} Threads::Threads PRIVATE ${L_PRIVATE_LINK})

@@ -23,7 +23,12 @@ std::uintptr_t Key(void const* pv) {
 // outward as the calls unwind.
 class LifeFlag {
 public:
+    // The object holds the flag's address only while the flag lives: the
+    // destructor puts the outer one back.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
     explicit LifeFlag(bool*& slotIn) : slot(slotIn), pbOuter(slotIn) { slot = &bGone; }
+#pragma GCC diagnostic pop
     LifeFlag(LifeFlag const&) = delete;
     LifeFlag& operator=(LifeFlag const&) = delete;
     ~LifeFlag() {
