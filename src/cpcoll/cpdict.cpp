@@ -4,6 +4,7 @@
 #include <util/pstring.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -442,15 +443,9 @@ struct CPDictionary::ChainIndex {
     CPDictionaryAssociation* AssociationAt(std::uint32_t n) const { return arEntries[n].pda; }
 
     // The words of one chain share their low byte, and number keys in steps
-    // share more: every bit is mixed into the bits taken.
+    // share more: the product's top bits depend on every bit of the word.
     std::size_t Home(std::uint32_t nWord) const {
-        std::uint32_t n = nWord;
-        n ^= n >> 16;
-        n *= 0x85EBCA6Bu;
-        n ^= n >> 13;
-        n *= 0xC2B2AE35u;
-        n ^= n >> 16;
-        return n & nMask;
+        return std::size_t{static_cast<std::uint32_t>(nWord * 0x9E3779B1u)} >> nShift;
     }
 
     void Place(std::size_t n) {
@@ -489,6 +484,7 @@ struct CPDictionary::ChainIndex {
             nCells *= 2;
         arCells.assign(nCells, Cell{0, 0});
         nMask = nCells - 1;
+        nShift = 32 - static_cast<std::uint32_t>(std::countr_zero(nCells));
         bSharedWords = false;
         for (std::size_t n = 0; n < arEntries.size(); ++n)
             Place(n);
@@ -502,6 +498,8 @@ struct CPDictionary::ChainIndex {
     std::vector<Entry> arEntries;
     std::vector<Cell> arCells;
     std::size_t nMask = 0;
+    // 32 less the bits of a cell's position.
+    std::uint32_t nShift = 32;
     // Two entries share a word: a search looks on past the first match.
     bool bSharedWords = false;
     bool bWhole = false;
