@@ -15,7 +15,6 @@
 #include <fstream>
 #include <functional>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -446,14 +445,22 @@ private:
         if (!bRoot) expected += "E " + Quote(name.c_str()) + "\n";
     }
 
+    // A text event of spaces and tabs only.
+    static bool BlankText(std::string const& line) {
+        if (line.rfind("T ", 0) != 0) return false;
+        std::string quoted = line.substr(line.find('"'));
+        for (std::size_t tab; (tab = quoted.find("\\x09")) != std::string::npos;)
+            quoted.erase(tab, 4);
+        return quoted.find_first_not_of(" \"") == std::string::npos;
+    }
+
     static std::string WithoutBlankTexts(std::string const& listing) {
-        std::regex const blank(R"(T \d+ "( |\\x09)*")");
         std::istringstream in(listing);
         std::string out;
         for (std::string line; std::getline(in, line);) {
             if (line.rfind("E \"/>", 0) == 0)
                 out += "E \"/>\"\n";
-            else if (!std::regex_match(line, blank))
+            else if (!BlankText(line))
                 out += line + "\n";
         }
         return out;
