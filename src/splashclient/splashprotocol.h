@@ -61,9 +61,9 @@ inline constexpr char kErrorCreateFailed[] = "com.orveltech.Splash.Error.CreateF
 /// How long a client goes on asking for a splash before it gives up.
 inline constexpr int kCreateDeadlineMs = 25000;
 /// A server started for a waiting client rather than by the bus finds the
-/// server that started it in this variable ("unique-name/number"), queues for
-/// the service name, and tells that server it is reachable with
-/// kSpareReadyMethod.
+/// server that started it in this variable ("unique-name/number"), tells that
+/// server it is reachable with kSpareReadyMethod, and is reached by its
+/// unique name alone: it never takes the service name.
 inline constexpr char kSpareVariable[] = "ORVELSPLASH_STARTED_FOR";
 /// The factory interface's method (one 'u', the number from kSpareVariable)
 /// by which a spare server says it is reachable.

@@ -187,18 +187,19 @@ HRESULT BusClassHost::RegisterClassObjects(ClassFactory& factory) {
     startedFor_ = startedFor != nullptr ? startedFor : "";
     int rc = sd_bus_add_object_vtable(bus_, &factorySlot_, splashbus::kFactoryPath,
                                       splashbus::kFactoryInterface, kFactoryVtable, this);
-    // A server started for a waiting client queues behind the name's owner;
-    // any other leaves the name to the server that has it.
-    if (rc >= 0)
-        rc = sd_bus_request_name(bus_, splashbus::kServiceName,
-                                 startedFor_.empty() ? 0 : SD_BUS_NAME_QUEUE);
+    // Only a server the bus started takes the name, and only while nobody
+    // has it. A server started for a waiting client is reached by its unique
+    // name: were it to take the name, a create that made the bus start a
+    // server could reach it instead, and the server the bus started would
+    // own the name with no client.
+    if (rc >= 0 && startedFor_.empty()) rc = sd_bus_request_name(bus_, splashbus::kServiceName, 0);
     if (rc < 0) {
         std::fprintf(stderr, "orvelsplash: cannot own the bus name %s (%s); this server ends\n",
                      splashbus::kServiceName,
                      rc == -EEXIST ? "another server has it" : std::strerror(-rc));
         return platform::HRESULT_FROM_WIN32(static_cast<std::uint32_t>(-rc));
     }
-    nameOwned_ = true;
+    nameOwned_ = startedFor_.empty();
     // A spare whose client was served elsewhere would wait for ever: it ends
     // when no client has come. A server the bus started stays up until a
     // client creates its splash, however long that takes.
